@@ -1,0 +1,48 @@
+#pragma once
+
+#include "kest/Export.h"
+#include "kest/diagnostics/Recorder.h"
+
+#if defined(LOG_INFO) || defined(LOG_WARNING)
+#error "kest/diagnostics/Log.h and <syslog.h> define the same names: do not include both in one source."
+#endif
+
+/// The name under which a source's trace lines appear. A source of the library defines it before
+/// anything is included; a host's own statements appear under the compiler's file name.
+#ifndef KEST_MODULE
+#define KEST_MODULE __FILE__
+#endif
+
+/// One trace line: LOG_INFO("Reading file " << fileName).
+#define LOG_INFO(pieces) KEST_LOG_STATEMENT(L"!~Sev:INFO", pieces)
+#define LOG_WARNING(pieces) KEST_LOG_STATEMENT(L"!~Sev:WARNING", pieces)
+#define LOG_ERROR(pieces) KEST_LOG_STATEMENT(L"!~Sev:ERROR", pieces)
+#define LOG_CRITICAL(pieces) KEST_LOG_STATEMENT(L"!~Sev:CRITICAL", pieces)
+
+#define KEST_LOG_STATEMENT(severity, pieces)                                                   \
+    do {                                                                                       \
+        *::Tallowmere::Recorder::instance() << severity << L"!~Fil:" << KEST_MODULE            \
+                                            << L"!~Lin:" << static_cast<int>(__LINE__)         \
+                                            << pieces << '\n';                                 \
+        ::Tallowmere::Recorder::instance()->flush();                                           \
+    } while (false)
+
+namespace Tallowmere {
+
+/// Traces entry to and exit from a function: declare one at the top of the function's body.
+class KEST_API FunctionTrace {
+public:
+    /// Traces "<Entering " and `function`. The texts must outlive the object.
+    FunctionTrace(const char* function, const char* file, int line);
+    /// Traces "Exiting ", the function's name and ">", also while an exception passes.
+    ~FunctionTrace();
+    FunctionTrace(const FunctionTrace&) = delete;
+    FunctionTrace& operator=(const FunctionTrace&) = delete;
+
+private:
+    const char* function;
+    const char* file;
+    int line;
+};
+
+}  // namespace Tallowmere

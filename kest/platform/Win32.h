@@ -24,6 +24,23 @@
 // After windows.h, which it needs.
 #include <ktmw32.h>
 
+// Codes of the transaction manager that not every SDK header has.
+#ifndef ERROR_INVALID_TRANSACTION
+#define ERROR_INVALID_TRANSACTION 6700L
+#endif
+#ifndef ERROR_TRANSACTION_NOT_ACTIVE
+#define ERROR_TRANSACTION_NOT_ACTIVE 6701L
+#endif
+#ifndef ERROR_TRANSACTION_ALREADY_ABORTED
+#define ERROR_TRANSACTION_ALREADY_ABORTED 6704L
+#endif
+#ifndef ERROR_TRANSACTION_ALREADY_COMMITTED
+#define ERROR_TRANSACTION_ALREADY_COMMITTED 6705L
+#endif
+#ifndef ERROR_TRANSACTIONAL_CONFLICT
+#define ERROR_TRANSACTIONAL_CONFLICT 6800L
+#endif
+
 #else
 
 #include <cstddef>

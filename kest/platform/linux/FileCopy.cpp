@@ -23,8 +23,9 @@ bool isSystemNamespace(const char* name) {
     return std::strncmp(name, "security.", 9) == 0 || std::strncmp(name, "trusted.", 8) == 0;
 }
 
-/// Extended attributes, access lists among them. Those that only the system may set are kept where it
-/// lets us; any other that cannot be kept is a failure, since a copy without it would lose something.
+/// Extended attributes, access lists among them. Those that only the system may set are kept where
+/// it lets us; any other that cannot be kept is a failure, since a copy without it would lose
+/// something.
 int copyAttributes(int from, int to) {
     std::array<char, 1024> few;
     ssize_t size = flistxattr(from, few.data(), few.size());
@@ -92,8 +93,8 @@ int writeAll(int to, const char* data, std::size_t size, off_t at) {
     return 0;
 }
 
-/// By reading and writing, for what the system cannot copy inside itself. `end` is where to stop, or
-/// -1 for the end of the file.
+/// By reading and writing, for what the system cannot copy inside itself. `end` is where to stop,
+/// or -1 for the end of the file.
 int copyRangeByHand(int from, int to, off_t at, off_t end) {
     const auto buffer = std::make_unique<char[]>(kBufferSize);
     while (end < 0 || at < end) {
@@ -197,7 +198,7 @@ int copyTimes(int to, const struct stat& status) {
 
 int copyInto(int from, int to, const struct stat& status) {
     int error = copyContent(from, to, status);
-    struct stat made{};
+    struct stat made {};
     if (error == 0 && fstat(to, &made) != 0) {
         error = errno;
     }
@@ -220,8 +221,7 @@ int copyInto(int from, int to, const struct stat& status) {
 int copyRegular(Descriptor from, const struct stat& status, int to, const std::string& newName) {
     // With no more rights than the source gives: what the mask takes away is put back at the end,
     // what the source does not give is never there.
-    Descriptor out(openat(to, newName.c_str(),
-                          O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+    Descriptor out(openat(to, newName.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                           status.st_mode & 0777));
     if (!out) {
         return errno;
@@ -274,7 +274,7 @@ int finishUnopened(const struct stat& status, int to, const std::string& newName
 
 int copyEntry(int from, const std::string& name, int to, const std::string& newName, bool isRegular,
               bool followLinks) {
-    struct stat status{};
+    struct stat status {};
     if (!isRegular) {
         if (fstatat(from, name.c_str(), &status, followLinks ? 0 : AT_SYMLINK_NOFOLLOW) != 0) {
             return errno;
@@ -296,9 +296,9 @@ int copyEntry(int from, const std::string& name, int to, const std::string& newN
         }
     }
     // Without waiting, should somebody have put a FIFO there since.
-    Descriptor in(openat(from, name.c_str(),
-                         O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY |
-                             (followLinks ? 0 : O_NOFOLLOW)));
+    Descriptor in(
+        openat(from, name.c_str(),
+               O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | (followLinks ? 0 : O_NOFOLLOW)));
     if (!in || fstat(in.get(), &status) != 0) {
         return errno;
     }
@@ -310,8 +310,8 @@ int copyEntry(int from, const std::string& name, int to, const std::string& newN
 }
 
 int copyDirectoryMetadata(int from, int to) {
-    struct stat status{};
-    struct stat made{};
+    struct stat status {};
+    struct stat made {};
     if (fstat(from, &status) != 0 || fstat(to, &made) != 0) {
         return errno;
     }

@@ -65,8 +65,8 @@ int openDirectoryAt(int base, const char* path, int flags) {
     return openat(base, path, O_PATH | O_DIRECTORY | O_CLOEXEC | flags);
 }
 
-/// Opens a path of any length: the system takes only so much at once. Links are followed but for the
-/// last name with O_NOFOLLOW in `flags`.
+/// Opens a path of any length: the system takes only so much at once. Links are followed but for
+/// the last name with O_NOFOLLOW in `flags`.
 Descriptor openLong(int base, const std::string& path, int flags) {
     constexpr std::size_t kMost = PATH_MAX - 1;
     Descriptor at;
@@ -77,8 +77,8 @@ Descriptor openLong(int base, const std::string& path, int flags) {
             errno = ENAMETOOLONG;
             return Descriptor();
         }
-        at = Descriptor(openDirectoryAt(at ? at.get() : base,
-                                        path.substr(start, end - start).c_str(), 0));
+        at = Descriptor(
+            openDirectoryAt(at ? at.get() : base, path.substr(start, end - start).c_str(), 0));
         if (!at) {
             return at;
         }
@@ -108,8 +108,8 @@ std::wstring whereabouts(int directory, const std::wstring& text) {
 
 void putTime(FILETIME& to, const struct timespec& from) {
     constexpr std::int64_t kUnixEpoch = 11644473600;  // seconds from 1601 to 1970
-    const auto ticks = static_cast<std::uint64_t>((from.tv_sec + kUnixEpoch) * 10000000 +
-                                                  from.tv_nsec / 100);
+    const auto ticks =
+        static_cast<std::uint64_t>((from.tv_sec + kUnixEpoch) * 10000000 + from.tv_nsec / 100);
     to.dwLowDateTime = static_cast<DWORD>(ticks);
     to.dwHighDateTime = static_cast<DWORD>(ticks >> 32);
 }
@@ -209,7 +209,7 @@ DWORD LinuxDisk::openBelow(const DirectoryPtr& base, const std::wstring& relativ
         openLong(descriptor(base), path.bytes(), links == Links::Refuse ? O_NOFOLLOW : 0);
     if (!opened) {
         const int error = errno;
-        struct stat status{};
+        struct stat status {};
         if (error == ENOTDIR && links == Links::Refuse &&
             fstatat(descriptor(base), path.get(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
             S_ISLNK(status.st_mode)) {
@@ -227,7 +227,7 @@ DWORD LinuxDisk::describe(const DirectoryPtr& parent, const std::wstring& name, 
     if (!native.isGood()) {
         return ERROR_INVALID_NAME;
     }
-    struct stat status{};
+    struct stat status {};
     if (fstatat(descriptor(parent), native.get(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
         return errorFromErrno(errno);
     }
@@ -259,7 +259,7 @@ DWORD LinuxDisk::mayRemoveFrom(const DirectoryPtr& directory) {
 bool LinuxDisk::sameVolume(const DirectoryPtr& left, const DirectoryPtr& right) {
     const auto ask = [](const DirectoryPtr& directory) -> const LinuxDirectory& {
         auto& known = static_cast<LinuxDirectory&>(*directory);
-        struct statx status{};
+        struct statx status {};
         if (!known.hasMount &&
             statx(known.get(), "", AT_EMPTY_PATH, STATX_BASIC_STATS | STATX_MNT_ID, &status) == 0) {
             known.device = makedev(status.stx_dev_major, status.stx_dev_minor);
@@ -270,7 +270,8 @@ bool LinuxDisk::sameVolume(const DirectoryPtr& left, const DirectoryPtr& right) 
     };
     const LinuxDirectory& first = ask(left);
     const LinuxDirectory& second = ask(right);
-    // The mount, too: a part of the same file system that is mounted elsewhere cannot be renamed to.
+    // The mount, too: a part of the same file system that is mounted elsewhere cannot be renamed
+    // to.
     return first.hasMount && second.hasMount && first.device == second.device &&
            first.mount == second.mount;
 }
@@ -278,8 +279,8 @@ bool LinuxDisk::sameVolume(const DirectoryPtr& left, const DirectoryPtr& right) 
 bool LinuxDisk::isEntry(const DirectoryPtr& parent, const std::wstring& name,
                         const DirectoryPtr& directory) {
     const NativeName native(name);
-    struct stat entry{};
-    struct stat opened{};
+    struct stat entry {};
+    struct stat opened {};
     return native.isGood() &&
            fstatat(descriptor(parent), native.get(), &entry, AT_SYMLINK_NOFOLLOW) == 0 &&
            fstat(descriptor(directory), &opened) == 0 && entry.st_dev == opened.st_dev &&
@@ -305,7 +306,7 @@ DWORD LinuxDisk::makePrivateDirectory(const DirectoryPtr& parent, const std::wst
         char path[32];
         std::snprintf(path, sizeof path, "/proc/self/fd/%d", made.get());
         (void)removexattr(path, "system.posix_acl_default");
-        struct stat status{};
+        struct stat status {};
         if (fstat(made.get(), &status) == 0 && (status.st_mode & 0700) != 0700) {
             (void)chmod(path, 0700);
         }
@@ -336,9 +337,8 @@ DWORD LinuxDisk::makeLink(const DirectoryPtr& parent, const std::wstring& name,
     }
     // On the disk stands a plain Linux path, so that the link works for every program.
     const DWORD error = names::toNativePath(target, to);
-    return error != ERROR_SUCCESS
-               ? error
-               : answer(symlinkat(to.c_str(), descriptor(parent), native.get()));
+    return error != ERROR_SUCCESS ? error
+                                  : answer(symlinkat(to.c_str(), descriptor(parent), native.get()));
 }
 
 DWORD LinuxDisk::adopt(const DirectoryPtr& source, const DirectoryPtr& directory) {
@@ -361,7 +361,7 @@ DWORD LinuxDisk::removeDirectory(const DirectoryPtr& parent, const std::wstring&
         return ERROR_SUCCESS;
     }
     const int error = errno;
-    struct stat status{};
+    struct stat status {};
     if (error == ENOTDIR &&
         fstatat(descriptor(parent), native.get(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
         S_ISLNK(status.st_mode)) {
@@ -386,7 +386,7 @@ DWORD LinuxDisk::rename(const DirectoryPtr& from, const std::wstring& fromName,
     }
     // A file system that cannot promise it is asked first. A directory or a file that appears in
     // between is not lost: a directory is only replaced while it is empty, a file is looked for.
-    struct stat status{};
+    struct stat status {};
     if (fstatat(descriptor(to), target.get(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
         return ERROR_ALREADY_EXISTS;
     }
@@ -400,8 +400,8 @@ DWORD LinuxDisk::exchange(const DirectoryPtr& left, const std::wstring& leftName
     if (!first.isGood() || !second.isGood()) {
         return ERROR_INVALID_NAME;
     }
-    if (renameAt(descriptor(left), first.get(), descriptor(right), second.get(),
-                 RENAME_EXCHANGE) == 0) {
+    if (renameAt(descriptor(left), first.get(), descriptor(right), second.get(), RENAME_EXCHANGE) ==
+        0) {
         return ERROR_SUCCESS;
     }
     // An overlay cannot exchange a directory of a lower layer, an old file system not at all.
@@ -465,10 +465,9 @@ DWORD LinuxDisk::readFile(const DirectoryPtr& parent, const std::wstring& name,
     }
 }
 
-DWORD LinuxDisk::lock(const DirectoryPtr& directory,
-                      std::unique_ptr<DirectoryLock>& lock) {
-    // On a descriptor of its own: such a lock belongs to the opening, not to the process, so that two
-    // threads of one process keep apart, too.
+DWORD LinuxDisk::lock(const DirectoryPtr& directory, std::unique_ptr<DirectoryLock>& lock) {
+    // On a descriptor of its own: such a lock belongs to the opening, not to the process, so that
+    // two threads of one process keep apart, too.
     Descriptor own(openat(descriptor(directory), ".", kDirectoryFlags));
     if (!own) {
         return errorFromErrno(errno);
@@ -481,7 +480,7 @@ DWORD LinuxDisk::lock(const DirectoryPtr& directory,
 }
 
 bool LinuxDisk::isPrivateOfOurs(const DirectoryPtr& directory) {
-    struct stat status{};
+    struct stat status {};
     return fstat(descriptor(directory), &status) == 0 && status.st_uid == geteuid() &&
            (status.st_mode & 077) == 0;
 }

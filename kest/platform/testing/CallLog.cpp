@@ -51,7 +51,6 @@ struct Logged<member> {
 
 }  // namespace
 
-<<<<<<< HEAD
 CallLog::CallLog(std::uint32_t families) : m_previous(g_calls) {
     if (g_open == kLevels) {
         throw std::length_error("Too many logs of calls");
@@ -63,17 +62,6 @@ CallLog::CallLog(std::uint32_t families) : m_previous(g_calls) {
         Call::name = L"" #function;                                                     \
         g_calls.function = Call::invokers(std::make_index_sequence<kLevels>())[g_open]; \
     }
-=======
-CallLog::CallLog(std::uint32_t families)
-    : m_previous(g_calls), m_outer(std::exchange(g_log, this)) {
-#define KEST_CALL(family, result, function, parameters, ...) \
-    if ((families & family) != 0) {                          \
-        using Call = Logged<&Calls::function>;               \
-        Call::previous = g_calls.function;                   \
-        Call::name = L"" #function;                          \
-        g_calls.function = &Call::invoke;                    \
-    }
->>>>>>> main
 #define KEST_SAFE(family, result, function, parameters) \
     KEST_CALL(family, result, function, parameters)
 #define KEST_RELEASE(family, result, function, parameters, ...) \

@@ -4,8 +4,8 @@ namespace Tallowmere {
 
 FunctionTrace::FunctionTrace(const char* function, const char* file, int line)
     : function(function), file(file), line(line) {
-    *Recorder::instance() << L"!~Sev:INFO" << L"!~Fil:" << file << L"!~Lin:" << line
-                          << "<Entering " << function << '\n';
+    *Recorder::instance() << L"!~Sev:INFO" << L"!~Fil:" << file << L"!~Lin:" << line << "<Entering "
+                          << function << '\n';
     Recorder::instance()->flush();
 }
 
@@ -15,7 +15,8 @@ FunctionTrace::~FunctionTrace() {
                               << "Exiting " << function << ">" << '\n';
         Recorder::instance()->flush();
     } catch (...) {
-        // Our choice: the trace must not end a process whose exception is on its way to its catcher.
+        // Our choice: the trace must not end a process whose exception is on its way to its
+        // catcher.
     }
 }
 

@@ -35,15 +35,6 @@ std::uint64_t nextSerial() {
     return ++s_last;
 }
 
-/// Deletes the object as a StreamLock, as `delete` would. Not by `delete`, which would tell the
-/// allocator the size of a StreamLock, where a larger object was allocated.
-void deleteStreamLock(Recorder::StreamLock* streamLock) {
-    if (streamLock != nullptr) {
-        streamLock->StreamLock::~StreamLock();
-        ::operator delete(static_cast<void*>(streamLock));
-    }
-}
-
 }  // namespace
 
 constinit std::atomic<Recorder*> Recorder::s_instance{nullptr};
@@ -66,7 +57,9 @@ Recorder::~Recorder() {
     if (ownsStream) {
         delete stream;
     }
-    deleteStreamLock(streamLock);
+    // Deleted as a StreamLock, whose destructor does nothing. Not by `delete`, which would tell the
+    // allocator the size of a StreamLock where a larger object was allocated.
+    ::operator delete(static_cast<void*>(streamLock));
 }
 
 Recorder* Recorder::instance() {
@@ -96,8 +89,8 @@ void Recorder::setFile(const wchar_t* path) {
     bool isReplaced = false;
     {
         const StreamGuard streamGuard;
-        // Deliberate: also when another file stays in place. From then on it is this path whose size
-        // is looked at, and a roll-over goes on in this file.
+        // Deliberate: also when another file stays in place. From then on it is this path whose
+        // size is looked at, and a roll-over goes on in this file.
         traceFilePath = remembered;
         isReplaced = stream == nullptr || stream == &std::wcout;
     }
@@ -199,9 +192,8 @@ bool Recorder::takeMarkedValue(const std::wstring& text, const long* lineNumber)
         }
     } else if (lineNumber != nullptr) {
         // What reading the number back into an int gives where it does not fit.
-        writeLocation(static_cast<int>(
-            std::clamp<long>(*lineNumber, std::numeric_limits<int>::min(),
-                             std::numeric_limits<int>::max())));
+        writeLocation(static_cast<int>(std::clamp<long>(
+            *lineNumber, std::numeric_limits<int>::min(), std::numeric_limits<int>::max())));
     }
     // Deliberate: a line marker swallows a value that is no number.
     setPendingMarker(kNoMarker);
@@ -225,16 +217,15 @@ void Recorder::writeLocation(int line) {
         return;
     }
     ThreadMarkers& own = threadMarkers(serial);
-    const std::wstring column =
-        locationColumn(std::wstring(own.source, own.sourceLength), line);
+    const std::wstring column = locationColumn(std::wstring(own.source, own.sourceLength), line);
     own.sourceLength =
         static_cast<std::uint8_t>(column.copy(own.source, ThreadMarkers::kSourceSize));
     own.isSourceNewer = true;
     write(column);
 }
 
-/// Deliberate: the first two characters of a marker are not looked at, so any constant wide text with
-/// a tag at that place is one: a path on a server named Fileserver, Linux01 or Sevilla, say.
+/// Deliberate: the first two characters of a marker are not looked at, so any constant wide text
+/// with a tag at that place is one: a path on a server named Fileserver, Linux01 or Sevilla, say.
 void Recorder::processMarker(const std::wstring& text) {
     const std::wstring tag = text.size() > 4 ? text.substr(2, 3) : std::wstring();
     if (tag == L"Sev") {
@@ -287,8 +278,8 @@ void Recorder::write(const std::wstring& text) {
 /// Puts the file in the place of the present stream, which is not deleted.
 void Recorder::openFile(const std::wstring& path) {
     // Deliberate: cut to the low bytes, so a path beyond Latin-1 names another file.
-    auto file = std::make_unique<TraceFile>(
-        platform::streamFileName(convertToString(path.c_str())));
+    auto file =
+        std::make_unique<TraceFile>(platform::streamFileName(convertToString(path.c_str())));
     const StreamGuard guard;
     stream = file.release();
     streamLock = nullptr;
@@ -354,8 +345,9 @@ void Recorder::rollOver() {
         openFile(traceFilePath);
         *stream << "Trace file rolled over" << '\n';
     }
-    // Deliberate: this ends the line as well, one level of it; the caller's own end of the line then
-    // takes the next level, or fails, harmlessly also when another thread's line has begun meanwhile.
+    // Deliberate: this ends the line as well, one level of it; the caller's own end of the line
+    // then takes the next level, or fails, harmlessly also when another thread's line has begun
+    // meanwhile.
     instance()->flush();
 }
 
@@ -394,8 +386,8 @@ void Recorder::endLine() {
             // A marker that still waits takes the thread's next value, in a line or not.
             ThreadMarkers& own = threadMarkers(serial);
             own.markerState = markerState;
-            own.sourceLength = static_cast<std::uint8_t>(
-                sourceField.copy(own.source, ThreadMarkers::kSourceSize));
+            own.sourceLength =
+                static_cast<std::uint8_t>(sourceField.copy(own.source, ThreadMarkers::kSourceSize));
             own.isSourceNewer = false;
             markerState = kNoMarker;
             lineOwner = 0;

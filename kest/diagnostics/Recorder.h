@@ -17,32 +17,28 @@ class Recorder;
 template <class T>
 Recorder& operator<<(Recorder& recorder, const T& value);
 
-/// The process's one trace log. Log statements (kest/diagnostics/Log.h) stream their pieces into it;
-/// it turns marker texts among the pieces into the fixed columns of a trace line, keeps the lines of
-/// different threads apart, and writes to the console until it is given a file or a stream. The
-/// format of a line is described in docs/trace-format.md.
+/// The process's one trace log. Log statements (kest/diagnostics/Log.h) stream their pieces into
+/// it; it turns marker texts among the pieces into the fixed columns of a trace line, keeps the
+/// lines of different threads apart, and writes to the console until it is given a file or a
+/// stream. The format of a line is described in docs/trace-format.md.
 ///
 /// Nothing here reports or throws on its own account: what cannot be written is lost in silence.
 /// Memory running out, and what a caller's own stream, lock or insertion operator throws, passes
 /// through. All operations may run on any thread, except where said otherwise.
 class KEST_API Recorder {
 public:
-#if defined(__GNUC__)
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
-#endif
     /// For a stream that is shared with code outside the Recorder: locked when a trace line begins,
     /// unlocked when it is flushed. Deliberate: the destructor is not virtual, although the Recorder
-    /// deletes the object as a StreamLock. So a class that implements it derives from nothing else,
-    /// keeps nothing that needs destruction, and is created with plain `new`.
+    /// gives the object's memory back as a StreamLock's. So a class that implements it derives from
+    /// nothing else, keeps nothing that needs destruction, and is created with plain `new`.
     class KEST_API StreamLock {
     public:
         virtual void lock() = 0;
         virtual void unlock() = 0;
+
+    protected:
+        ~StreamLock() = default;
     };
-#if defined(__GNUC__)
-#pragma GCC diagnostic pop
-#endif
 
     /// The Recorder, created on the first call. Owned by the library; valid until destroy.
     static Recorder* instance();
@@ -51,14 +47,15 @@ public:
     /// host, while no thread is logging: the library itself never calls it.
     static void destroy();
 
-    /// A second Recorder on the same stream, StreamLock and mutex: every field is copied. Both would
-    /// release them, so a copy is left alone in the end.
+    /// A second Recorder on the same stream, StreamLock and mutex: every field is copied. Both
+    /// would release them, so a copy is left alone in the end.
     Recorder(const Recorder& other);
 
     /// Directs the trace into the file at `path`, which is emptied; null counts as the empty path.
     /// Each character of the path is cut to its low byte. A file that cannot be opened is no error:
-    /// its trace is lost. While a file or a caller's stream is in place that one stays, and only the
-    /// path is remembered: its size is the one looked at, and it is the file that a roll-over opens.
+    /// its trace is lost. While a file or a caller's stream is in place that one stays, and only
+    /// the path is remembered: its size is the one looked at, and it is the file that a roll-over
+    /// opens.
     void setFile(const wchar_t* path);
 
     /// Directs the trace into the caller's stream, if it goes to the console so far; otherwise
@@ -182,11 +179,11 @@ bool isNullText(const T& value) {
 
 }  // namespace detail
 
-/// Inserts one value of any type that a wide stream takes, and returns `recorder`. The value is made
-/// into text first. If the thread's last piece was a file or line marker, it takes the value, whatever
-/// it is: the value is then not written. Otherwise constant wide text is looked at for markers, and
-/// everything else, changeable wide text included, goes to the stream with the stream's own insertion
-/// operator.
+/// Inserts one value of any type that a wide stream takes, and returns `recorder`. The value is
+/// made into text first. If the thread's last piece was a file or line marker, it takes the value,
+/// whatever it is: the value is then not written. Otherwise constant wide text is looked at for
+/// markers, and everything else, changeable wide text included, goes to the stream with the
+/// stream's own insertion operator.
 template <class T>
 Recorder& operator<<(Recorder& recorder, const T& value) {
     const bool isNull = detail::isNullText(value);

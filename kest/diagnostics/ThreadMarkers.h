@@ -8,8 +8,8 @@
 /// between lines it stands here, so that no thread's marker takes another thread's value.
 namespace Tallowmere {
 
-/// The marker state of a thread that holds no line. Without destructor, since a thread may end after
-/// the library was unloaded.
+/// The marker state of a thread that holds no line. Without destructor, since a thread may end
+/// after the library was unloaded.
 struct ThreadMarkers {
     /// No more of a file name than this ever reaches a line.
     static constexpr std::size_t kSourceSize = 30;
@@ -27,8 +27,8 @@ struct ThreadMarkers {
 /// The calling thread's, empty if it was used with another Recorder last.
 ThreadMarkers& threadMarkers(std::uint64_t recorder);
 
-/// A number that no other thread of this process has or had: never 0. (The system's numbers are used
-/// again after a thread's end, and a line that was never flushed would then seem to be the new
+/// A number that no other thread of this process has or had: never 0. (The system's numbers are
+/// used again after a thread's end, and a line that was never flushed would then seem to be the new
 /// thread's.)
 std::uint64_t currentThread();
 

@@ -3,8 +3,9 @@
 #include <cstdint>
 #include <string>
 
-/// The columns of a trace line after the time stamp, each with the tab that ends it. Each is built in
-/// a buffer of a fixed size, as by a bounded format: what does not fit, the tab included, is cut off.
+/// The columns of a trace line after the time stamp, each with the tab that ends it. Each is built
+/// in a buffer of a fixed size, as by a bounded format: what does not fit, the tab included, is cut
+/// off.
 namespace Tallowmere {
 
 /// `name` left-aligned in 8 columns. At most 33 characters.

@@ -12,8 +12,8 @@ namespace Tallowmere {
 /// empties it and denies other processes nothing. Our choice: its text is UTF-8 on every system, so
 /// that no name can stop the trace; numbers are written as in the classic locale.
 ///
-/// A file that cannot be opened leaves the stream failed for good. A write that fails later does not
-/// fail the stream: see Utf8Buffer.
+/// A file that cannot be opened leaves the stream failed for good. A write that fails later does
+/// not fail the stream: see Utf8Buffer.
 class TraceFile : public std::wostream {
 public:
     /// `name` is handed to the system as it is.

@@ -12,9 +12,9 @@ namespace Tallowmere {
 /// The conversion cannot fail. A pair of surrogates is one character, also when its halves arrive
 /// apart; half a pair, and what is no character at all, become U+FFFD.
 ///
-/// Our choice: a write that fails is not reported either. What was gathered is dropped, so the trace
-/// lacks whole lines, and the next flush tries again: the trace goes on once a full disk has room. If
-/// a line was cut in the middle, the next text begins on a line of its own.
+/// Our choice: a write that fails is not reported either. What was gathered is dropped, so the
+/// trace lacks whole lines, and the next flush tries again: the trace goes on once a full disk has
+/// room. If a line was cut in the middle, the next text begins on a line of its own.
 class Utf8Buffer : public std::wstreambuf {
 public:
     /// `bytes` must outlive this.

@@ -1,6 +1,6 @@
 // All static objects of the library that need construction, in one file, because only within a file
-// their order is fixed: each may use those above it, and they are destroyed in reverse. The standard
-// streams come first of all, through <iostream>.
+// their order is fixed: each may use those above it, and they are destroyed in reverse. The
+// standard streams come first of all, through <iostream>.
 
 #include <iostream>
 

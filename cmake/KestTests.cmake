@@ -36,3 +36,14 @@ add_executable(kest_tests ${kest_tests})
 target_link_libraries(kest_tests PRIVATE kest_objects kest_boost)
 target_compile_definitions(kest_tests PRIVATE KEST_SOURCE_DIR="${CMAKE_CURRENT_SOURCE_DIR}")
 kest_add_tests(kest_tests)
+
+if(MINGW AND CMAKE_CROSSCOMPILING_EMULATOR)
+    # That a failure under Wine is seen as one.
+    add_executable(kest_under_wine_test ${CMAKE_CURRENT_LIST_DIR}/UnderWineTest.cpp)
+    add_test(NAME under_wine COMMAND ${CMAKE_CURRENT_LIST_DIR}/under-wine-test.sh
+                                     $<TARGET_FILE:kest_under_wine_test>)
+    set_tests_properties(under_wine PROPERTIES TIMEOUT 300)
+elseif(NOT KEST_SANITIZERS)
+    add_test(NAME install_packages
+             COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/scripts/install-packages-test.sh)
+endif()

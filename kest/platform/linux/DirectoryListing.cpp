@@ -91,8 +91,7 @@ public:
             record.name = names::widen(name);
             record.kind = static_cast<Kind>(entry.type);
             record.attributes = attributesOf(record.kind);
-            const bool isLink =
-                record.kind == Kind::FileLink || record.kind == Kind::DirectoryLink;
+            const bool isLink = record.kind == Kind::FileLink || record.kind == Kind::DirectoryLink;
             record.reparseTag = isLink ? IO_REPARSE_TAG_SYMLINK : 0;
             return ERROR_SUCCESS;
         }
@@ -131,7 +130,7 @@ private:
             const char* const name = m_piece.data() + at + kNameOffset;
             unsigned mode = DTTOIF(entry.type);
             if (entry.type == DT_UNKNOWN) {
-                struct stat status{};
+                struct stat status {};
                 // Gone meanwhile: whoever wants to copy it will be told.
                 mode = fstatat(directory, name, &status, AT_SYMLINK_NOFOLLOW) == 0 ? status.st_mode
                                                                                    : S_IFREG;
@@ -169,7 +168,7 @@ Kind kindFromMode(unsigned mode, int parent, const char* name) {
         case S_IFREG:
             return Kind::File;
         case S_IFLNK: {
-            struct stat target{};
+            struct stat target {};
             const bool isDirectory =
                 fstatat(parent, name, &target, 0) == 0 && S_ISDIR(target.st_mode);
             return isDirectory ? Kind::DirectoryLink : Kind::FileLink;

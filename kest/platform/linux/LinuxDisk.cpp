@@ -65,8 +65,8 @@ int openDirectoryAt(int base, const char* path, int flags) {
     return openat(base, path, O_PATH | O_DIRECTORY | O_CLOEXEC | flags);
 }
 
-/// Opens a path of any length: the system takes only so much at once. Links are followed but for the
-/// last name with O_NOFOLLOW in `flags`.
+/// Opens a path of any length: the system takes only so much at once. Links are followed but for
+/// the last name with O_NOFOLLOW in `flags`.
 Descriptor openLong(int base, const std::string& path, int flags) {
     constexpr std::size_t kMost = PATH_MAX - 1;
     Descriptor at;
@@ -77,8 +77,8 @@ Descriptor openLong(int base, const std::string& path, int flags) {
             errno = ENAMETOOLONG;
             return Descriptor();
         }
-        at = Descriptor(openDirectoryAt(at ? at.get() : base,
-                                        path.substr(start, end - start).c_str(), 0));
+        at = Descriptor(
+            openDirectoryAt(at ? at.get() : base, path.substr(start, end - start).c_str(), 0));
         if (!at) {
             return at;
         }
@@ -108,8 +108,8 @@ std::wstring whereabouts(int directory, const std::wstring& text) {
 
 void putTime(FILETIME& to, const struct timespec& from) {
     constexpr std::int64_t kUnixEpoch = 11644473600;  // seconds from 1601 to 1970
-    const auto ticks = static_cast<std::uint64_t>((from.tv_sec + kUnixEpoch) * 10000000 +
-                                                  from.tv_nsec / 100);
+    const auto ticks =
+        static_cast<std::uint64_t>((from.tv_sec + kUnixEpoch) * 10000000 + from.tv_nsec / 100);
     to.dwLowDateTime = static_cast<DWORD>(ticks);
     to.dwHighDateTime = static_cast<DWORD>(ticks >> 32);
 }
@@ -122,8 +122,58 @@ private:
     Descriptor m_descriptor;
 };
 
+/// A directory that its owner may not write into cannot be moved to another place, since its ".."
+/// changes. Gives the owner that right for the time of the move. Should the process end meanwhile,
+/// the right stays.
+class Movable {
+public:
+    Movable(int parent, const char* name)
+        : m_directory(openat(parent, name, O_PATH | O_NOFOLLOW | O_DIRECTORY | O_CLOEXEC)) {
+        struct stat status {};
+        if (m_directory && fstat(m_directory.get(), &status) == 0 &&
+            (status.st_mode & S_IWUSR) == 0 && status.st_uid == geteuid()) {
+            m_mode = status.st_mode & 07777;
+            m_isChanged = change(m_mode | S_IWUSR);
+        }
+    }
+    ~Movable() {
+        const int saved = errno;
+        if (m_isChanged) {
+            (void)change(m_mode);
+        }
+        errno = saved;
+    }
+    Movable(const Movable&) = delete;
+    Movable& operator=(const Movable&) = delete;
+    bool isChanged() const { return m_isChanged; }
+
+private:
+    bool change(mode_t mode) const {
+        char path[32];
+        std::snprintf(path, sizeof path, "/proc/self/fd/%d", m_directory.get());
+        return chmod(path, mode) == 0;
+    }
+
+    Descriptor m_directory;
+    mode_t m_mode = 0;
+    bool m_isChanged = false;
+};
+
 int renameAt(int from, const char* fromName, int to, const char* toName, unsigned flags) {
-    return static_cast<int>(syscall(SYS_renameat2, from, fromName, to, toName, flags));
+    const auto attempt = [&] {
+        return static_cast<int>(syscall(SYS_renameat2, from, fromName, to, toName, flags));
+    };
+    const int result = attempt();
+    if (result == 0 || errno != EACCES) {
+        return result;
+    }
+    const Movable left(from, fromName);
+    const Movable right(to, toName);
+    if (!left.isChanged() && !right.isChanged()) {
+        errno = EACCES;
+        return -1;
+    }
+    return attempt();
 }
 
 }  // namespace
@@ -209,7 +259,7 @@ DWORD LinuxDisk::openBelow(const DirectoryPtr& base, const std::wstring& relativ
         openLong(descriptor(base), path.bytes(), links == Links::Refuse ? O_NOFOLLOW : 0);
     if (!opened) {
         const int error = errno;
-        struct stat status{};
+        struct stat status {};
         if (error == ENOTDIR && links == Links::Refuse &&
             fstatat(descriptor(base), path.get(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
             S_ISLNK(status.st_mode)) {
@@ -227,7 +277,7 @@ DWORD LinuxDisk::describe(const DirectoryPtr& parent, const std::wstring& name, 
     if (!native.isGood()) {
         return ERROR_INVALID_NAME;
     }
-    struct stat status{};
+    struct stat status {};
     if (fstatat(descriptor(parent), native.get(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
         return errorFromErrno(errno);
     }
@@ -259,7 +309,7 @@ DWORD LinuxDisk::mayRemoveFrom(const DirectoryPtr& directory) {
 bool LinuxDisk::sameVolume(const DirectoryPtr& left, const DirectoryPtr& right) {
     const auto ask = [](const DirectoryPtr& directory) -> const LinuxDirectory& {
         auto& known = static_cast<LinuxDirectory&>(*directory);
-        struct statx status{};
+        struct statx status {};
         if (!known.hasMount &&
             statx(known.get(), "", AT_EMPTY_PATH, STATX_BASIC_STATS | STATX_MNT_ID, &status) == 0) {
             known.device = makedev(status.stx_dev_major, status.stx_dev_minor);
@@ -270,7 +320,8 @@ bool LinuxDisk::sameVolume(const DirectoryPtr& left, const DirectoryPtr& right) 
     };
     const LinuxDirectory& first = ask(left);
     const LinuxDirectory& second = ask(right);
-    // The mount, too: a part of the same file system that is mounted elsewhere cannot be renamed to.
+    // The mount, too: a part of the same file system that is mounted elsewhere cannot be renamed
+    // to.
     return first.hasMount && second.hasMount && first.device == second.device &&
            first.mount == second.mount;
 }
@@ -278,8 +329,8 @@ bool LinuxDisk::sameVolume(const DirectoryPtr& left, const DirectoryPtr& right) 
 bool LinuxDisk::isEntry(const DirectoryPtr& parent, const std::wstring& name,
                         const DirectoryPtr& directory) {
     const NativeName native(name);
-    struct stat entry{};
-    struct stat opened{};
+    struct stat entry {};
+    struct stat opened {};
     return native.isGood() &&
            fstatat(descriptor(parent), native.get(), &entry, AT_SYMLINK_NOFOLLOW) == 0 &&
            fstat(descriptor(directory), &opened) == 0 && entry.st_dev == opened.st_dev &&
@@ -305,7 +356,7 @@ DWORD LinuxDisk::makePrivateDirectory(const DirectoryPtr& parent, const std::wst
         char path[32];
         std::snprintf(path, sizeof path, "/proc/self/fd/%d", made.get());
         (void)removexattr(path, "system.posix_acl_default");
-        struct stat status{};
+        struct stat status {};
         if (fstat(made.get(), &status) == 0 && (status.st_mode & 0700) != 0700) {
             (void)chmod(path, 0700);
         }
@@ -323,7 +374,8 @@ DWORD LinuxDisk::copyFile(const DirectoryPtr& sourceParent, const std::wstring& 
     }
     const int error =
         copyEntry(descriptor(sourceParent), from.bytes(), descriptor(parent), to.bytes(),
-                  known != nullptr && *known == Kind::File, links == Links::Follow);
+                  known != nullptr && *known == Kind::File, links == Links::Follow,
+                  static_cast<LinuxDirectory&>(*parent).defaults);
     return error == 0 ? ERROR_SUCCESS : errorFromErrno(error);
 }
 
@@ -336,9 +388,8 @@ DWORD LinuxDisk::makeLink(const DirectoryPtr& parent, const std::wstring& name,
     }
     // On the disk stands a plain Linux path, so that the link works for every program.
     const DWORD error = names::toNativePath(target, to);
-    return error != ERROR_SUCCESS
-               ? error
-               : answer(symlinkat(to.c_str(), descriptor(parent), native.get()));
+    return error != ERROR_SUCCESS ? error
+                                  : answer(symlinkat(to.c_str(), descriptor(parent), native.get()));
 }
 
 DWORD LinuxDisk::adopt(const DirectoryPtr& source, const DirectoryPtr& directory) {
@@ -361,7 +412,7 @@ DWORD LinuxDisk::removeDirectory(const DirectoryPtr& parent, const std::wstring&
         return ERROR_SUCCESS;
     }
     const int error = errno;
-    struct stat status{};
+    struct stat status {};
     if (error == ENOTDIR &&
         fstatat(descriptor(parent), native.get(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
         S_ISLNK(status.st_mode)) {
@@ -386,7 +437,7 @@ DWORD LinuxDisk::rename(const DirectoryPtr& from, const std::wstring& fromName,
     }
     // A file system that cannot promise it is asked first. A directory or a file that appears in
     // between is not lost: a directory is only replaced while it is empty, a file is looked for.
-    struct stat status{};
+    struct stat status {};
     if (fstatat(descriptor(to), target.get(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
         return ERROR_ALREADY_EXISTS;
     }
@@ -400,8 +451,8 @@ DWORD LinuxDisk::exchange(const DirectoryPtr& left, const std::wstring& leftName
     if (!first.isGood() || !second.isGood()) {
         return ERROR_INVALID_NAME;
     }
-    if (renameAt(descriptor(left), first.get(), descriptor(right), second.get(),
-                 RENAME_EXCHANGE) == 0) {
+    if (renameAt(descriptor(left), first.get(), descriptor(right), second.get(), RENAME_EXCHANGE) ==
+        0) {
         return ERROR_SUCCESS;
     }
     // An overlay cannot exchange a directory of a lower layer, an old file system not at all.
@@ -465,10 +516,9 @@ DWORD LinuxDisk::readFile(const DirectoryPtr& parent, const std::wstring& name,
     }
 }
 
-DWORD LinuxDisk::lock(const DirectoryPtr& directory,
-                      std::unique_ptr<DirectoryLock>& lock) {
-    // On a descriptor of its own: such a lock belongs to the opening, not to the process, so that two
-    // threads of one process keep apart, too.
+DWORD LinuxDisk::lock(const DirectoryPtr& directory, std::unique_ptr<DirectoryLock>& lock) {
+    // On a descriptor of its own: such a lock belongs to the opening, not to the process, so that
+    // two threads of one process keep apart, too.
     Descriptor own(openat(descriptor(directory), ".", kDirectoryFlags));
     if (!own) {
         return errorFromErrno(errno);
@@ -481,7 +531,7 @@ DWORD LinuxDisk::lock(const DirectoryPtr& directory,
 }
 
 bool LinuxDisk::isPrivateOfOurs(const DirectoryPtr& directory) {
-    struct stat status{};
+    struct stat status {};
     return fstat(descriptor(directory), &status) == 0 && status.st_uid == geteuid() &&
            (status.st_mode & 077) == 0;
 }

@@ -10,9 +10,10 @@
 /// What the transaction manager needs of a disk, and nothing more: three implementations, one for
 /// each system and one in memory for tests.
 ///
-/// Every operation answers with a Windows error code, ERROR_SUCCESS when it was done, and leaves the
-/// thread's last error alone. Names are single components in the library's wide form; texts are paths
-/// in normal form (see normalize). Nothing here retries, and nothing but what is said is changed.
+/// Every operation answers with a Windows error code, ERROR_SUCCESS when it was done, and leaves
+/// the thread's last error alone. Names are single components in the library's wide form; texts are
+/// paths in normal form (see normalize). Nothing here retries, and nothing but what is said is
+/// changed.
 namespace Tallowmere::platform::transactions {
 
 enum class Kind {
@@ -60,8 +61,9 @@ public:
 
     // Texts.
 
-    /// The normal form of a caller's path: a leading "\\?\" understood once and dropped, "/" between
-    /// components, none doubled or at the end, no "." and no "..". Touches the disk only for "..".
+    /// The normal form of a caller's path: a leading "\\?\" understood once and dropped, "/"
+    /// between components, none doubled or at the end, no "." and no "..". Touches the disk only
+    /// for "..".
     virtual DWORD normalize(const wchar_t* path, std::wstring& text) = 0;
     /// Whether a text in normal form is a root, which has no parent.
     virtual bool isRoot(std::wstring_view text) const = 0;
@@ -94,8 +96,8 @@ public:
     /// A directory that no other user can look into or put anything into.
     virtual DWORD makePrivateDirectory(const DirectoryPtr& parent, const std::wstring& name) = 0;
     /// Copies anything that is not a directory, with all that the system keeps about a file. A link
-    /// is copied as a link, or with Links::Follow as what it leads to. `known` is what a listing told
-    /// about the source, or null. On failure nothing is left.
+    /// is copied as a link, or with Links::Follow as what it leads to. `known` is what a listing
+    /// told about the source, or null. On failure nothing is left.
     virtual DWORD copyFile(const DirectoryPtr& sourceParent, const std::wstring& sourceName,
                            const DirectoryPtr& parent, const std::wstring& name, Links links,
                            const Kind* known) = 0;

@@ -8,9 +8,9 @@
 /// The redo journal: the list of a commit's changes when there is more than one, or when the disk
 /// cannot make the one in a single step.
 ///
-/// It is a file in the stage that holds the new entries. Its appearance under its name is the commit
-/// point: before it nothing outside the stage has changed; from then on whoever comes next carries
-/// out what is left. Each step is told done or not by what is in the stage:
+/// It is a file in the stage that holds the new entries. Its appearance under its name is the
+/// commit point: before it nothing outside the stage has changed; from then on whoever comes next
+/// carries out what is left. Each step is told done or not by what is in the stage:
 ///
 ///   publish a new entry      the slot is there: to do              gone: done
 ///   take an old entry away   "<slot>-old" is not there: to do      there: done
@@ -33,7 +33,8 @@ inline const std::wstring kJournalName = L"journal";
 /// committed, otherwise they are not.
 DWORD writeJournal(Disk& disk, const DirectoryPtr& stage, const std::vector<JournalEntry>& entries);
 
-/// Reads it. ERROR_FILE_NOT_FOUND when there is none, ERROR_FILE_CORRUPT when it is not one of ours.
+/// Reads it. ERROR_FILE_NOT_FOUND when there is none, ERROR_FILE_CORRUPT when it is not one of
+/// ours.
 DWORD readJournal(Disk& disk, const DirectoryPtr& stage, std::vector<JournalEntry>& entries);
 
 /// Carries out what is left of the entries, in order, and makes it durable.

@@ -6,8 +6,8 @@
 #include "kest/platform/transactions/Disk.h"
 
 /// The stage: a private directory in the directory whose entries change, so on the same volume, in
-/// which new entries are made and old ones are destroyed. Its owner holds a lock on it that ends with
-/// the owner, so a stage whose lock can be had is an orphan.
+/// which new entries are made and old ones are destroyed. Its owner holds a lock on it that ends
+/// with the owner, so a stage whose lock can be had is an orphan.
 namespace Tallowmere::platform::transactions {
 
 class Stage {
@@ -41,10 +41,10 @@ private:
 /// Whether a name has the form of a stage's.
 bool isStageName(const std::wstring& name);
 
-/// Looks at an entry whose name has that form. `isStage` tells whether it is one: ours, a live one or
-/// one of another user; such entries are no part of what a transaction shows. An orphan of ours is
-/// finished when its commit point was reached and discarded when not; `changed` tells whether that
-/// changed other entries of directories.
+/// Looks at an entry whose name has that form. `isStage` tells whether it is one: ours, a live one
+/// or one of another user; such entries are no part of what a transaction shows. An orphan of ours
+/// is finished when its commit point was reached and discarded when not; `changed` tells whether
+/// that changed other entries of directories.
 DWORD recoverStage(Disk& disk, const DirectoryPtr& where, const std::wstring& name, bool& isStage,
                    bool& changed);
 

@@ -4,7 +4,8 @@
 
 namespace Tallowmere::platform::transactions {
 
-/// The disk that new transactions work on: the system's, unless a test has put another in its place.
+/// The disk that new transactions work on: the system's, unless a test has put another in its
+/// place.
 Disk& currentDisk();
 
 /// For tests: from now on transactions work on `disk`; null gives the system's back.

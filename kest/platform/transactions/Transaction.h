@@ -18,11 +18,12 @@
 ///
 /// States and what holds in each:
 ///
-///   open        Nothing outside the stage has changed. The view is the disk with m_changes laid over
-///               it: a name is removed, or it is staged, that is, it stands in the stage under a slot.
-///               Below a staged directory everything is ordinary work on the disk, so a tree costs one
-///               change whatever its size. A directory whose entries were all removed and which is
-///               removed itself is one change, too.
+///   open        Nothing outside the stage has changed. The view is the disk with m_changes laid
+///   over
+///               it: a name is removed, or it is staged, that is, it stands in the stage under a
+///               slot. Below a staged directory everything is ordinary work on the disk, so a tree
+///               costs one change whatever its size. A directory whose entries were all removed and
+///               which is removed itself is one change, too.
 ///   publishing  The stage is durable. One change is one step on the disk; several, or one that the
 ///               disk cannot make in one step, go through the journal.
 ///   committed   The disk shows the view. Old entries are in the stage and are destroyed.
@@ -51,8 +52,8 @@ public:
     DWORD deleteFile(const wchar_t* path);
     DWORD removeDirectory(const wchar_t* path);
 
-    /// ERROR_SUCCESS: the view is what the disk shows, for good. Otherwise the disk is unchanged and
-    /// the transaction is rolled back.
+    /// ERROR_SUCCESS: the view is what the disk shows, for good. Otherwise the disk is unchanged
+    /// and the transaction is rolled back.
     DWORD commit();
     /// Forgets all changes. Harmless after a commit.
     void rollBack();
@@ -82,7 +83,8 @@ private:
         std::wstring text;
         /// The link through which all of these changes were made, as parent and folded name.
         std::wstring throughLink;
-        /// Folded names of entries of the disk that are gone in the view, and nothing in their place.
+        /// Folded names of entries of the disk that are gone in the view, and nothing in their
+        /// place.
         std::unordered_set<std::wstring> removed;
         /// By folded name.
         std::unordered_map<std::wstring, Change> others;
@@ -172,8 +174,8 @@ private:
     std::weak_ptr<View> m_lastDirectory;
     std::wstring m_lastName;
     Kind m_lastKind = Kind::File;
-    /// The directory that a search has just read to its end, and how many entries the disk has there;
-    /// -1 when some of them are hidden.
+    /// The directory that a search has just read to its end, and how many entries the disk has
+    /// there; -1 when some of them are hidden.
     std::wstring m_listedDirectory;
     std::int64_t m_listedCount = -1;
 };

@@ -12,8 +12,8 @@
 namespace Tallowmere::platform::transactions {
 namespace {
 
-/// Runs a part of a call. Its error becomes the last error; memory or another resource running out is
-/// one of them, since these calls throw nothing.
+/// Runs a part of a call. Its error becomes the last error; memory or another resource running out
+/// is one of them, since these calls throw nothing.
 template <class Body>
 bool succeeds(Body body) {
     DWORD error = ERROR_NOT_ENOUGH_MEMORY;
@@ -90,8 +90,8 @@ HANDLE FindFirstFileTransactedW(const wchar_t* pattern, FINDEX_INFO_LEVELS level
                                 HANDLE handle) {
     HANDLE search = INVALID_HANDLE_VALUE;
     const bool found = succeedsIn(handle, [&](Transaction& transaction) -> DWORD {
-        if (level != FindExInfoStandard || operation != FindExSearchNameMatch || filter != nullptr ||
-            flags != 0 || data == nullptr) {
+        if (level != FindExInfoStandard || operation != FindExSearchNameMatch ||
+            filter != nullptr || flags != 0 || data == nullptr) {
             return ERROR_INVALID_PARAMETER;
         }
         return transaction.findFirst(pattern, *static_cast<WIN32_FIND_DATAW*>(data), search);
@@ -132,12 +132,14 @@ BOOL CopyFileTransactedW(const wchar_t* source, const wchar_t* destination,
 
 BOOLEAN CreateSymbolicLinkTransactedW(const wchar_t* link, const wchar_t* target, DWORD flags,
                                       HANDLE handle) {
-    return succeedsIn(handle, [&](Transaction& transaction) -> DWORD {
-        if ((flags & ~SYMBOLIC_LINK_FLAG_DIRECTORY) != 0) {
-            return ERROR_INVALID_PARAMETER;
-        }
-        return transaction.createLink(link, target, flags == SYMBOLIC_LINK_FLAG_DIRECTORY);
-    })
+    return succeedsIn(handle,
+                      [&](Transaction& transaction) -> DWORD {
+                          if ((flags & ~SYMBOLIC_LINK_FLAG_DIRECTORY) != 0) {
+                              return ERROR_INVALID_PARAMETER;
+                          }
+                          return transaction.createLink(link, target,
+                                                        flags == SYMBOLIC_LINK_FLAG_DIRECTORY);
+                      })
                ? 1
                : 0;
 }

@@ -36,8 +36,8 @@ DWORD Transaction::attributes(const wchar_t* path, WIN32_FILE_ATTRIBUTE_DATA& da
                : m_disk.describe(stands.directory, stands.name, kind, &data);
 }
 
-/// The first question about a place is when an orphaned stage beside it is met; beside, or in it where
-/// it is the root of a volume, whose entries change one by one.
+/// The first question about a place is when an orphaned stage beside it is met; beside, or in it
+/// where it is the root of a volume, whose entries change one by one.
 DWORD Transaction::recover(const Place& place) {
     const auto look = [&](const ViewPtr& view) -> DWORD {
         if (view->staged || view->recovered) {
@@ -241,8 +241,8 @@ DWORD Transaction::replaceFile(const Place& place, const Standing& source, Links
         return error;
     }
     const std::wstring slot = m_stage->newSlot();
-    error = m_disk.copyFile(source.directory, source.name, m_stage->directory(), slot, links,
-                            nullptr);
+    error =
+        m_disk.copyFile(source.directory, source.name, m_stage->directory(), slot, links, nullptr);
     if (error != ERROR_SUCCESS) {
         return error;
     }
@@ -398,7 +398,8 @@ DWORD Transaction::remove(const Place& place, const Standing& standing, Kind kin
     }
     DirectoryChanges* changes = changesOf(place.parent->canonical);
     if (changes == nullptr || changes->removed.empty()) {
-        // Asked once for each directory: what could not be destroyed after the commit is refused now.
+        // Asked once for each directory: what could not be destroyed after the commit is refused
+        // now.
         const DWORD error = m_disk.mayRemoveFrom(place.parent->directory);
         if (error != ERROR_SUCCESS) {
             return error;

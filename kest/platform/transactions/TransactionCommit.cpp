@@ -164,8 +164,8 @@ DWORD Transaction::publishAll(const std::vector<JournalEntry>& entries) {
     }
     if (undo(m_disk, stage, entries) != ERROR_SUCCESS ||
         removeJournal(m_disk, stage) != ERROR_SUCCESS) {
-        // Neither forward nor back: old and new are both kept in the stage with the journal, and the
-        // next who comes by carries it out.
+        // Neither forward nor back: old and new are both kept in the stage with the journal, and
+        // the next who comes by carries it out.
         m_stage.reset();
     }
     return error;

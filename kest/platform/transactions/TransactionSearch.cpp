@@ -15,8 +15,8 @@ DWORD fill(const Record& record, WIN32_FIND_DATAW& data) {
     if (record.name.size() >= MAX_PATH) {
         return ERROR_FILENAME_EXCED_RANGE;
     }
-    // Our choice: a record tells what an entry is, not how large or how old it is; that would cost a
-    // call to the system for each, and a tree walk does not ask.
+    // Our choice: a record tells what an entry is, not how large or how old it is; that would cost
+    // a call to the system for each, and a tree walk does not ask.
     data = {};
     data.dwFileAttributes = record.attributes;
     data.dwReserved0 = record.reparseTag;
@@ -117,8 +117,7 @@ DWORD Transaction::nextRecord(Search& search, Record& record) {
         const auto found = changes->others.find(folded);
         Kind kind{};
         WIN32_FILE_ATTRIBUTE_DATA data{};
-        const DWORD error =
-            m_disk.describe(m_stage->directory(), found->second.slot, kind, &data);
+        const DWORD error = m_disk.describe(m_stage->directory(), found->second.slot, kind, &data);
         record = recordOf(found->second.name, kind, data.dwFileAttributes);
         return error;
     };

@@ -41,8 +41,8 @@ void Transaction::remember(const ViewPtr& view) {
     }
 }
 
-/// Forgets what stands for a place and for all below it, found by where it is and by how it is called:
-/// what was reached through a link is somewhere else.
+/// Forgets what stands for a place and for all below it, found by where it is and by how it is
+/// called: what was reached through a link is somewhere else.
 void Transaction::forget(const Place& place) {
     const std::wstring canonical = join(place.parent->canonical, place.name);
     const std::wstring text = join(place.parent->text, place.name);
@@ -248,8 +248,7 @@ DWORD Transaction::stepInto(const ViewPtr& parent, const std::wstring& name,
     found->text = text;
     found->canonical = join(parent->canonical, name);
     found->staged = stands.staged;
-    DWORD error =
-        m_disk.openBelow(stands.directory, stands.name, Links::Refuse, found->directory);
+    DWORD error = m_disk.openBelow(stands.directory, stands.name, Links::Refuse, found->directory);
     if (error == ERROR_CANT_RESOLVE_FILENAME) {
         if (stands.staged) {
             // Work through a staged link would change its target at once.

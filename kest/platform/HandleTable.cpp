@@ -104,8 +104,7 @@ void* retireHandle(HANDLE handle, HandleKind kind) {
         return nullptr;
     }
     // The list of free slots may have to grow, so it goes first: a failure changes nothing.
-    all.freeSlots.push_back(
-        static_cast<std::uint32_t>(number(handle) & ((1U << kSlotBits) - 1)));
+    all.freeSlots.push_back(static_cast<std::uint32_t>(number(handle) & ((1U << kSlotBits) - 1)));
     void* const object = slot->object.load(std::memory_order_relaxed);
     slot->open.store(0, std::memory_order_release);
     return object;

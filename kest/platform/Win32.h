@@ -1,8 +1,8 @@
 #pragma once
 
-/// The Windows names that the library speaks: windows.h on Windows (included here and nowhere else),
-/// our own declarations of the same names and numbers elsewhere. Internal: no public header includes
-/// this file. The numbers are checked against each other by contract/ConstantsTest.cpp.
+/// The Windows names that the library speaks: windows.h on Windows (included here and nowhere
+/// else), our own declarations of the same names and numbers elsewhere. Internal: no public header
+/// includes this file. The numbers are checked against each other by contract/ConstantsTest.cpp.
 
 #include "kest/platform/Types.h"
 

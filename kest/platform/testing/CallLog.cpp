@@ -46,17 +46,18 @@ struct Logged<member> {
 
 }  // namespace
 
-CallLog::CallLog(std::uint32_t families) : m_previous(g_calls), m_outer(std::exchange(g_log, this)) {
-#define KEST_CALL(family, result, function, parameters, ...)     \
-    if ((families & family) != 0) {                              \
-        using Call = Logged<&Calls::function>;                   \
-        Call::previous = g_calls.function;                       \
-        Call::name = L"" #function;                              \
-        g_calls.function = &Call::invoke;                        \
+CallLog::CallLog(std::uint32_t families)
+    : m_previous(g_calls), m_outer(std::exchange(g_log, this)) {
+#define KEST_CALL(family, result, function, parameters, ...) \
+    if ((families & family) != 0) {                          \
+        using Call = Logged<&Calls::function>;               \
+        Call::previous = g_calls.function;                   \
+        Call::name = L"" #function;                          \
+        g_calls.function = &Call::invoke;                    \
     }
-#define KEST_SAFE(family, result, function, parameters)          \
+#define KEST_SAFE(family, result, function, parameters) \
     KEST_CALL(family, result, function, parameters)
-#define KEST_RELEASE(family, result, function, parameters, ...)  \
+#define KEST_RELEASE(family, result, function, parameters, ...) \
     KEST_CALL(family, result, function, parameters)
 #include "kest/platform/Calls.def"
 #undef KEST_SAFE

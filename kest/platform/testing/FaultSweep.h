@@ -25,8 +25,8 @@ enum class FaultSpan { Once, FromThereOn };
 /// Runs `body` once clean, then once for each call of the named families that it made, failing the
 /// 1st, the 2nd, the 3rd and so on with the failure value and the error that Calls.def gives. After
 /// each run `check` is told what had been failed. A failed call is not made, except one that gives
-/// something back (CloseHandle, LocalFree, ReleaseMutex), which is made and then reported as failed.
-/// Returns how many faults were tried.
+/// something back (CloseHandle, LocalFree, ReleaseMutex), which is made and then reported as
+/// failed. Returns how many faults were tried.
 int sweepFaults(std::uint32_t families, FaultSpan span, const std::function<void()>& body,
                 const std::function<void(const Fault&)>& check);
 

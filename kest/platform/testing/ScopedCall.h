@@ -15,8 +15,9 @@ R failing(R value, DWORD error) {
     return value;
 }
 
-/// Replaces one call of the seam by a callable for a scope, counts how often it is made and restores
-/// what was there. Scopes of one call nest. Use it while no other thread is inside the library.
+/// Replaces one call of the seam by a callable for a scope, counts how often it is made and
+/// restores what was there. Scopes of one call nest. Use it while no other thread is inside the
+/// library.
 template <auto member>
 class ScopedCall;
 

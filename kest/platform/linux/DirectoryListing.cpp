@@ -1,0 +1,194 @@
+#include "kest/platform/linux/DirectoryListing.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <vector>
+
+#include "kest/platform/linux/Errno.h"
+#include "kest/platform/linux/Names.h"
+
+namespace Tallowmere::platform {
+namespace {
+
+using transactions::Kind;
+using transactions::Record;
+
+constexpr std::size_t kBufferSize = 64 * 1024;
+
+/// The record that the kernel gives; its name is behind it.
+struct KernelEntry {
+    std::uint64_t inode;
+    std::int64_t offset;
+    std::uint16_t length;
+    std::uint8_t type;
+};
+constexpr std::size_t kNameOffset = 19;
+
+class DirectoryListing : public transactions::Listing {
+public:
+    /// Reads the first piece. 0 or an errno value.
+    int open(const std::shared_ptr<LinuxDirectory>& directory) {
+        m_directory = directory;
+        if (directory->isRead) {
+            m_own = Descriptor(openat(directory->get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+            if (!m_own) {
+                return errno;
+            }
+        }
+        directory->isRead = true;
+        thread_local std::unique_ptr<char[]> t_piece;
+        if (t_piece == nullptr) {
+            t_piece = std::make_unique<char[]>(kBufferSize);
+        }
+        ssize_t got = read(t_piece.get(), kBufferSize);
+        if (got < 0) {
+            return errno;
+        }
+        m_piece.assign(t_piece.get(), t_piece.get() + got);
+        // Asked once more, because only that tells whether it was all. A piece that follows is kept
+        // behind the first.
+        while (got > 0 && m_piece.size() < kBufferSize) {
+            got = read(t_piece.get(), kBufferSize);
+            if (got < 0) {
+                return errno;
+            }
+            m_piece.insert(m_piece.end(), t_piece.get(), t_piece.get() + got);
+        }
+        m_isAll = got == 0;
+        resolveLinks();
+        if (m_isAll) {
+            m_directory.reset();
+            m_own.reset();
+        }
+        return 0;
+    }
+
+    DWORD next(Record& record) override {
+        for (;;) {
+            if (m_at == m_piece.size()) {
+                const int error = more();
+                if (error != 0) {
+                    return errorFromErrno(error);
+                }
+                if (m_piece.empty()) {
+                    return ERROR_NO_MORE_FILES;
+                }
+            }
+            KernelEntry entry{};
+            std::memcpy(&entry, m_piece.data() + m_at, kNameOffset);
+            const char* const name = m_piece.data() + m_at + kNameOffset;
+            m_at += entry.length;
+            if (std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0) {
+                continue;
+            }
+            record.name = names::widen(name);
+            record.kind = static_cast<Kind>(entry.type);
+            record.attributes = attributesOf(record.kind);
+            const bool isLink = record.kind == Kind::FileLink || record.kind == Kind::DirectoryLink;
+            record.reparseTag = isLink ? IO_REPARSE_TAG_SYMLINK : 0;
+            return ERROR_SUCCESS;
+        }
+    }
+
+private:
+    ssize_t read(char* buffer, std::size_t size) {
+        const int descriptor = m_own ? m_own.get() : m_directory->get();
+        return syscall(SYS_getdents64, descriptor, buffer, size);
+    }
+
+    int more() {
+        m_piece.clear();
+        m_at = 0;
+        if (m_isAll) {
+            return 0;
+        }
+        m_piece.resize(kBufferSize);
+        const ssize_t got = read(m_piece.data(), m_piece.size());
+        if (got < 0) {
+            return errno;
+        }
+        m_piece.resize(static_cast<std::size_t>(got));
+        m_isAll = got == 0;
+        resolveLinks();
+        return 0;
+    }
+
+    /// Puts our kind in place of the kernel's type in each record of the piece, while the directory
+    /// is still at hand: a link's target and what the file system did not say have to be asked for.
+    void resolveLinks() {
+        const int directory = m_own ? m_own.get() : m_directory->get();
+        for (std::size_t at = 0; at < m_piece.size();) {
+            KernelEntry entry{};
+            std::memcpy(&entry, m_piece.data() + at, kNameOffset);
+            const char* const name = m_piece.data() + at + kNameOffset;
+            unsigned mode = DTTOIF(entry.type);
+            if (entry.type == DT_UNKNOWN) {
+                struct stat status {};
+                // Gone meanwhile: whoever wants to copy it will be told.
+                mode = fstatat(directory, name, &status, AT_SYMLINK_NOFOLLOW) == 0 ? status.st_mode
+                                                                                   : S_IFREG;
+            }
+            const Kind kind = kindFromMode(mode, directory, name);
+            m_piece[at + kNameOffset - 1] = static_cast<char>(kind);
+            at += entry.length;
+        }
+    }
+
+    std::shared_ptr<LinuxDirectory> m_directory;
+    Descriptor m_own;
+    std::vector<char> m_piece;
+    std::size_t m_at = 0;
+    bool m_isAll = false;
+};
+
+}  // namespace
+
+DWORD listDirectory(const std::shared_ptr<LinuxDirectory>& directory,
+                    std::unique_ptr<transactions::Listing>& listing) {
+    auto made = std::make_unique<DirectoryListing>();
+    const int error = made->open(directory);
+    if (error != 0) {
+        return errorFromErrno(error);
+    }
+    listing = std::move(made);
+    return ERROR_SUCCESS;
+}
+
+Kind kindFromMode(unsigned mode, int parent, const char* name) {
+    switch (mode & S_IFMT) {
+        case S_IFDIR:
+            return Kind::Directory;
+        case S_IFREG:
+            return Kind::File;
+        case S_IFLNK: {
+            struct stat target {};
+            const bool isDirectory =
+                fstatat(parent, name, &target, 0) == 0 && S_ISDIR(target.st_mode);
+            return isDirectory ? Kind::DirectoryLink : Kind::FileLink;
+        }
+        default:
+            return Kind::Special;
+    }
+}
+
+DWORD attributesOf(Kind kind) {
+    switch (kind) {
+        case Kind::Directory:
+            return FILE_ATTRIBUTE_DIRECTORY;
+        case Kind::DirectoryLink:
+            return FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
+        case Kind::FileLink:
+            return FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_REPARSE_POINT;
+        default:
+            return FILE_ATTRIBUTE_ARCHIVE;
+    }
+}
+
+}  // namespace Tallowmere::platform

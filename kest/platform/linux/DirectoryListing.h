@@ -1,0 +1,18 @@
+#pragma once
+
+#include "kest/platform/linux/LinuxDisk.h"
+
+namespace Tallowmere::platform {
+
+/// Lists a directory in the disk's own order. A directory that fits into one buffer, as nearly all
+/// do, is read at once and keeps nothing open; a larger one is read piece by piece.
+DWORD listDirectory(const std::shared_ptr<LinuxDirectory>& directory,
+                    std::unique_ptr<transactions::Listing>& listing);
+
+/// What a mode stands for; a link's target is asked for in `parent`.
+transactions::Kind kindFromMode(unsigned mode, int parent, const char* name);
+
+/// The attributes that Windows would show.
+DWORD attributesOf(transactions::Kind kind);
+
+}  // namespace Tallowmere::platform

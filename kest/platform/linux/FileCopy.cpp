@@ -1,0 +1,328 @@
+#include "kest/platform/linux/FileCopy.h"
+
+#include <fcntl.h>
+#include <sys/sysmacros.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "kest/platform/linux/Descriptor.h"
+
+namespace Tallowmere::platform {
+namespace {
+
+constexpr std::size_t kBufferSize = 256 * 1024;
+
+bool isSystemNamespace(const char* name) {
+    return std::strncmp(name, "security.", 9) == 0 || std::strncmp(name, "trusted.", 8) == 0;
+}
+
+/// Extended attributes, access lists among them. Those that only the system may set are kept where
+/// it lets us; any other that cannot be kept is a failure, since a copy without it would lose
+/// something.
+int copyAttributes(int from, int to) {
+    std::array<char, 1024> few;
+    ssize_t size = flistxattr(from, few.data(), few.size());
+    std::vector<char> many;
+    const char* names = few.data();
+    while (size < 0 && errno == ERANGE) {
+        size = flistxattr(from, nullptr, 0);
+        if (size >= 0) {
+            many.resize(static_cast<std::size_t>(size) + 256);
+            names = many.data();
+            size = flistxattr(from, many.data(), many.size());
+        }
+    }
+    if (size < 0) {
+        return errno == ENOTSUP ? 0 : errno;
+    }
+    std::vector<char> value;
+    for (const char* name = names; name < names + size; name += std::strlen(name) + 1) {
+        ssize_t length = fgetxattr(from, name, nullptr, 0);
+        if (length >= 0) {
+            value.resize(static_cast<std::size_t>(length) + 1);
+            length = fgetxattr(from, name, value.data(), value.size());
+        }
+        if (length < 0) {
+            if (errno == ENODATA || isSystemNamespace(name)) {
+                continue;
+            }
+            return errno;
+        }
+        if (fsetxattr(to, name, value.data(), static_cast<std::size_t>(length), 0) != 0 &&
+            !isSystemNamespace(name)) {
+            return errno;
+        }
+    }
+    return 0;
+}
+
+/// The owner, as far as the process may set it: a user's own copy of another's file is the user's.
+int copyOwner(const struct stat& wanted, const struct stat& present, int to) {
+    if (wanted.st_uid == present.st_uid && wanted.st_gid == present.st_gid) {
+        return 0;
+    }
+    if (fchown(to, wanted.st_uid, wanted.st_gid) != 0 && errno != EPERM) {
+        return errno;
+    }
+    if (fchown(to, static_cast<uid_t>(-1), wanted.st_gid) != 0 && errno != EPERM) {
+        return errno;
+    }
+    return 0;
+}
+
+int writeAll(int to, const char* data, std::size_t size, off_t at) {
+    while (size > 0) {
+        const ssize_t written = pwrite(to, data, size, at);
+        if (written < 0) {
+            if (errno == EINTR) {
+                continue;
+            }
+            return errno;
+        }
+        data += written;
+        size -= static_cast<std::size_t>(written);
+        at += written;
+    }
+    return 0;
+}
+
+/// By reading and writing, for what the system cannot copy inside itself. `end` is where to stop,
+/// or -1 for the end of the file.
+int copyRangeByHand(int from, int to, off_t at, off_t end) {
+    const auto buffer = std::make_unique<char[]>(kBufferSize);
+    while (end < 0 || at < end) {
+        const std::size_t wanted =
+            end < 0 ? kBufferSize : std::min<std::size_t>(kBufferSize, end - at);
+        const ssize_t got = pread(from, buffer.get(), wanted, at);
+        if (got < 0) {
+            if (errno == EINTR) {
+                continue;
+            }
+            return errno;
+        }
+        if (got == 0) {
+            return 0;
+        }
+        const int error = writeAll(to, buffer.get(), static_cast<std::size_t>(got), at);
+        if (error != 0) {
+            return error;
+        }
+        at += got;
+    }
+    return 0;
+}
+
+int copyRange(int from, int to, off_t at, off_t end) {
+    while (at < end) {
+        off_t in = at;
+        off_t out = at;
+        const ssize_t copied =
+            copy_file_range(from, &in, to, &out, static_cast<std::size_t>(end - at), 0);
+        if (copied < 0) {
+            switch (errno) {
+                case EINTR:
+                    continue;
+                case EXDEV:
+                case EINVAL:
+                case ENOSYS:
+                case EOPNOTSUPP:
+                case EPERM:
+                case EBADF:
+                case EIO:
+                    // Another file system, or one that cannot. An error of the disk shows again.
+                    return copyRangeByHand(from, to, at, end);
+                default:
+                    return errno;
+            }
+        }
+        if (copied == 0) {
+            // Shorter than it was, or a file system that answers so instead of failing.
+            return copyRangeByHand(from, to, at, end);
+        }
+        at += copied;
+    }
+    return 0;
+}
+
+int copyContent(int from, int to, const struct stat& status) {
+    if (status.st_size == 0) {
+        // Some files of the system claim no size and have content.
+        return copyRangeByHand(from, to, 0, -1);
+    }
+    const bool hasHoles = status.st_blocks < (status.st_size + 511) / 512;
+    if (!hasHoles) {
+        return copyRange(from, to, 0, status.st_size);
+    }
+    off_t at = 0;
+    while (at < status.st_size) {
+        const off_t data = lseek(from, at, SEEK_DATA);
+        if (data < 0) {
+            if (errno == ENXIO) {
+                break;
+            }
+            // A file system that does not know holes has none.
+            const int error = copyRange(from, to, at, status.st_size);
+            if (error != 0) {
+                return error;
+            }
+            return 0;
+        }
+        if (data >= status.st_size) {
+            break;
+        }
+        off_t hole = lseek(from, data, SEEK_HOLE);
+        if (hole < 0 || hole > status.st_size) {
+            hole = status.st_size;
+        }
+        const int error = copyRange(from, to, data, hole);
+        if (error != 0) {
+            return error;
+        }
+        at = hole;
+    }
+    // The hole at the end.
+    return ftruncate(to, status.st_size) != 0 ? errno : 0;
+}
+
+int copyTimes(int to, const struct stat& status) {
+    const struct timespec times[2] = {status.st_atim, status.st_mtim};
+    return futimens(to, times) != 0 ? errno : 0;
+}
+
+int copyInto(int from, int to, const struct stat& status) {
+    int error = copyContent(from, to, status);
+    struct stat made {};
+    if (error == 0 && fstat(to, &made) != 0) {
+        error = errno;
+    }
+    if (error == 0) {
+        error = copyOwner(status, made, to);
+    }
+    if (error == 0) {
+        error = copyAttributes(from, to);
+    }
+    const mode_t mode = status.st_mode & 07777;
+    if (error == 0 && (made.st_mode & 07777) != mode && fchmod(to, mode) != 0) {
+        error = errno;
+    }
+    if (error == 0) {
+        error = copyTimes(to, status);
+    }
+    return error;
+}
+
+int copyRegular(Descriptor from, const struct stat& status, int to, const std::string& newName) {
+    // With no more rights than the source gives: what the mask takes away is put back at the end,
+    // what the source does not give is never there.
+    Descriptor out(openat(to, newName.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                          status.st_mode & 0777));
+    if (!out) {
+        return errno;
+    }
+    const int error = copyInto(from.get(), out.get(), status);
+    if (error != 0) {
+        (void)unlinkat(to, newName.c_str(), 0);
+    }
+    return error;
+}
+
+int copyLink(int from, const std::string& name, const struct stat& status, int to,
+             const std::string& newName) {
+    std::vector<char> target(static_cast<std::size_t>(std::max<off_t>(status.st_size, 255)) + 1);
+    ssize_t length = 0;
+    for (;;) {
+        length = readlinkat(from, name.c_str(), target.data(), target.size());
+        if (length < 0) {
+            return errno;
+        }
+        if (static_cast<std::size_t>(length) < target.size()) {
+            break;
+        }
+        target.resize(target.size() * 2);
+    }
+    target[static_cast<std::size_t>(length)] = '\0';
+    return symlinkat(target.data(), to, newName.c_str()) != 0 ? errno : 0;
+}
+
+/// A FIFO, a socket or a device is made anew and never opened.
+int copySpecial(const struct stat& status, int to, const std::string& newName) {
+    return mknodat(to, newName.c_str(), status.st_mode, status.st_rdev) != 0 ? errno : 0;
+}
+
+/// What a link, a FIFO, a socket or a device keeps besides being there.
+int finishUnopened(const struct stat& status, int to, const std::string& newName) {
+    if (fchownat(to, newName.c_str(), status.st_uid, status.st_gid, AT_SYMLINK_NOFOLLOW) != 0 &&
+        errno != EPERM) {
+        return errno;
+    }
+    // It stands in a directory of ours, so nobody can have put a link in its place.
+    if (!S_ISLNK(status.st_mode) && fchmodat(to, newName.c_str(), status.st_mode & 07777, 0) != 0) {
+        return errno;
+    }
+    const struct timespec times[2] = {status.st_atim, status.st_mtim};
+    return utimensat(to, newName.c_str(), times, AT_SYMLINK_NOFOLLOW) != 0 ? errno : 0;
+}
+
+}  // namespace
+
+int copyEntry(int from, const std::string& name, int to, const std::string& newName, bool isRegular,
+              bool followLinks) {
+    struct stat status {};
+    if (!isRegular) {
+        if (fstatat(from, name.c_str(), &status, followLinks ? 0 : AT_SYMLINK_NOFOLLOW) != 0) {
+            return errno;
+        }
+        if (S_ISDIR(status.st_mode)) {
+            return EISDIR;
+        }
+        if (!S_ISREG(status.st_mode)) {
+            int error = S_ISLNK(status.st_mode) ? copyLink(from, name, status, to, newName)
+                                                : copySpecial(status, to, newName);
+            if (error != 0) {
+                return error;
+            }
+            error = finishUnopened(status, to, newName);
+            if (error != 0) {
+                (void)unlinkat(to, newName.c_str(), 0);
+            }
+            return error;
+        }
+    }
+    // Without waiting, should somebody have put a FIFO there since.
+    Descriptor in(
+        openat(from, name.c_str(),
+               O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | (followLinks ? 0 : O_NOFOLLOW)));
+    if (!in || fstat(in.get(), &status) != 0) {
+        return errno;
+    }
+    if (!S_ISREG(status.st_mode)) {
+        // Not what it was a moment ago.
+        return EBUSY;
+    }
+    return copyRegular(std::move(in), status, to, newName);
+}
+
+int copyDirectoryMetadata(int from, int to) {
+    struct stat status {};
+    struct stat made {};
+    if (fstat(from, &status) != 0 || fstat(to, &made) != 0) {
+        return errno;
+    }
+    int error = copyOwner(status, made, to);
+    if (error == 0) {
+        error = copyAttributes(from, to);
+    }
+    if (error == 0 && fchmod(to, status.st_mode & 07777) != 0) {
+        error = errno;
+    }
+    return error == 0 ? copyTimes(to, status) : error;
+}
+
+}  // namespace Tallowmere::platform

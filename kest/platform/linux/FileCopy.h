@@ -1,0 +1,22 @@
+#pragma once
+
+#include <sys/stat.h>
+
+#include <string>
+
+namespace Tallowmere::platform {
+
+/// Copies one entry that is no directory from `name` in the directory `from` to the free name
+/// `newName` in the directory `to`. Returns 0 or an errno value; on failure nothing is left at the
+/// new name. What is kept: content and holes, mode, times to the nanosecond, extended attributes
+/// with access lists, and the owner as far as the process may set it.
+///
+/// `isRegular` says that the entry is known to be a plain file, which saves a question;
+/// `followLinks` copies what a link leads to.
+int copyEntry(int from, const std::string& name, int to, const std::string& newName, bool isRegular,
+              bool followLinks);
+
+/// Gives the directory `to` owner, mode, times and extended attributes of the directory `from`.
+int copyDirectoryMetadata(int from, int to);
+
+}  // namespace Tallowmere::platform

@@ -1,0 +1,511 @@
+#include "kest/platform/linux/LinuxDisk.h"
+
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <sys/file.h>
+#include <sys/random.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/sysmacros.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <stdexcept>
+
+#include "kest/platform/linux/DirectoryListing.h"
+#include "kest/platform/linux/Errno.h"
+#include "kest/platform/linux/FileCopy.h"
+#include "kest/platform/linux/Names.h"
+#include "kest/platform/transactions/Texts.h"
+
+namespace Tallowmere::platform {
+namespace {
+
+using transactions::DirectoryLock;
+using transactions::DirectoryPtr;
+
+const LinuxDirectory& linuxDirectory(const DirectoryPtr& directory) {
+    return static_cast<const LinuxDirectory&>(*directory);
+}
+
+int descriptor(const DirectoryPtr& directory) {
+    return linuxDirectory(directory).get();
+}
+
+/// 0 or an error of a call that answered -1 or not.
+DWORD answer(int result) {
+    return result == 0 ? ERROR_SUCCESS : errorFromErrno(errno);
+}
+
+/// A name as the disk has it.
+class NativeName {
+public:
+    explicit NativeName(std::wstring_view name) : m_isGood(names::narrow(name, m_bytes)) {}
+    bool isGood() const { return m_isGood; }
+    const char* get() const { return m_bytes.c_str(); }
+    const std::string& bytes() const { return m_bytes; }
+
+private:
+    std::string m_bytes;
+    bool m_isGood;
+};
+
+constexpr int kDirectoryFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+
+/// A directory that may be passed through but not read can still be worked in.
+int openDirectoryAt(int base, const char* path, int flags) {
+    const int opened = openat(base, path, kDirectoryFlags | flags);
+    if (opened >= 0 || errno != EACCES) {
+        return opened;
+    }
+    return openat(base, path, O_PATH | O_DIRECTORY | O_CLOEXEC | flags);
+}
+
+/// Opens a path of any length: the system takes only so much at once. Links are followed but for
+/// the last name with O_NOFOLLOW in `flags`.
+Descriptor openLong(int base, const std::string& path, int flags) {
+    constexpr std::size_t kMost = PATH_MAX - 1;
+    Descriptor at;
+    std::size_t start = 0;
+    while (path.size() - start > kMost) {
+        const std::size_t end = path.rfind('/', start + kMost);
+        if (end == std::string::npos || end <= start) {
+            errno = ENAMETOOLONG;
+            return Descriptor();
+        }
+        at = Descriptor(
+            openDirectoryAt(at ? at.get() : base, path.substr(start, end - start).c_str(), 0));
+        if (!at) {
+            return at;
+        }
+        start = end + 1;
+    }
+    return Descriptor(openDirectoryAt(at ? at.get() : base, path.c_str() + start, flags));
+}
+
+/// Where an open directory stands.
+std::wstring whereabouts(int directory, const std::wstring& text) {
+    char link[32];
+    std::snprintf(link, sizeof link, "/proc/self/fd/%d", directory);
+    char path[PATH_MAX];
+    const ssize_t length = readlink(link, path, sizeof path);
+    if (length > 0 && static_cast<std::size_t>(length) < sizeof path && path[0] == '/') {
+        return names::widen(std::string_view(path, static_cast<std::size_t>(length)));
+    }
+    // Without /proc, or beyond its limit: as it was called, from the current directory on.
+    if (!text.empty() && text.front() == L'/') {
+        return text;
+    }
+    char* const current = getcwd(nullptr, 0);
+    std::wstring result = current == nullptr ? L"." : names::widen(current);
+    std::free(current);
+    return text == L"." ? result : transactions::join(result, text);
+}
+
+void putTime(FILETIME& to, const struct timespec& from) {
+    constexpr std::int64_t kUnixEpoch = 11644473600;  // seconds from 1601 to 1970
+    const auto ticks =
+        static_cast<std::uint64_t>((from.tv_sec + kUnixEpoch) * 10000000 + from.tv_nsec / 100);
+    to.dwLowDateTime = static_cast<DWORD>(ticks);
+    to.dwHighDateTime = static_cast<DWORD>(ticks >> 32);
+}
+
+class FileLock : public DirectoryLock {
+public:
+    explicit FileLock(Descriptor descriptor) : m_descriptor(std::move(descriptor)) {}
+
+private:
+    Descriptor m_descriptor;
+};
+
+int renameAt(int from, const char* fromName, int to, const char* toName, unsigned flags) {
+    return static_cast<int>(syscall(SYS_renameat2, from, fromName, to, toName, flags));
+}
+
+}  // namespace
+
+DWORD LinuxDisk::normalize(const wchar_t* path, std::wstring& text) {
+    constexpr std::wstring_view kPrefix = L"\\\\?\\";
+    std::wstring_view rest(path);
+    if (rest.substr(0, kPrefix.size()) == kPrefix) {
+        rest.remove_prefix(kPrefix.size());
+        // Understood once: with a second one it names no place at all, as on Windows.
+        if (rest.substr(0, kPrefix.size()) == kPrefix) {
+            return ERROR_INVALID_NAME;
+        }
+    }
+    if (rest.empty()) {
+        return ERROR_PATH_NOT_FOUND;
+    }
+    const auto isSeparator = [](wchar_t c) { return c == L'\\' || c == L'/'; };
+    text = isSeparator(rest.front()) ? L"/" : L"";
+    for (std::size_t at = 0; at < rest.size();) {
+        std::size_t end = at;
+        while (end < rest.size() && !isSeparator(rest[end])) {
+            ++end;
+        }
+        const std::wstring_view name = rest.substr(at, end - at);
+        at = end + 1;
+        if (name.empty() || name == L".") {
+            continue;
+        }
+        if (name == L"..") {
+            // What a ".." leads to depends on the links before it, so the disk is asked.
+            DirectoryPtr directory;
+            std::wstring canonical;
+            text = transactions::join(text.empty() ? L"." : text, L"..");
+            const DWORD error = openDirectory(text, directory, canonical);
+            if (error != ERROR_SUCCESS) {
+                return error == ERROR_FILE_NOT_FOUND ? ERROR_PATH_NOT_FOUND : error;
+            }
+            text = canonical;
+            continue;
+        }
+        if (!text.empty() && text.back() != L'/') {
+            text += L'/';
+        }
+        text += name;
+    }
+    if (text.empty()) {
+        text = L".";
+    }
+    return ERROR_SUCCESS;
+}
+
+bool LinuxDisk::isRoot(std::wstring_view text) const {
+    return text == L"/";
+}
+
+std::wstring LinuxDisk::fold(const std::wstring& name) const {
+    return name;
+}
+
+DWORD LinuxDisk::openDirectory(const std::wstring& text, DirectoryPtr& directory,
+                               std::wstring& canonical) {
+    const NativeName path(text);
+    if (!path.isGood()) {
+        return ERROR_INVALID_NAME;
+    }
+    Descriptor opened = openLong(AT_FDCWD, path.bytes(), 0);
+    if (!opened) {
+        return errno == ENOTDIR ? ERROR_DIRECTORY : errorFromErrno(errno);
+    }
+    canonical = whereabouts(opened.get(), text);
+    directory = std::make_shared<LinuxDirectory>(std::move(opened));
+    return ERROR_SUCCESS;
+}
+
+DWORD LinuxDisk::openBelow(const DirectoryPtr& base, const std::wstring& relative, Links links,
+                           DirectoryPtr& directory) {
+    const NativeName path(relative);
+    if (!path.isGood()) {
+        return ERROR_INVALID_NAME;
+    }
+    Descriptor opened =
+        openLong(descriptor(base), path.bytes(), links == Links::Refuse ? O_NOFOLLOW : 0);
+    if (!opened) {
+        const int error = errno;
+        struct stat status {};
+        if (error == ENOTDIR && links == Links::Refuse &&
+            fstatat(descriptor(base), path.get(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+            S_ISLNK(status.st_mode)) {
+            return ERROR_CANT_RESOLVE_FILENAME;
+        }
+        return error == ENOTDIR ? ERROR_DIRECTORY : errorFromErrno(error);
+    }
+    directory = std::make_shared<LinuxDirectory>(std::move(opened));
+    return ERROR_SUCCESS;
+}
+
+DWORD LinuxDisk::describe(const DirectoryPtr& parent, const std::wstring& name, Kind& kind,
+                          WIN32_FILE_ATTRIBUTE_DATA* data) {
+    const NativeName native(name);
+    if (!native.isGood()) {
+        return ERROR_INVALID_NAME;
+    }
+    struct stat status {};
+    if (fstatat(descriptor(parent), native.get(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        return errorFromErrno(errno);
+    }
+    kind = kindFromMode(status.st_mode, descriptor(parent), native.get());
+    if (data != nullptr) {
+        *data = {};
+        data->dwFileAttributes = attributesOf(kind);
+        putTime(data->ftCreationTime, status.st_ctim);
+        putTime(data->ftLastAccessTime, status.st_atim);
+        putTime(data->ftLastWriteTime, status.st_mtim);
+        if (kind == Kind::File) {
+            const auto size = static_cast<std::uint64_t>(status.st_size);
+            data->nFileSizeHigh = static_cast<DWORD>(size >> 32);
+            data->nFileSizeLow = static_cast<DWORD>(size);
+        }
+    }
+    return ERROR_SUCCESS;
+}
+
+DWORD LinuxDisk::list(const DirectoryPtr& directory,
+                      std::unique_ptr<transactions::Listing>& listing) {
+    return listDirectory(std::static_pointer_cast<LinuxDirectory>(directory), listing);
+}
+
+DWORD LinuxDisk::mayRemoveFrom(const DirectoryPtr& directory) {
+    return answer(faccessat(descriptor(directory), ".", W_OK | X_OK, AT_EACCESS));
+}
+
+bool LinuxDisk::sameVolume(const DirectoryPtr& left, const DirectoryPtr& right) {
+    const auto ask = [](const DirectoryPtr& directory) -> const LinuxDirectory& {
+        auto& known = static_cast<LinuxDirectory&>(*directory);
+        struct statx status {};
+        if (!known.hasMount &&
+            statx(known.get(), "", AT_EMPTY_PATH, STATX_BASIC_STATS | STATX_MNT_ID, &status) == 0) {
+            known.device = makedev(status.stx_dev_major, status.stx_dev_minor);
+            known.mount = (status.stx_mask & STATX_MNT_ID) != 0 ? status.stx_mnt_id : 0;
+            known.hasMount = true;
+        }
+        return known;
+    };
+    const LinuxDirectory& first = ask(left);
+    const LinuxDirectory& second = ask(right);
+    // The mount, too: a part of the same file system that is mounted elsewhere cannot be renamed
+    // to.
+    return first.hasMount && second.hasMount && first.device == second.device &&
+           first.mount == second.mount;
+}
+
+bool LinuxDisk::isEntry(const DirectoryPtr& parent, const std::wstring& name,
+                        const DirectoryPtr& directory) {
+    const NativeName native(name);
+    struct stat entry {};
+    struct stat opened {};
+    return native.isGood() &&
+           fstatat(descriptor(parent), native.get(), &entry, AT_SYMLINK_NOFOLLOW) == 0 &&
+           fstat(descriptor(directory), &opened) == 0 && entry.st_dev == opened.st_dev &&
+           entry.st_ino == opened.st_ino;
+}
+
+DWORD LinuxDisk::makeDirectory(const DirectoryPtr& parent, const std::wstring& name) {
+    const NativeName native(name);
+    return native.isGood() ? answer(mkdirat(descriptor(parent), native.get(), 0777))
+                           : DWORD{ERROR_INVALID_NAME};
+}
+
+DWORD LinuxDisk::makePrivateDirectory(const DirectoryPtr& parent, const std::wstring& name) {
+    const NativeName native(name);
+    if (mkdirat(descriptor(parent), native.get(), 0700) != 0) {
+        return errorFromErrno(errno);
+    }
+    // A default access list of the parent must not reach what is made in here: every copy gets the
+    // rights of its source. And a mask that takes our own rights away must not shut us out.
+    const Descriptor made(
+        openat(descriptor(parent), native.get(), O_PATH | O_NOFOLLOW | O_DIRECTORY | O_CLOEXEC));
+    if (made) {
+        char path[32];
+        std::snprintf(path, sizeof path, "/proc/self/fd/%d", made.get());
+        (void)removexattr(path, "system.posix_acl_default");
+        struct stat status {};
+        if (fstat(made.get(), &status) == 0 && (status.st_mode & 0700) != 0700) {
+            (void)chmod(path, 0700);
+        }
+    }
+    return ERROR_SUCCESS;
+}
+
+DWORD LinuxDisk::copyFile(const DirectoryPtr& sourceParent, const std::wstring& sourceName,
+                          const DirectoryPtr& parent, const std::wstring& name, Links links,
+                          const Kind* known) {
+    const NativeName from(sourceName);
+    const NativeName to(name);
+    if (!from.isGood() || !to.isGood()) {
+        return ERROR_INVALID_NAME;
+    }
+    const int error =
+        copyEntry(descriptor(sourceParent), from.bytes(), descriptor(parent), to.bytes(),
+                  known != nullptr && *known == Kind::File, links == Links::Follow);
+    return error == 0 ? ERROR_SUCCESS : errorFromErrno(error);
+}
+
+DWORD LinuxDisk::makeLink(const DirectoryPtr& parent, const std::wstring& name,
+                          const wchar_t* target, bool) {
+    const NativeName native(name);
+    std::string to;
+    if (!native.isGood()) {
+        return ERROR_INVALID_NAME;
+    }
+    // On the disk stands a plain Linux path, so that the link works for every program.
+    const DWORD error = names::toNativePath(target, to);
+    return error != ERROR_SUCCESS ? error
+                                  : answer(symlinkat(to.c_str(), descriptor(parent), native.get()));
+}
+
+DWORD LinuxDisk::adopt(const DirectoryPtr& source, const DirectoryPtr& directory) {
+    const int error = copyDirectoryMetadata(descriptor(source), descriptor(directory));
+    return error == 0 ? ERROR_SUCCESS : errorFromErrno(error);
+}
+
+DWORD LinuxDisk::removeFile(const DirectoryPtr& parent, const std::wstring& name) {
+    const NativeName native(name);
+    return native.isGood() ? answer(unlinkat(descriptor(parent), native.get(), 0))
+                           : DWORD{ERROR_INVALID_NAME};
+}
+
+DWORD LinuxDisk::removeDirectory(const DirectoryPtr& parent, const std::wstring& name) {
+    const NativeName native(name);
+    if (!native.isGood()) {
+        return ERROR_INVALID_NAME;
+    }
+    if (unlinkat(descriptor(parent), native.get(), AT_REMOVEDIR) == 0) {
+        return ERROR_SUCCESS;
+    }
+    const int error = errno;
+    struct stat status {};
+    if (error == ENOTDIR &&
+        fstatat(descriptor(parent), native.get(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+        S_ISLNK(status.st_mode)) {
+        return answer(unlinkat(descriptor(parent), native.get(), 0));
+    }
+    return error == ENOTDIR ? ERROR_DIRECTORY : errorFromErrno(error);
+}
+
+DWORD LinuxDisk::rename(const DirectoryPtr& from, const std::wstring& fromName,
+                        const DirectoryPtr& to, const std::wstring& toName) {
+    const NativeName source(fromName);
+    const NativeName target(toName);
+    if (!source.isGood() || !target.isGood()) {
+        return ERROR_INVALID_NAME;
+    }
+    if (renameAt(descriptor(from), source.get(), descriptor(to), target.get(), RENAME_NOREPLACE) ==
+        0) {
+        return ERROR_SUCCESS;
+    }
+    if (errno != EINVAL && errno != ENOSYS) {
+        return errorFromErrno(errno);
+    }
+    // A file system that cannot promise it is asked first. A directory or a file that appears in
+    // between is not lost: a directory is only replaced while it is empty, a file is looked for.
+    struct stat status {};
+    if (fstatat(descriptor(to), target.get(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
+        return ERROR_ALREADY_EXISTS;
+    }
+    return answer(renameat(descriptor(from), source.get(), descriptor(to), target.get()));
+}
+
+DWORD LinuxDisk::exchange(const DirectoryPtr& left, const std::wstring& leftName,
+                          const DirectoryPtr& right, const std::wstring& rightName) {
+    const NativeName first(leftName);
+    const NativeName second(rightName);
+    if (!first.isGood() || !second.isGood()) {
+        return ERROR_INVALID_NAME;
+    }
+    if (renameAt(descriptor(left), first.get(), descriptor(right), second.get(), RENAME_EXCHANGE) ==
+        0) {
+        return ERROR_SUCCESS;
+    }
+    // An overlay cannot exchange a directory of a lower layer, an old file system not at all.
+    const bool cannot = errno == EINVAL || errno == ENOSYS || errno == EXDEV;
+    return cannot ? DWORD{ERROR_NOT_SUPPORTED} : errorFromErrno(errno);
+}
+
+DWORD LinuxDisk::syncVolume(const DirectoryPtr& directory) {
+    return answer(syncfs(descriptor(directory)));
+}
+
+DWORD LinuxDisk::syncDirectory(const DirectoryPtr& directory) {
+    if (fsync(descriptor(directory)) == 0) {
+        return ERROR_SUCCESS;
+    }
+    if (errno == EBADF) {
+        // Opened without the right to read it: the whole volume then.
+        return answer(syncfs(descriptor(directory)));
+    }
+    // Some file systems have nothing to sync in a directory and say so.
+    return errno == EINVAL || errno == ENOTSUP ? ERROR_SUCCESS : errorFromErrno(errno);
+}
+
+DWORD LinuxDisk::writeFile(const DirectoryPtr& parent, const std::wstring& name,
+                           const std::string& content) {
+    const NativeName native(name);
+    const Descriptor file(openat(descriptor(parent), native.get(),
+                                 O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0600));
+    if (!file) {
+        return errorFromErrno(errno);
+    }
+    for (std::size_t at = 0; at < content.size();) {
+        const ssize_t written = write(file.get(), content.data() + at, content.size() - at);
+        if (written < 0 && errno != EINTR) {
+            return errorFromErrno(errno);
+        }
+        at += written < 0 ? 0 : static_cast<std::size_t>(written);
+    }
+    return answer(fsync(file.get()));
+}
+
+DWORD LinuxDisk::readFile(const DirectoryPtr& parent, const std::wstring& name,
+                          std::string& content) {
+    const NativeName native(name);
+    const Descriptor file(
+        openat(descriptor(parent), native.get(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (!file) {
+        return errorFromErrno(errno);
+    }
+    content.clear();
+    char buffer[16384];
+    for (;;) {
+        const ssize_t got = read(file.get(), buffer, sizeof buffer);
+        if (got == 0) {
+            return ERROR_SUCCESS;
+        }
+        if (got < 0 && errno != EINTR) {
+            return errorFromErrno(errno);
+        }
+        content.append(buffer, got < 0 ? 0 : static_cast<std::size_t>(got));
+    }
+}
+
+DWORD LinuxDisk::lock(const DirectoryPtr& directory, std::unique_ptr<DirectoryLock>& lock) {
+    // On a descriptor of its own: such a lock belongs to the opening, not to the process, so that
+    // two threads of one process keep apart, too.
+    Descriptor own(openat(descriptor(directory), ".", kDirectoryFlags));
+    if (!own) {
+        return errorFromErrno(errno);
+    }
+    if (flock(own.get(), LOCK_EX | LOCK_NB) != 0) {
+        return errno == EWOULDBLOCK ? DWORD{ERROR_LOCK_VIOLATION} : errorFromErrno(errno);
+    }
+    lock = std::make_unique<FileLock>(std::move(own));
+    return ERROR_SUCCESS;
+}
+
+bool LinuxDisk::isPrivateOfOurs(const DirectoryPtr& directory) {
+    struct stat status {};
+    return fstat(descriptor(directory), &status) == 0 && status.st_uid == geteuid() &&
+           (status.st_mode & 077) == 0;
+}
+
+std::wstring LinuxDisk::randomName() {
+    unsigned char bytes[16];
+    if (getentropy(bytes, sizeof bytes) != 0) {
+        throw std::runtime_error("getentropy");
+    }
+    std::wstring name;
+    for (const unsigned char byte : bytes) {
+        constexpr wchar_t kDigits[] = L"0123456789abcdef";
+        name += kDigits[byte >> 4];
+        name += kDigits[byte & 15];
+    }
+    return name;
+}
+
+namespace transactions {
+
+Disk& systemDisk() {
+    // Never destroyed: a host may still work while the process ends.
+    static LinuxDisk* const s_disk = new LinuxDisk;
+    return *s_disk;
+}
+
+}  // namespace transactions
+}  // namespace Tallowmere::platform

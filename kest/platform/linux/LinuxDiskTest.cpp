@@ -1,0 +1,464 @@
+// What the transaction manager keeps on a Linux disk that no other system has.
+
+#include "kest/platform/linux/LinuxDisk.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <sys/xattr.h>
+
+#include <csignal>
+#include <cstring>
+#include <set>
+
+#include "kest/platform/Calls.h"
+#include "kest/platform/linux/FileCopy.h"
+#include "kest/platform/linux/Names.h"
+#include "kest/platform/testing/TempTree.h"
+#include "kest/platform/transactions/SystemDisk.h"
+#include "kest/platform/transactions/TransactionCalls.h"
+
+namespace Tallowmere::platform {
+namespace {
+
+using testing::TempTree;
+using transactions::closeTransaction;
+
+struct stat statusOf(const std::filesystem::path& path) {
+    struct stat status {};
+    EXPECT_EQ(0, lstat(path.c_str(), &status)) << path;
+    return status;
+}
+
+int openDescriptors() {
+    int count = 0;
+    DIR* const all = opendir("/proc/self/fd");
+    while (readdir(all) != nullptr) {
+        ++count;
+    }
+    closedir(all);
+    return count;
+}
+
+class LinuxDiskTest : public ::testing::Test {
+protected:
+    LinuxDiskTest() {
+        wchar_t name[] = L"test";
+        transaction = transactions::CreateTransaction(nullptr, nullptr, 0, 0, 0, 0, name);
+    }
+    ~LinuxDiskTest() override { close(); }
+
+    void close() {
+        if (transaction != INVALID_HANDLE_VALUE) {
+            EXPECT_TRUE(closeTransaction(transaction));
+            transaction = INVALID_HANDLE_VALUE;
+        }
+    }
+    bool commit() { return transactions::CommitTransaction(transaction) != FALSE; }
+    static std::wstring wide(const std::filesystem::path& path) {
+        return names::widen(path.native());
+    }
+    bool makeDirectory(const std::string& path) {
+        return transactions::CreateDirectoryTransactedW(nullptr, wide(tree / path).c_str(), nullptr,
+                                                        transaction) != FALSE;
+    }
+    bool copy(const std::string& from, const std::string& to) {
+        return transactions::CopyFileTransactedW(wide(tree / from).c_str(), wide(tree / to).c_str(),
+                                                 nullptr, nullptr, nullptr, COPY_FILE_COPY_SYMLINK,
+                                                 transaction) != FALSE;
+    }
+    /// Copies a tree as the walk does.
+    bool copyTree(const std::filesystem::path& from, const std::filesystem::path& to) {
+        if (!transactions::CreateDirectoryTransactedW(nullptr, wide(to).c_str(), nullptr,
+                                                      transaction)) {
+            return false;
+        }
+        WIN32_FIND_DATAW data{};
+        const HANDLE search = transactions::FindFirstFileTransactedW(
+            (wide(from) + L"\\*").c_str(), FindExInfoStandard, &data, FindExSearchNameMatch,
+            nullptr, 0, transaction);
+        if (search == INVALID_HANDLE_VALUE) {
+            return false;
+        }
+        do {
+            const std::wstring name = data.cFileName;
+            if (name == L"." || name == L"..") {
+                continue;
+            }
+            const std::wstring here = wide(from) + L"\\" + name;
+            const std::wstring there = wide(to) + L"\\" + name;
+            std::string native;
+            names::narrow(name, native);
+            if ((data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+                if (!copyTree(from / native, to / native)) {
+                    return false;
+                }
+            } else if (!transactions::CopyFileTransactedW(here.c_str(), there.c_str(), nullptr,
+                                                          nullptr, nullptr, COPY_FILE_COPY_SYMLINK,
+                                                          transaction)) {
+                return false;
+            }
+        } while (transactions::FindNextFileW(search, &data));
+        return os().GetLastError() == ERROR_NO_MORE_FILES;
+    }
+    bool remove(const std::filesystem::path& path) {
+        WIN32_FIND_DATAW data{};
+        const HANDLE search = transactions::FindFirstFileTransactedW(
+            (wide(path) + L"\\*").c_str(), FindExInfoStandard, &data, FindExSearchNameMatch,
+            nullptr, 0, transaction);
+        if (search == INVALID_HANDLE_VALUE) {
+            return false;
+        }
+        do {
+            const std::wstring name = data.cFileName;
+            if (name == L"." || name == L"..") {
+                continue;
+            }
+            std::string native;
+            names::narrow(name, native);
+            const std::wstring here = wide(path) + L"\\" + name;
+            const bool isLink = (data.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+            if ((data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+                if (!transactions::DeleteFileTransactedW(here.c_str(), transaction)) {
+                    return false;
+                }
+            } else if (isLink) {
+                if (!transactions::RemoveDirectoryTransactedW(here.c_str(), transaction)) {
+                    return false;
+                }
+            } else if (!remove(path / native)) {
+                return false;
+            }
+        } while (transactions::FindNextFileW(search, &data));
+        return transactions::RemoveDirectoryTransactedW((L"\\\\?\\" + wide(path)).c_str(),
+                                                        transaction) != FALSE;
+    }
+
+    TempTree tree;
+    HANDLE transaction;
+};
+
+TEST_F(LinuxDiskTest, AFileKeepsModeTimesAndExtendedAttributes) {
+    tree.write("from", "content");
+    ASSERT_EQ(0, setxattr((tree / "from").c_str(), "user.note", "kept", 4, 0));
+    ASSERT_EQ(0, chmod((tree / "from").c_str(), 04751));
+    const struct timespec times[2] = {{1000000001, 123456789}, {1234567890, 987654321}};
+    ASSERT_EQ(0, utimensat(AT_FDCWD, (tree / "from").c_str(), times, 0));
+    ASSERT_TRUE(copy("from", "to"));
+    ASSERT_TRUE(commit());
+    const struct stat made = statusOf(tree / "to");
+    EXPECT_EQ(04751U, made.st_mode & 07777);
+    EXPECT_EQ(1234567890, made.st_mtim.tv_sec);
+    EXPECT_EQ(987654321, made.st_mtim.tv_nsec);
+    EXPECT_EQ(1000000001, made.st_atim.tv_sec);
+    EXPECT_EQ(123456789, made.st_atim.tv_nsec);
+    char value[16] = {};
+    EXPECT_EQ(4, getxattr((tree / "to").c_str(), "user.note", value, sizeof value));
+    EXPECT_STREQ("kept", value);
+}
+
+TEST_F(LinuxDiskTest, AFileKeepsItsOwnerWhereTheProcessMaySetIt) {
+    tree.write("from", "content");
+    const bool isRoot = geteuid() == 0;
+    const uid_t owner = isRoot ? 12345 : geteuid();
+    ASSERT_EQ(0, chown((tree / "from").c_str(), owner, isRoot ? 23456 : getegid()));
+    ASSERT_EQ(0, chmod((tree / "from").c_str(), 02755));
+    ASSERT_TRUE(copy("from", "to"));
+    ASSERT_TRUE(commit());
+    const struct stat made = statusOf(tree / "to");
+    EXPECT_EQ(statusOf(tree / "from").st_uid, made.st_uid);
+    EXPECT_EQ(statusOf(tree / "from").st_gid, made.st_gid);
+    EXPECT_EQ(02755U, made.st_mode & 07777);
+}
+
+TEST_F(LinuxDiskTest, AStrictMaskTakesNothingAwayFromACopy) {
+    const mode_t mask = umask(0777);
+    umask(mask);
+    tree.write("from", "content");
+    tree.makeDirectory("folder");
+    ASSERT_EQ(0, chmod((tree / "from").c_str(), 0666));
+    ASSERT_EQ(0, chmod((tree / "folder").c_str(), 0777));
+    umask(0777);
+    const bool copied = copy("from", "to") && copyTree(tree / "folder", tree / "made") && commit();
+    umask(mask);
+    ASSERT_TRUE(copied);
+    EXPECT_EQ(0666U, statusOf(tree / "to").st_mode & 07777);
+    EXPECT_EQ(0777U, statusOf(tree / "made").st_mode & 07777);
+}
+
+TEST_F(LinuxDiskTest, HolesStayHoles) {
+    const int file = open((tree / "from").c_str(), O_RDWR | O_CREAT, 0644);
+    constexpr off_t kSize = 64L << 20;
+    ASSERT_EQ(0, ftruncate(file, kSize));
+    ASSERT_EQ(5, pwrite(file, "first", 5, 1 << 20));
+    ASSERT_EQ(6, pwrite(file, "second", 6, 40 << 20));
+    ::close(file);
+    ASSERT_TRUE(copy("from", "to"));
+    ASSERT_TRUE(commit());
+    EXPECT_EQ(kSize, statusOf(tree / "to").st_size);
+    EXPECT_LT(statusOf(tree / "to").st_blocks * 512, 1 << 20);
+    EXPECT_EQ(tree.read("from"), tree.read("to"));
+}
+
+TEST_F(LinuxDiskTest, ADirectoryTakesOverWhatTheSystemKeepsAboutItsSource) {
+    tree.write("from/file", "x");
+    tree.makeDirectory("from/empty");
+    ASSERT_EQ(0, setxattr((tree / "from").c_str(), "user.note", "kept", 4, 0));
+    ASSERT_EQ(0, chmod((tree / "from").c_str(), 01750));
+    ASSERT_EQ(0, chmod((tree / "from/empty").c_str(), 0711));
+    const struct timespec times[2] = {{1000000001, 0}, {1234567890, 5}};
+    ASSERT_EQ(0, utimensat(AT_FDCWD, (tree / "from/empty").c_str(), times, 0));
+    ASSERT_EQ(0, utimensat(AT_FDCWD, (tree / "from").c_str(), times, 0));
+    ASSERT_TRUE(copyTree(tree / "from", tree / "to"));
+    ASSERT_TRUE(commit());
+    for (const char* const name : {"to", "to/empty"}) {
+        EXPECT_EQ(1234567890, statusOf(tree / name).st_mtim.tv_sec) << name;
+        EXPECT_EQ(5, statusOf(tree / name).st_mtim.tv_nsec) << name;
+    }
+    EXPECT_EQ(01750U, statusOf(tree / "to").st_mode & 07777);
+    EXPECT_EQ(0711U, statusOf(tree / "to/empty").st_mode & 07777);
+    char value[16] = {};
+    EXPECT_EQ(4, getxattr((tree / "to").c_str(), "user.note", value, sizeof value));
+}
+
+TEST_F(LinuxDiskTest, WhatHasNoContentIsMadeAnewAndNeverOpened) {
+    ASSERT_EQ(0, mkfifo((tree / "fifo").c_str(), 0640));
+    const int listening = socket(AF_UNIX, SOCK_STREAM, 0);
+    struct sockaddr_un address {};
+    address.sun_family = AF_UNIX;
+    // The folder may be deeper than a socket's address is long, so it is bound from inside.
+    const int here = open(".", O_PATH | O_DIRECTORY);
+    ASSERT_EQ(0, chdir(tree.root().c_str()));
+    std::strcpy(address.sun_path, "socket");
+    ASSERT_EQ(0, bind(listening, reinterpret_cast<struct sockaddr*>(&address), sizeof address));
+    ASSERT_EQ(0, fchdir(here));
+    ::close(here);
+    ASSERT_TRUE(copy("fifo", "fifo2"));
+    ASSERT_TRUE(copy("socket", "socket2"));
+    ASSERT_TRUE(commit());
+    ::close(listening);
+    EXPECT_TRUE(S_ISFIFO(statusOf(tree / "fifo2").st_mode));
+    EXPECT_EQ(0640U, statusOf(tree / "fifo2").st_mode & 07777);
+    EXPECT_TRUE(S_ISSOCK(statusOf(tree / "socket2").st_mode));
+}
+
+TEST_F(LinuxDiskTest, ADeviceIsMadeAnewWhereThatIsAllowedAndElseAClearError) {
+    if (geteuid() == 0 && mknod((tree / "null").c_str(), S_IFCHR | 0600, makedev(1, 3)) == 0) {
+        ASSERT_TRUE(copy("null", "copy"));
+        ASSERT_TRUE(commit());
+        EXPECT_TRUE(S_ISCHR(statusOf(tree / "copy").st_mode));
+        EXPECT_EQ(makedev(1, 3), statusOf(tree / "copy").st_rdev);
+        return;
+    }
+    const std::wstring target = wide(tree / "copy");
+    EXPECT_FALSE(transactions::CopyFileTransactedW(L"/dev/null", target.c_str(), nullptr, nullptr,
+                                                   nullptr, COPY_FILE_COPY_SYMLINK, transaction));
+    EXPECT_EQ(ERROR_ACCESS_DENIED, os().GetLastError());
+}
+
+TEST_F(LinuxDiskTest, LinksAreCopiedAsTheyAreAndNeverFollowed) {
+    tree.write("outside/canary", "alive");
+    tree.makeDirectory("from");
+    std::filesystem::create_symlink("canary", tree / "from/dangling");
+    std::filesystem::create_symlink("../outside/canary", tree / "from/file");
+    ASSERT_TRUE(copyTree(tree / "from", tree / "to"));
+    ASSERT_TRUE(commit());
+    EXPECT_EQ("canary", std::filesystem::read_symlink(tree / "to/dangling"));
+    EXPECT_EQ("../outside/canary", std::filesystem::read_symlink(tree / "to/file"));
+}
+
+TEST_F(LinuxDiskTest, DeletingATreeLeavesTheTargetsOfItsLinks) {
+    tree.write("outside/canary", "alive");
+    tree.write("old/file", "x");
+    std::filesystem::create_directory_symlink(tree / "outside", tree / "old/link");
+    std::filesystem::create_symlink(tree / "outside/canary", tree / "old/filelink");
+    ASSERT_TRUE(remove(tree / "old"));
+    ASSERT_TRUE(commit());
+    EXPECT_FALSE(tree.exists("old"));
+    EXPECT_EQ("alive", tree.read("outside/canary"));
+}
+
+TEST_F(LinuxDiskTest, ADestinationThatIsALinkIsReplacedAndItsTargetStays) {
+    tree.write("target/canary", "alive");
+    tree.write("target/sub/other", "alive");
+    tree.write("from/file", "new");
+    std::filesystem::create_directory_symlink(tree / "target", tree / "to");
+    ASSERT_TRUE(remove(tree / "to"));
+    ASSERT_TRUE(copyTree(tree / "from", tree / "to"));
+    ASSERT_TRUE(commit());
+    EXPECT_TRUE(S_ISDIR(statusOf(tree / "to").st_mode));
+    EXPECT_EQ("new", tree.read("to/file"));
+    EXPECT_EQ("alive", tree.read("target/canary"));
+    EXPECT_EQ("alive", tree.read("target/sub/other"));
+    EXPECT_FALSE(tree.exists("target/file"));
+}
+
+TEST_F(LinuxDiskTest, ASourceThatIsALinkIsCopiedThrough) {
+    tree.write("target/file", "content");
+    std::filesystem::create_directory_symlink("target", tree / "from");
+    ASSERT_TRUE(copyTree(tree / "from", tree / "to"));
+    ASSERT_TRUE(commit());
+    EXPECT_EQ("content", tree.read("to/file"));
+}
+
+TEST_F(LinuxDiskTest, NamesAreBytesAndSurvive) {
+    const std::string odd[] = {"back\\slash", "stray\xFF\xC3", "\xEF\x81\x9C", "line\nfeed",
+                               "\xC3\xA4 ok", "..odd",         "a*b?c"};
+    for (const std::string& name : odd) {
+        tree.write("from/" + name + "/" + name, name);
+    }
+    ASSERT_TRUE(copyTree(tree / "from", tree / "to"));
+    ASSERT_TRUE(commit());
+    EXPECT_EQ(std::size(odd) * 2, tree.snapshot("to").size());
+    EXPECT_EQ(tree.snapshot("from"), tree.snapshot("to"));
+    wchar_t name[] = L"test";
+    close();
+    transaction = transactions::CreateTransaction(nullptr, nullptr, 0, 0, 0, 0, name);
+    ASSERT_TRUE(remove(tree / "to"));
+    ASSERT_TRUE(commit());
+    EXPECT_FALSE(tree.exists("to"));
+}
+
+TEST_F(LinuxDiskTest, AStageIsPrivateWhateverTheMaskSays) {
+    const mode_t mask = umask(0);
+    EXPECT_TRUE(makeDirectory("to"));
+    umask(mask);
+    int found = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(tree.root())) {
+        ++found;
+        EXPECT_EQ(0700U, statusOf(entry.path()).st_mode & 07777);
+        EXPECT_EQ(38U, entry.path().filename().native().size());
+    }
+    EXPECT_EQ(1, found);
+}
+
+TEST_F(LinuxDiskTest, AWalkHoldsFewDescriptorsAndTheEndNone) {
+    constexpr int kFolders = 300;
+    std::string deep = "from";
+    for (int i = 0; i < kFolders; ++i) {
+        tree.makeDirectory("from/flat" + std::to_string(i));
+        deep += "/d";
+    }
+    tree.write(deep + "/file", "x");
+    const int before = openDescriptors();
+    ASSERT_TRUE(copyTree(tree / "from", tree / "to"));
+    EXPECT_LT(openDescriptors() - before, 60);
+    ASSERT_TRUE(commit());
+    EXPECT_EQ(before, openDescriptors());
+    EXPECT_EQ(tree.snapshot("from"), tree.snapshot("to"));
+}
+
+TEST_F(LinuxDiskTest, ATreeDeeperThanAPathMayBeLongIsCopiedAndRemoved) {
+    // 40 levels of 200 characters: no single call of the system takes such a path.
+    const std::string level(200, 'n');
+    int at = open(tree.root().c_str(), O_RDONLY | O_DIRECTORY);
+    const auto down = [&](const char* name) {
+        ASSERT_EQ(0, mkdirat(at, name, 0755));
+        const int next = openat(at, name, O_RDONLY | O_DIRECTORY);
+        ::close(at);
+        at = next;
+    };
+    down("from");
+    for (int i = 0; i < 40; ++i) {
+        down(level.c_str());
+    }
+    ::close(openat(at, "file", O_WRONLY | O_CREAT, 0644));
+    ::close(at);
+    ASSERT_TRUE(copyTree(tree / "from", tree / "to"));
+    ASSERT_TRUE(commit());
+    at = open((tree / "to").c_str(), O_RDONLY | O_DIRECTORY);
+    for (int i = 0; i < 40; ++i) {
+        const int next = openat(at, level.c_str(), O_RDONLY | O_DIRECTORY);
+        ASSERT_GE(next, 0) << i;
+        ::close(at);
+        at = next;
+    }
+    struct stat status {};
+    EXPECT_EQ(0, fstatat(at, "file", &status, 0));
+    ::close(at);
+    wchar_t name[] = L"test";
+    for (const char* const top : {"from", "to"}) {
+        close();
+        transaction = transactions::CreateTransaction(nullptr, nullptr, 0, 0, 0, 0, name);
+        ASSERT_TRUE(remove(tree / top));
+        ASSERT_TRUE(commit());
+    }
+    EXPECT_TRUE(tree.snapshot().empty());
+}
+
+TEST_F(LinuxDiskTest, ADirectoryWithoutTheRightToChangeItIsRefusedAtOnce) {
+    if (geteuid() == 0) {
+        // Root may do everything, so the question is put as another user.
+        const pid_t child = fork();
+        if (child == 0) {
+            if (chmod(tree.root().c_str(), 0777) != 0 || seteuid(54321) != 0) {
+                _exit(1);
+            }
+            tree.write("mine/file", "x");
+            if (chmod((tree / "mine").c_str(), 0555) != 0) {
+                _exit(2);
+            }
+            const bool removed = transactions::DeleteFileTransactedW(
+                                     wide(tree / "mine/file").c_str(), transaction) != FALSE;
+            const bool right = !removed && os().GetLastError() == ERROR_ACCESS_DENIED;
+            _exit(right && tree.read("mine/file") == "x" ? 0 : 3);
+        }
+        int status = 0;
+        ASSERT_EQ(child, waitpid(child, &status, 0));
+        EXPECT_EQ(0, WEXITSTATUS(status));
+        EXPECT_TRUE(WIFEXITED(status));
+        return;
+    }
+    tree.write("mine/file", "x");
+    ASSERT_EQ(0, chmod((tree / "mine").c_str(), 0555));
+    EXPECT_FALSE(
+        transactions::DeleteFileTransactedW(wide(tree / "mine/file").c_str(), transaction));
+    EXPECT_EQ(ERROR_ACCESS_DENIED, os().GetLastError());
+    ASSERT_EQ(0, chmod((tree / "mine").c_str(), 0755));
+}
+
+TEST_F(LinuxDiskTest, AKilledProcessLeavesNothingBehindOnceTheNextHasLooked) {
+    for (int files = 0; files < 10; ++files) {
+        tree.write("from/" + std::to_string(files), "new");
+        tree.write("to/" + std::to_string(files), "old");
+    }
+    const auto before = tree.snapshot("to");
+    const pid_t child = fork();
+    if (child == 0) {
+        if (remove(tree / "to") && copyTree(tree / "from", tree / "to")) {
+            raise(SIGKILL);
+        }
+        _exit(1);
+    }
+    int status = 0;
+    ASSERT_EQ(child, waitpid(child, &status, 0));
+    ASSERT_TRUE(WIFSIGNALED(status));
+    EXPECT_EQ(before, tree.snapshot("to"));
+    EXPECT_EQ(3, std::distance(std::filesystem::directory_iterator(tree.root()), {}));
+    WIN32_FILE_ATTRIBUTE_DATA data{};
+    EXPECT_TRUE(transactions::GetFileAttributesTransactedW(
+        wide(tree / "to").c_str(), GetFileExInfoStandard, &data, transaction));
+    EXPECT_EQ(2, std::distance(std::filesystem::directory_iterator(tree.root()), {}));
+}
+
+TEST_F(LinuxDiskTest, APlantedStageIsNeverFollowed) {
+    tree.write("outside/canary", "alive");
+    std::filesystem::create_directory_symlink(tree / "outside",
+                                              tree / ".kest-0123456789abcdef0123456789abcdef");
+    tree.makeDirectory(".kest-ffffffffffffffffffffffffffffffff");
+    ASSERT_EQ(0, chmod((tree / ".kest-ffffffffffffffffffffffffffffffff").c_str(), 0777));
+    tree.write(".kest-ffffffffffffffffffffffffffffffff/file", "planted");
+    WIN32_FILE_ATTRIBUTE_DATA data{};
+    EXPECT_TRUE(transactions::GetFileAttributesTransactedW(
+        wide(tree / "outside").c_str(), GetFileExInfoStandard, &data, transaction));
+    EXPECT_EQ("alive", tree.read("outside/canary"));
+    EXPECT_TRUE(tree.exists(".kest-ffffffffffffffffffffffffffffffff/file"));
+}
+
+}  // namespace
+}  // namespace Tallowmere::platform

@@ -1,0 +1,146 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "kest/platform/Win32.h"
+
+/// What the transaction manager needs of a disk, and nothing more: three implementations, one for
+/// each system and one in memory for tests.
+///
+/// Every operation answers with a Windows error code, ERROR_SUCCESS when it was done, and leaves
+/// the thread's last error alone. Names are single components in the library's wide form; texts are
+/// paths in normal form (see normalize). Nothing here retries, and nothing but what is said is
+/// changed.
+namespace Tallowmere::platform::transactions {
+
+enum class Kind {
+    File,
+    Directory,
+    FileLink,       ///< a symbolic link that is not known to lead to a directory
+    DirectoryLink,  ///< a symbolic link or junction that leads to a directory
+    Special,        ///< what has no content to read: a FIFO, a socket, a device
+};
+
+/// An open directory. It stays the same directory whatever happens to its name.
+class Directory {
+public:
+    virtual ~Directory() = default;
+};
+using DirectoryPtr = std::shared_ptr<Directory>;
+
+/// One entry of a listing.
+struct Record {
+    std::wstring name;
+    Kind kind = Kind::File;
+    DWORD attributes = 0;
+    DWORD reparseTag = 0;
+};
+
+/// The entries of a directory one after the other, "." and ".." left out.
+class Listing {
+public:
+    virtual ~Listing() = default;
+    /// ERROR_NO_MORE_FILES after the last one.
+    virtual DWORD next(Record& record) = 0;
+};
+
+/// Held until it is destroyed or its process ends.
+class DirectoryLock {
+public:
+    virtual ~DirectoryLock() = default;
+};
+
+enum class Links { Follow, Refuse };
+
+class Disk {
+public:
+    virtual ~Disk() = default;
+
+    // Texts.
+
+    /// The normal form of a caller's path: a leading "\\?\" understood once and dropped, "/"
+    /// between components, none doubled or at the end, no "." and no "..". Touches the disk only
+    /// for "..".
+    virtual DWORD normalize(const wchar_t* path, std::wstring& text) = 0;
+    /// Whether a text in normal form is a root, which has no parent.
+    virtual bool isRoot(std::wstring_view text) const = 0;
+    /// The form of a name under which the disk tells names apart.
+    virtual std::wstring fold(const std::wstring& name) const = 0;
+
+    // Reading.
+
+    /// Opens the directory at a text, links followed; `canonical` is where it really stands.
+    virtual DWORD openDirectory(const std::wstring& text, DirectoryPtr& directory,
+                                std::wstring& canonical) = 0;
+    /// Opens a directory below another: `relative` is one name or several with "/" between. With
+    /// Links::Refuse a link as the last name is ERROR_CANT_RESOLVE_FILENAME.
+    virtual DWORD openBelow(const DirectoryPtr& base, const std::wstring& relative, Links links,
+                            DirectoryPtr& directory) = 0;
+    /// A link is described itself, not what it leads to.
+    virtual DWORD describe(const DirectoryPtr& parent, const std::wstring& name, Kind& kind,
+                           WIN32_FILE_ATTRIBUTE_DATA* data) = 0;
+    virtual DWORD list(const DirectoryPtr& directory, std::unique_ptr<Listing>& listing) = 0;
+    /// Whether entries may be taken out of the directory: ERROR_ACCESS_DENIED when not.
+    virtual DWORD mayRemoveFrom(const DirectoryPtr& directory) = 0;
+    virtual bool sameVolume(const DirectoryPtr& left, const DirectoryPtr& right) = 0;
+    /// Whether `name` in `parent` still is that very directory.
+    virtual bool isEntry(const DirectoryPtr& parent, const std::wstring& name,
+                         const DirectoryPtr& directory) = 0;
+
+    // Changing. What is made must not exist yet: ERROR_ALREADY_EXISTS.
+
+    virtual DWORD makeDirectory(const DirectoryPtr& parent, const std::wstring& name) = 0;
+    /// A directory that no other user can look into or put anything into.
+    virtual DWORD makePrivateDirectory(const DirectoryPtr& parent, const std::wstring& name) = 0;
+    /// Copies anything that is not a directory, with all that the system keeps about a file. A link
+    /// is copied as a link, or with Links::Follow as what it leads to. `known` is what a listing
+    /// told about the source, or null. On failure nothing is left.
+    virtual DWORD copyFile(const DirectoryPtr& sourceParent, const std::wstring& sourceName,
+                           const DirectoryPtr& parent, const std::wstring& name, Links links,
+                           const Kind* known) = 0;
+    virtual DWORD makeLink(const DirectoryPtr& parent, const std::wstring& name,
+                           const wchar_t* target, bool isDirectory) = 0;
+    /// Gives `directory`, which was made empty, what the system keeps about `source`: owner, mode,
+    /// times and the like.
+    virtual DWORD adopt(const DirectoryPtr& source, const DirectoryPtr& directory) = 0;
+    virtual DWORD removeFile(const DirectoryPtr& parent, const std::wstring& name) = 0;
+    /// Removes an empty directory or a link to one.
+    virtual DWORD removeDirectory(const DirectoryPtr& parent, const std::wstring& name) = 0;
+    /// Never replaces: ERROR_ALREADY_EXISTS.
+    virtual DWORD rename(const DirectoryPtr& from, const std::wstring& fromName,
+                         const DirectoryPtr& to, const std::wstring& toName) = 0;
+    /// Exchanges two entries in one step that no reader can see half-way. ERROR_NOT_SUPPORTED where
+    /// the disk cannot.
+    virtual DWORD exchange(const DirectoryPtr& left, const std::wstring& leftName,
+                           const DirectoryPtr& right, const std::wstring& rightName) = 0;
+
+    // Lasting.
+
+    /// All that was written to the directory's volume survives a power cut.
+    virtual DWORD syncVolume(const DirectoryPtr& directory) = 0;
+    /// The directory's entries survive a power cut.
+    virtual DWORD syncDirectory(const DirectoryPtr& directory) = 0;
+    /// Makes a file with that content, which survives a power cut once this has answered.
+    virtual DWORD writeFile(const DirectoryPtr& parent, const std::wstring& name,
+                            const std::string& content) = 0;
+    virtual DWORD readFile(const DirectoryPtr& parent, const std::wstring& name,
+                           std::string& content) = 0;
+
+    // Stages.
+
+    /// ERROR_LOCK_VIOLATION while another owner holds it.
+    virtual DWORD lock(const DirectoryPtr& directory, std::unique_ptr<DirectoryLock>& lock) = 0;
+    /// Whether the directory is one that makePrivateDirectory made for this user: nobody else can
+    /// have planted it or changed what is in it.
+    virtual bool isPrivateOfOurs(const DirectoryPtr& directory) = 0;
+    /// 32 hexadecimal digits that nobody can guess.
+    virtual std::wstring randomName() = 0;
+};
+
+/// The disk of this system.
+Disk& systemDisk();
+
+}  // namespace Tallowmere::platform::transactions

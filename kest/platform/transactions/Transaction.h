@@ -1,0 +1,206 @@
+#pragma once
+
+#include <cstdint>
+#include <list>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "kest/platform/transactions/Disk.h"
+#include "kest/platform/transactions/Journal.h"
+#include "kest/platform/transactions/Stage.h"
+
+/// One transaction: what its owner sees, and how that becomes what everybody sees.
+///
+/// States and what holds in each:
+///
+///   open        Nothing outside the stage has changed. The view is the disk with m_changes laid
+///   over
+///               it: a name is removed, or it is staged, that is, it stands in the stage under a
+///               slot. Below a staged directory everything is ordinary work on the disk, so a tree
+///               costs one change whatever its size. A directory whose entries were all removed and
+///               which is removed itself is one change, too.
+///   publishing  The stage is durable. One change is one step on the disk; several, or one that the
+///               disk cannot make in one step, go through the journal.
+///   committed   The disk shows the view. Old entries are in the stage and are destroyed.
+///   ended       Rolled back, or committed and done: only the state is left.
+///
+/// A process that ends in the first or second state leaves an orphaned stage, which the next
+/// transaction that comes by discards, or finishes if its journal is there (see Stage.h).
+namespace Tallowmere::platform::transactions {
+
+class Search;
+
+class Transaction {
+public:
+    explicit Transaction(Disk& disk) : m_disk(disk) {}
+    ~Transaction();
+    Transaction(const Transaction&) = delete;
+    Transaction& operator=(const Transaction&) = delete;
+
+    // Each answers with a Windows error code.
+    DWORD attributes(const wchar_t* path, WIN32_FILE_ATTRIBUTE_DATA& data);
+    DWORD findFirst(const wchar_t* pattern, WIN32_FIND_DATAW& data, HANDLE& search);
+    DWORD findNext(HANDLE handle, Search& search, WIN32_FIND_DATAW& data);
+    DWORD createDirectory(const wchar_t* path);
+    DWORD copyFile(const wchar_t* source, const wchar_t* destination, DWORD flags);
+    DWORD createLink(const wchar_t* path, const wchar_t* target, bool isDirectory);
+    DWORD deleteFile(const wchar_t* path);
+    DWORD removeDirectory(const wchar_t* path);
+
+    /// ERROR_SUCCESS: the view is what the disk shows, for good. Otherwise the disk is unchanged
+    /// and the transaction is rolled back.
+    DWORD commit();
+    /// Forgets all changes. Harmless after a commit.
+    void rollBack();
+
+    std::mutex& mutex() { return m_mutex; }
+
+private:
+    friend class Search;
+
+    enum class State { Open, Committed, RolledBack };
+
+    struct Change {
+        enum class What {
+            Staged,    ///< stands in the stage, in place of an entry on the disk if hadOld
+            Emptied,   ///< a mount point: removed in the view, cannot be removed on the disk
+            Refilled,  ///< the same, created again
+        };
+        What what = What::Staged;
+        std::wstring name;
+        std::wstring slot;
+        bool hadOld = false;
+    };
+
+    /// What is changed in one directory of the disk.
+    struct DirectoryChanges {
+        DirectoryPtr directory;
+        std::wstring text;
+        /// The link through which all of these changes were made, as parent and folded name.
+        std::wstring throughLink;
+        /// Folded names of entries of the disk that are gone in the view, and nothing in their
+        /// place.
+        std::unordered_set<std::wstring> removed;
+        /// By folded name.
+        std::unordered_map<std::wstring, Change> others;
+    };
+
+    /// A directory as the transaction sees it.
+    struct View {
+        std::wstring text;       ///< how callers name it, in normal form
+        std::wstring canonical;  ///< where it really stands (or would stand)
+        std::wstring throughLink;
+        bool staged = false;
+        bool recovered = false;  ///< orphaned stages in it were looked for
+        DirectoryPtr directory;
+    };
+    using ViewPtr = std::shared_ptr<View>;
+
+    /// A name in a directory, the directory existing.
+    struct Place {
+        ViewPtr parent;
+        std::wstring name;  ///< empty for a root, which is its own parent
+    };
+
+    /// Where an entry stands on the disk. `directory` is null when it does not exist in the view.
+    struct Standing {
+        DirectoryPtr directory;
+        std::wstring name;
+        bool staged = false;
+    };
+
+    // Finding (TransactionView.cpp).
+    DWORD locate(const wchar_t* path, Place& place);
+    DWORD locateText(const std::wstring& text, Place& place);
+    DWORD locateDirectory(const std::wstring& text, ViewPtr& view);
+    DWORD openText(const std::wstring& text, ViewPtr& view);
+    DWORD openChanged(const std::wstring& text, const std::wstring& canonical, bool& isChanged,
+                      ViewPtr& view);
+    DWORD stepInto(const ViewPtr& parent, const std::wstring& name, const std::wstring& text,
+                   ViewPtr& view);
+    ViewPtr cached(const std::wstring& text);
+    void remember(const ViewPtr& view);
+    void forget(const Place& place);
+    DWORD recover(const Place& place);
+    std::wstring foldPath(const std::wstring& canonical) const;
+    DirectoryChanges* changesOf(const std::wstring& canonical);
+    Change* changeOf(const Place& place);
+    bool isRemoved(const Place& place);
+    Standing standing(const Place& place);
+    const Kind* known(const Place& place) const;
+    DWORD kindOf(const Place& place, const Standing& standing, Kind& kind);
+
+    // Searching (TransactionSearch.cpp).
+    DWORD nextRecord(Search& search, Record& record);
+    DWORD finishSearch(Search& search);
+    DWORD checkEmpty(const Place& place);
+
+    // Changing (TransactionChanges.cpp).
+    DirectoryChanges& changesFor(const View& view);
+    DWORD stageFor(const DirectoryPtr& where);
+    DWORD newPlace(const Place& place, bool& hadOld);
+    void setStaged(const Place& place, const std::wstring& slot, bool hadOld);
+    DWORD replaceFile(const Place& place, const Standing& source, Links links);
+    DWORD remove(const Place& place, const Standing& standing, Kind kind);
+
+    // Publishing (TransactionCommit.cpp).
+    DWORD publish();
+    DWORD publishOne(const JournalEntry& entry, const DirectoryPtr& directory, bool& isDone);
+    DWORD publishAll(const std::vector<JournalEntry>& entries);
+    void end(State state);
+    DWORD checkOpen() const;
+
+    Disk& m_disk;
+    std::mutex m_mutex;
+    State m_state = State::Open;
+    std::unique_ptr<Stage> m_stage;
+    /// By folded canonical text.
+    std::map<std::wstring, DirectoryChanges> m_changes;
+    /// Least recently used last.
+    std::list<ViewPtr> m_views;
+    /// Views of staged directories that a change stands for: they cannot be found on the disk by
+    /// their text, so they are kept.
+    std::vector<ViewPtr> m_pinned;
+    /// Searches not yet read to their end.
+    std::map<HANDLE, std::unique_ptr<Search>> m_searches;
+    /// The directory that the last call created, empty when the last call was another one.
+    std::wstring m_justCreated;
+    /// The entry that a search gave last, whose kind is therefore known.
+    std::weak_ptr<View> m_lastDirectory;
+    std::wstring m_lastName;
+    Kind m_lastKind = Kind::File;
+    /// The directory that a search has just read to its end, and how many entries the disk has
+    /// there; -1 when some of them are hidden.
+    std::wstring m_listedDirectory;
+    std::int64_t m_listedCount = -1;
+};
+
+/// A search in a directory of a transaction's view. It keeps no directory open: a walk has as many
+/// searches under way as its tree is deep.
+class Search {
+public:
+    explicit Search(Transaction& transaction) : transaction(transaction) {}
+    Transaction& transaction;
+
+private:
+    friend class Transaction;
+    std::weak_ptr<Transaction::View> m_view;
+    std::wstring m_text;
+    std::wstring m_canonical;
+    bool m_staged = false;
+    std::unique_ptr<Listing> m_listing;
+    int m_dots = 0;
+    /// Folded names staged in the directory that were not given yet.
+    std::unordered_set<std::wstring> m_staging;
+    std::int64_t m_listed = 0;
+    bool m_hides = false;
+    /// The directory that takes over what the system keeps about this one when the search ends.
+    std::wstring m_adopter;
+};
+
+}  // namespace Tallowmere::platform::transactions

@@ -1,0 +1,415 @@
+// How a transaction changes its view.
+
+#include <utility>
+
+#include "kest/platform/transactions/Texts.h"
+#include "kest/platform/transactions/Transaction.h"
+#include "kest/platform/transactions/TreeRemoval.h"
+
+namespace Tallowmere::platform::transactions {
+
+DWORD Transaction::checkOpen() const {
+    return m_state == State::Open ? ERROR_SUCCESS : ERROR_TRANSACTION_NOT_ACTIVE;
+}
+
+DWORD Transaction::attributes(const wchar_t* path, WIN32_FILE_ATTRIBUTE_DATA& data) {
+    m_justCreated.clear();
+    Place place;
+    DWORD error = checkOpen();
+    if (error == ERROR_SUCCESS) {
+        error = locate(path, place);
+    }
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    error = recover(place);
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    Kind kind{};
+    if (place.name.empty()) {
+        return m_disk.describe(place.parent->directory, L".", kind, &data);
+    }
+    const Standing stands = standing(place);
+    return stands.directory == nullptr
+               ? ERROR_FILE_NOT_FOUND
+               : m_disk.describe(stands.directory, stands.name, kind, &data);
+}
+
+/// The first question about a place is when an orphaned stage beside it is met; beside, or in it
+/// where it is the root of a volume, whose entries change one by one.
+DWORD Transaction::recover(const Place& place) {
+    const auto look = [&](const ViewPtr& view) -> DWORD {
+        if (view->staged || view->recovered) {
+            return ERROR_SUCCESS;
+        }
+        view->recovered = true;
+        return recoverStages(m_disk, view->directory);
+    };
+    const DWORD error = look(place.parent);
+    if (error != ERROR_SUCCESS || place.name.empty() || place.parent->staged) {
+        return error;
+    }
+    Kind kind{};
+    ViewPtr view;
+    const Standing stands = standing(place);
+    if (stands.directory == nullptr || stands.staged ||
+        m_disk.describe(stands.directory, stands.name, kind, nullptr) != ERROR_SUCCESS ||
+        kind != Kind::Directory ||
+        locateDirectory(join(place.parent->text, place.name), view) != ERROR_SUCCESS) {
+        return ERROR_SUCCESS;
+    }
+    return m_disk.sameVolume(place.parent->directory, view->directory) ? ERROR_SUCCESS : look(view);
+}
+
+Transaction::DirectoryChanges& Transaction::changesFor(const View& view) {
+    const auto [found, isNew] = m_changes.try_emplace(foldPath(view.canonical));
+    DirectoryChanges& changes = found->second;
+    if (isNew) {
+        changes.directory = view.directory;
+        changes.text = view.canonical;
+        changes.throughLink = view.throughLink;
+    } else if (changes.throughLink != view.throughLink) {
+        changes.throughLink.clear();
+    }
+    return changes;
+}
+
+DWORD Transaction::stageFor(const DirectoryPtr& where) {
+    if (m_stage == nullptr) {
+        return Stage::create(m_disk, where, m_stage);
+    }
+    // A stage serves one volume, because only there an entry can be published by renaming it.
+    return m_disk.sameVolume(m_stage->directory(), where) ? ERROR_SUCCESS : ERROR_NOT_SAME_DEVICE;
+}
+
+/// Whether something new may be made at a place on the disk. ERROR_ALREADY_EXISTS when the view has
+/// something there; otherwise `hadOld` tells whether the disk has.
+DWORD Transaction::newPlace(const Place& place, bool& hadOld) {
+    if (const Change* const change = changeOf(place)) {
+        hadOld = change->hadOld;
+        return ERROR_ALREADY_EXISTS;
+    }
+    hadOld = isRemoved(place);
+    if (hadOld) {
+        return ERROR_SUCCESS;
+    }
+    Kind kind{};
+    const DWORD error = m_disk.describe(place.parent->directory, place.name, kind, nullptr);
+    hadOld = error == ERROR_SUCCESS;
+    if (error == ERROR_FILE_NOT_FOUND) {
+        return ERROR_SUCCESS;
+    }
+    return hadOld ? ERROR_ALREADY_EXISTS : error;
+}
+
+void Transaction::setStaged(const Place& place, const std::wstring& slot, bool hadOld) {
+    DirectoryChanges& changes = changesFor(*place.parent);
+    const std::wstring folded = m_disk.fold(place.name);
+    changes.others[folded] = {Change::What::Staged, place.name, slot, hadOld};
+    changes.removed.erase(folded);
+}
+
+DWORD Transaction::createDirectory(const wchar_t* path) {
+    m_justCreated.clear();
+    Place place;
+    std::wstring text;
+    DWORD error = checkOpen();
+    if (error == ERROR_SUCCESS) {
+        error = m_disk.normalize(path, text);
+    }
+    if (error == ERROR_SUCCESS) {
+        error = locateText(text, place);
+    }
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    if (place.name.empty()) {
+        return ERROR_ALREADY_EXISTS;
+    }
+    m_lastDirectory.reset();
+    if (place.parent->staged) {
+        error = m_disk.makeDirectory(place.parent->directory, place.name);
+        if (error == ERROR_SUCCESS) {
+            m_justCreated = text;
+        }
+        return error;
+    }
+    Change* const change = changeOf(place);
+    if (change != nullptr && change->what == Change::What::Emptied) {
+        change->what = Change::What::Refilled;
+        return ERROR_SUCCESS;
+    }
+    bool hadOld = false;
+    error = newPlace(place, hadOld);
+    if (error == ERROR_SUCCESS) {
+        error = stageFor(place.parent->directory);
+    }
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    const std::wstring slot = m_stage->newSlot();
+    auto view = std::make_shared<View>();
+    view->text = text;
+    view->canonical = join(place.parent->canonical, place.name);
+    view->staged = true;
+    error = m_disk.makeDirectory(m_stage->directory(), slot);
+    if (error == ERROR_SUCCESS) {
+        error = m_disk.openBelow(m_stage->directory(), slot, Links::Refuse, view->directory);
+    }
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    setStaged(place, slot, hadOld);
+    forget(place);
+    m_pinned.push_back(view);
+    m_justCreated = text;
+    return ERROR_SUCCESS;
+}
+
+DWORD Transaction::copyFile(const wchar_t* source, const wchar_t* destination, DWORD flags) {
+    m_justCreated.clear();
+    if ((flags & ~(COPY_FILE_COPY_SYMLINK | COPY_FILE_FAIL_IF_EXISTS)) != 0) {
+        return ERROR_INVALID_PARAMETER;
+    }
+    const Links links = (flags & COPY_FILE_COPY_SYMLINK) != 0 ? Links::Refuse : Links::Follow;
+    Place from;
+    Place to;
+    DWORD error = checkOpen();
+    if (error == ERROR_SUCCESS) {
+        error = locate(source, from);
+    }
+    if (error == ERROR_SUCCESS) {
+        error = locate(destination, to);
+    }
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    if (from.name.empty() || to.name.empty()) {
+        return ERROR_ACCESS_DENIED;
+    }
+    const Standing stands = standing(from);
+    if (stands.directory == nullptr) {
+        return ERROR_FILE_NOT_FOUND;
+    }
+    bool hadOld = false;
+    if (to.parent->staged) {
+        error = m_disk.copyFile(stands.directory, stands.name, to.parent->directory, to.name, links,
+                                known(from));
+        if (error != ERROR_ALREADY_EXISTS) {
+            return error;
+        }
+    } else {
+        error = newPlace(to, hadOld);
+        if (error == ERROR_SUCCESS) {
+            error = stageFor(to.parent->directory);
+            if (error != ERROR_SUCCESS) {
+                return error;
+            }
+            const std::wstring slot = m_stage->newSlot();
+            error = m_disk.copyFile(stands.directory, stands.name, m_stage->directory(), slot,
+                                    links, known(from));
+            if (error == ERROR_SUCCESS) {
+                setStaged(to, slot, hadOld);
+            }
+            return error;
+        }
+        if (error != ERROR_ALREADY_EXISTS) {
+            return error;
+        }
+    }
+    if ((flags & COPY_FILE_FAIL_IF_EXISTS) != 0) {
+        return ERROR_FILE_EXISTS;
+    }
+    return replaceFile(to, stands, links);
+}
+
+/// Copies over an existing file. The new one is made apart first, so that a failure leaves the old.
+DWORD Transaction::replaceFile(const Place& place, const Standing& source, Links links) {
+    const Standing old = standing(place);
+    Kind kind{};
+    DWORD error = old.directory == nullptr
+                      ? ERROR_ACCESS_DENIED
+                      : m_disk.describe(old.directory, old.name, kind, nullptr);
+    if (error == ERROR_SUCCESS && (kind == Kind::Directory || kind == Kind::DirectoryLink)) {
+        error = ERROR_ACCESS_DENIED;
+    }
+    if (error == ERROR_SUCCESS) {
+        error = stageFor(place.parent->directory);
+    }
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    const std::wstring slot = m_stage->newSlot();
+    error =
+        m_disk.copyFile(source.directory, source.name, m_stage->directory(), slot, links, nullptr);
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    if (!old.staged) {
+        setStaged(place, slot, true);
+        return ERROR_SUCCESS;
+    }
+    error = m_disk.removeFile(old.directory, old.name);
+    if (error == ERROR_SUCCESS) {
+        error = m_disk.rename(m_stage->directory(), slot, old.directory, old.name);
+    }
+    return error;
+}
+
+DWORD Transaction::createLink(const wchar_t* path, const wchar_t* target, bool isDirectory) {
+    m_justCreated.clear();
+    Place place;
+    DWORD error = checkOpen();
+    if (error == ERROR_SUCCESS) {
+        error = locate(path, place);
+    }
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    if (place.name.empty()) {
+        return ERROR_ALREADY_EXISTS;
+    }
+    m_lastDirectory.reset();
+    if (place.parent->staged) {
+        return m_disk.makeLink(place.parent->directory, place.name, target, isDirectory);
+    }
+    bool hadOld = false;
+    error = newPlace(place, hadOld);
+    if (error == ERROR_SUCCESS) {
+        error = stageFor(place.parent->directory);
+    }
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    const std::wstring slot = m_stage->newSlot();
+    error = m_disk.makeLink(m_stage->directory(), slot, target, isDirectory);
+    if (error == ERROR_SUCCESS) {
+        setStaged(place, slot, hadOld);
+    }
+    return error;
+}
+
+DWORD Transaction::deleteFile(const wchar_t* path) {
+    m_justCreated.clear();
+    Place place;
+    Kind kind{};
+    DWORD error = checkOpen();
+    if (error == ERROR_SUCCESS) {
+        error = locate(path, place);
+    }
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    if (place.name.empty()) {
+        return ERROR_ACCESS_DENIED;
+    }
+    const Standing stands = standing(place);
+    error = kindOf(place, stands, kind);
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    if (kind == Kind::Directory || kind == Kind::DirectoryLink) {
+        return ERROR_ACCESS_DENIED;
+    }
+    return remove(place, stands, kind);
+}
+
+DWORD Transaction::removeDirectory(const wchar_t* path) {
+    m_justCreated.clear();
+    Place place;
+    Kind kind{};
+    DWORD error = checkOpen();
+    if (error == ERROR_SUCCESS) {
+        error = locate(path, place);
+    }
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    if (place.name.empty()) {
+        return ERROR_BUSY;
+    }
+    const Standing stands = standing(place);
+    error = kindOf(place, stands, kind);
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    if (kind != Kind::Directory && kind != Kind::DirectoryLink) {
+        return ERROR_DIRECTORY;
+    }
+    const std::wstring canonical = join(place.parent->canonical, place.name);
+    if (kind == Kind::DirectoryLink) {
+        // Entries that were removed through the link go with the link alone: what it leads to is
+        // somewhere else and stays as it is.
+        const std::wstring link = foldPath(canonical);
+        for (auto at = m_changes.begin(); at != m_changes.end();) {
+            at = at->second.throughLink == link ? m_changes.erase(at) : std::next(at);
+        }
+        forget(place);
+        return remove(place, stands, kind);
+    }
+    if (stands.staged) {
+        return remove(place, stands, kind);
+    }
+    error = checkEmpty(place);
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    ViewPtr view;
+    error = locateDirectory(canonical, view);
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    if (!m_disk.sameVolume(place.parent->directory, view->directory)) {
+        // A mount point cannot be renamed away. Its entries change one by one; whether it is to be
+        // there again shows later.
+        DirectoryChanges& changes = changesFor(*place.parent);
+        changes.others[m_disk.fold(place.name)] = {Change::What::Emptied, place.name, L"", true};
+        (void)changesFor(*view);
+        return ERROR_SUCCESS;
+    }
+    m_changes.erase(foldPath(canonical));
+    view.reset();
+    forget(place);
+    return remove(place, stands, kind);
+}
+
+DWORD Transaction::remove(const Place& place, const Standing& standing, Kind kind) {
+    const bool isDirectory = kind == Kind::Directory || kind == Kind::DirectoryLink;
+    if (standing.staged) {
+        const DWORD error = isDirectory ? m_disk.removeDirectory(standing.directory, standing.name)
+                                        : m_disk.removeFile(standing.directory, standing.name);
+        if (error != ERROR_SUCCESS) {
+            return error;
+        }
+        if (isDirectory) {
+            forget(place);
+        }
+        if (place.parent->staged) {
+            return ERROR_SUCCESS;
+        }
+        DirectoryChanges& changes = changesFor(*place.parent);
+        const auto found = changes.others.find(m_disk.fold(place.name));
+        if (found->second.hadOld) {
+            changes.removed.insert(found->first);
+        }
+        changes.others.erase(found);
+        return ERROR_SUCCESS;
+    }
+    DirectoryChanges* changes = changesOf(place.parent->canonical);
+    if (changes == nullptr || changes->removed.empty()) {
+        // Asked once for each directory: what could not be destroyed after the commit is refused
+        // now.
+        const DWORD error = m_disk.mayRemoveFrom(place.parent->directory);
+        if (error != ERROR_SUCCESS) {
+            return error;
+        }
+        changes = &changesFor(*place.parent);
+    } else {
+        (void)changesFor(*place.parent);
+    }
+    changes->removed.insert(m_disk.fold(place.name));
+    return ERROR_SUCCESS;
+}
+
+}  // namespace Tallowmere::platform::transactions

@@ -1,0 +1,232 @@
+// How a transaction lists a directory: the disk's own listing with the changes laid over it.
+
+#include <algorithm>
+#include <cwchar>
+#include <utility>
+
+#include "kest/platform/HandleTable.h"
+#include "kest/platform/transactions/Texts.h"
+#include "kest/platform/transactions/Transaction.h"
+
+namespace Tallowmere::platform::transactions {
+namespace {
+
+DWORD fill(const Record& record, WIN32_FIND_DATAW& data) {
+    if (record.name.size() >= MAX_PATH) {
+        return ERROR_FILENAME_EXCED_RANGE;
+    }
+    // Our choice: a record tells what an entry is, not how large or how old it is; that would cost
+    // a call to the system for each, and a tree walk does not ask.
+    data = {};
+    data.dwFileAttributes = record.attributes;
+    data.dwReserved0 = record.reparseTag;
+    std::wmemcpy(data.cFileName, record.name.c_str(), record.name.size() + 1);
+    return ERROR_SUCCESS;
+}
+
+Record recordOf(const std::wstring& name, Kind kind, DWORD attributes) {
+    const bool isLink = kind == Kind::FileLink || kind == Kind::DirectoryLink;
+    return {name, kind, attributes, isLink ? IO_REPARSE_TAG_SYMLINK : 0};
+}
+
+}  // namespace
+
+DWORD Transaction::findFirst(const wchar_t* pattern, WIN32_FIND_DATAW& data, HANDLE& handle) {
+    DWORD error = checkOpen();
+    std::wstring text;
+    if (error == ERROR_SUCCESS) {
+        error = m_disk.normalize(pattern, text);
+    }
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    if (nameOf(text) != L"*") {
+        // Whole directories are all that is ever asked for.
+        return ERROR_NOT_SUPPORTED;
+    }
+    const std::wstring created = std::exchange(m_justCreated, std::wstring());
+    Place place;
+    ViewPtr view;
+    error = locateText(parentOf(text), place);
+    if (error == ERROR_SUCCESS) {
+        error = place.name.empty() ? (view = place.parent, ERROR_SUCCESS)
+                                   : locateDirectory(parentOf(text), view);
+    }
+    if (error != ERROR_SUCCESS) {
+        return error == ERROR_FILE_NOT_FOUND ? ERROR_PATH_NOT_FOUND : error;
+    }
+    auto search = std::make_unique<Search>(*this);
+    error = m_disk.list(view->directory, search->m_listing);
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    search->m_view = view;
+    search->m_text = view->text;
+    search->m_canonical = view->canonical;
+    search->m_staged = view->staged;
+    // A directory that was made just before another is listed is being filled from it.
+    // Our choice: it takes over what the system keeps about that one, so that a private directory
+    // does not come out open to all.
+    search->m_adopter = created;
+    if (const DirectoryChanges* const changes =
+            view->staged ? nullptr : changesOf(view->canonical)) {
+        for (const auto& [name, change] : changes->others) {
+            if (change.what == Change::What::Staged) {
+                search->m_staging.insert(name);
+            }
+        }
+    }
+    handle = issueHandle(HandleKind::Search, search.get());
+    if (handle == INVALID_HANDLE_VALUE) {
+        return ERROR_NO_SYSTEM_RESOURCES;
+    }
+    Search& kept = *(m_searches[handle] = std::move(search));
+    return findNext(handle, kept, data);
+}
+
+DWORD Transaction::findNext(HANDLE handle, Search& search, WIN32_FIND_DATAW& data) {
+    DWORD error = checkOpen();
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    if (search.m_dots < 2) {
+        const std::wstring dots(static_cast<std::size_t>(++search.m_dots), L'.');
+        return fill(recordOf(dots, Kind::Directory, FILE_ATTRIBUTE_DIRECTORY), data);
+    }
+    Record record;
+    error = nextRecord(search, record);
+    if (error == ERROR_SUCCESS) {
+        m_lastDirectory = search.m_view;
+        m_lastName = record.name;
+        m_lastKind = record.kind;
+        return fill(record, data);
+    }
+    if (error == ERROR_NO_MORE_FILES) {
+        const DWORD adopted = finishSearch(search);
+        // The caller never closes a search: what it holds goes as soon as it has ended.
+        (void)retireHandle(handle, HandleKind::Search);
+        m_searches.erase(handle);
+        return adopted == ERROR_SUCCESS ? ERROR_NO_MORE_FILES : adopted;
+    }
+    return error;
+}
+
+DWORD Transaction::nextRecord(Search& search, Record& record) {
+    const auto staged = [&](const std::wstring& folded) -> DWORD {
+        const DirectoryChanges* const changes = changesOf(search.m_canonical);
+        const auto found = changes->others.find(folded);
+        Kind kind{};
+        WIN32_FILE_ATTRIBUTE_DATA data{};
+        const DWORD error = m_disk.describe(m_stage->directory(), found->second.slot, kind, &data);
+        record = recordOf(found->second.name, kind, data.dwFileAttributes);
+        return error;
+    };
+    DWORD error = ERROR_SUCCESS;
+    while ((error = search.m_listing->next(record)) == ERROR_SUCCESS) {
+        if (isStageName(record.name)) {
+            ViewPtr view;
+            bool isStage = false;
+            bool changed = false;
+            error = locateDirectory(search.m_text, view);
+            if (error == ERROR_SUCCESS) {
+                error = recoverStage(m_disk, view->directory, record.name, isStage, changed);
+            }
+            if (error != ERROR_SUCCESS) {
+                return error;
+            }
+            if (changed) {
+                // What was listed so far is no longer what is there. The next attempt finds it so.
+                return ERROR_TRANSACTIONAL_CONFLICT;
+            }
+            if (isStage) {
+                Kind kind{};
+                search.m_hides = search.m_hides || m_disk.describe(view->directory, record.name,
+                                                                   kind, nullptr) == ERROR_SUCCESS;
+                continue;
+            }
+        }
+        ++search.m_listed;
+        if (search.m_staged) {
+            return ERROR_SUCCESS;
+        }
+        const DirectoryChanges* const changes = changesOf(search.m_canonical);
+        if (changes == nullptr) {
+            return ERROR_SUCCESS;
+        }
+        const std::wstring folded = m_disk.fold(record.name);
+        if (changes->removed.count(folded) != 0) {
+            continue;
+        }
+        const auto found = changes->others.find(folded);
+        if (found == changes->others.end() || found->second.what == Change::What::Refilled) {
+            return ERROR_SUCCESS;
+        }
+        if (found->second.what == Change::What::Staged) {
+            if (search.m_staging.erase(folded) != 0) {
+                return staged(folded);
+            }
+        }
+    }
+    if (error != ERROR_NO_MORE_FILES) {
+        return error;
+    }
+    // What was staged here before the search began and is still staged.
+    while (!search.m_staging.empty()) {
+        const std::wstring folded = *search.m_staging.begin();
+        search.m_staging.erase(search.m_staging.begin());
+        const DirectoryChanges* const changes = changesOf(search.m_canonical);
+        if (changes != nullptr && changes->others.count(folded) != 0) {
+            return staged(folded);
+        }
+    }
+    return ERROR_NO_MORE_FILES;
+}
+
+DWORD Transaction::finishSearch(Search& search) {
+    m_listedDirectory = search.m_canonical;
+    m_listedCount = search.m_hides ? -1 : search.m_listed;
+    if (search.m_adopter.empty()) {
+        return ERROR_SUCCESS;
+    }
+    ViewPtr source;
+    ViewPtr adopter;
+    DWORD error = locateDirectory(search.m_text, source);
+    if (error == ERROR_SUCCESS) {
+        error = locateDirectory(search.m_adopter, adopter);
+    }
+    if (error == ERROR_SUCCESS && adopter->staged) {
+        error = m_disk.adopt(source->directory, adopter->directory);
+    }
+    return error;
+}
+
+DWORD Transaction::checkEmpty(const Place& place) {
+    const std::wstring canonical = join(place.parent->canonical, place.name);
+    const DirectoryChanges* const changes = changesOf(canonical);
+    if (changes != nullptr && !changes->others.empty()) {
+        const bool mounted = std::any_of(
+            changes->others.begin(), changes->others.end(),
+            [](const auto& other) { return other.second.what == Change::What::Emptied; });
+        return mounted ? ERROR_BUSY : ERROR_DIR_NOT_EMPTY;
+    }
+    const std::size_t removed = changes == nullptr ? 0 : changes->removed.size();
+    if (canonical == m_listedDirectory && m_listedCount >= 0 &&
+        static_cast<std::size_t>(m_listedCount) == removed) {
+        return ERROR_SUCCESS;
+    }
+    ViewPtr view;
+    std::unique_ptr<Listing> listing;
+    DWORD error = locateDirectory(canonical, view);
+    if (error == ERROR_SUCCESS) {
+        error = m_disk.list(view->directory, listing);
+    }
+    Record record;
+    while (error == ERROR_SUCCESS && (error = listing->next(record)) == ERROR_SUCCESS) {
+        if (changes == nullptr || changes->removed.count(m_disk.fold(record.name)) == 0) {
+            return ERROR_DIR_NOT_EMPTY;
+        }
+    }
+    return error == ERROR_NO_MORE_FILES ? ERROR_SUCCESS : error;
+}
+
+}  // namespace Tallowmere::platform::transactions

@@ -1,0 +1,276 @@
+// How a transaction finds what a path means to it.
+
+#include <algorithm>
+
+#include "kest/platform/transactions/Texts.h"
+#include "kest/platform/transactions/Transaction.h"
+
+namespace Tallowmere::platform::transactions {
+namespace {
+
+/// How many directories are held open between calls. A walk works in the deepest few; what was put
+/// aside is opened again.
+constexpr std::size_t kOpenViews = 24;
+
+}  // namespace
+
+std::wstring Transaction::foldPath(const std::wstring& canonical) const {
+    // Folding works on units, so a whole path folds like its names.
+    return m_disk.fold(canonical);
+}
+
+Transaction::ViewPtr Transaction::cached(const std::wstring& text) {
+    for (auto view = m_views.begin(); view != m_views.end(); ++view) {
+        if ((*view)->text == text) {
+            m_views.splice(m_views.begin(), m_views, view);
+            return m_views.front();
+        }
+    }
+    for (const ViewPtr& view : m_pinned) {
+        if (view->text == text) {
+            return view;
+        }
+    }
+    return nullptr;
+}
+
+void Transaction::remember(const ViewPtr& view) {
+    m_views.push_front(view);
+    if (m_views.size() > kOpenViews) {
+        m_views.pop_back();
+    }
+}
+
+/// Forgets what stands for a place and for all below it, found by where it is and by how it is
+/// called: what was reached through a link is somewhere else.
+void Transaction::forget(const Place& place) {
+    const std::wstring canonical = join(place.parent->canonical, place.name);
+    const std::wstring text = join(place.parent->text, place.name);
+    const auto isGone = [&](const ViewPtr& view) {
+        return view->canonical == canonical || isBelow(view->canonical, canonical) ||
+               view->text == text || isBelow(view->text, text);
+    };
+    m_views.remove_if(isGone);
+    m_pinned.erase(std::remove_if(m_pinned.begin(), m_pinned.end(), isGone), m_pinned.end());
+    m_lastDirectory.reset();
+}
+
+Transaction::DirectoryChanges* Transaction::changesOf(const std::wstring& canonical) {
+    if (m_changes.empty()) {
+        return nullptr;
+    }
+    const auto found = m_changes.find(foldPath(canonical));
+    return found == m_changes.end() ? nullptr : &found->second;
+}
+
+Transaction::Change* Transaction::changeOf(const Place& place) {
+    if (place.parent->staged) {
+        return nullptr;
+    }
+    DirectoryChanges* const changes = changesOf(place.parent->canonical);
+    if (changes == nullptr) {
+        return nullptr;
+    }
+    const auto found = changes->others.find(m_disk.fold(place.name));
+    return found == changes->others.end() ? nullptr : &found->second;
+}
+
+bool Transaction::isRemoved(const Place& place) {
+    const DirectoryChanges* const changes =
+        place.parent->staged ? nullptr : changesOf(place.parent->canonical);
+    return changes != nullptr && changes->removed.count(m_disk.fold(place.name)) != 0;
+}
+
+Transaction::Standing Transaction::standing(const Place& place) {
+    if (const Change* const change = changeOf(place)) {
+        switch (change->what) {
+            case Change::What::Emptied:
+                return {};
+            case Change::What::Staged:
+                return {m_stage->directory(), change->slot, true};
+            case Change::What::Refilled:
+                break;
+        }
+    } else if (isRemoved(place)) {
+        return {};
+    }
+    return {place.parent->directory, place.name, place.parent->staged};
+}
+
+/// What the search told about an entry that it has just given, or null for any other.
+const Kind* Transaction::known(const Place& place) const {
+    return place.name == m_lastName && place.parent == m_lastDirectory.lock() ? &m_lastKind
+                                                                              : nullptr;
+}
+
+DWORD Transaction::kindOf(const Place& place, const Standing& standing, Kind& kind) {
+    if (standing.directory == nullptr) {
+        return ERROR_FILE_NOT_FOUND;
+    }
+    if (const Kind* const told = known(place)) {
+        kind = *told;
+        return ERROR_SUCCESS;
+    }
+    return m_disk.describe(standing.directory, standing.name, kind, nullptr);
+}
+
+DWORD Transaction::locate(const wchar_t* path, Place& place) {
+    std::wstring text;
+    const DWORD error = m_disk.normalize(path, text);
+    return error == ERROR_SUCCESS ? locateText(text, place) : error;
+}
+
+DWORD Transaction::locateText(const std::wstring& text, Place& place) {
+    if (m_disk.isRoot(text)) {
+        place.name.clear();
+        return locateDirectory(text, place.parent);
+    }
+    if (text == L".") {
+        // The current directory's own name has to be asked for.
+        DirectoryPtr directory;
+        std::wstring canonical;
+        const DWORD error = m_disk.openDirectory(text, directory, canonical);
+        return error == ERROR_SUCCESS ? locateText(canonical, place) : error;
+    }
+    place.name = nameOf(text);
+    const DWORD error = locateDirectory(parentOf(text), place.parent);
+    // A parent that is missing, or is no directory, is a path that cannot be found.
+    return error == ERROR_FILE_NOT_FOUND || error == ERROR_DIRECTORY ? ERROR_PATH_NOT_FOUND : error;
+}
+
+DWORD Transaction::locateDirectory(const std::wstring& text, ViewPtr& view) {
+    view = cached(text);
+    if (view != nullptr) {
+        return ERROR_SUCCESS;
+    }
+    if (!m_disk.isRoot(text) && text != L".") {
+        if (const ViewPtr parent = cached(parentOf(text))) {
+            return stepInto(parent, nameOf(text), text, view);
+        }
+        // A long way below a staged directory: everything between is ours and holds no links.
+        for (std::wstring at = parentOf(text); !m_disk.isRoot(at) && at != L".";
+             at = parentOf(at)) {
+            const ViewPtr base = cached(at);
+            if (base == nullptr) {
+                continue;
+            }
+            if (!base->staged) {
+                break;
+            }
+            const std::wstring relative = text.substr(at.size() + 1);
+            auto found = std::make_shared<View>();
+            found->text = text;
+            found->canonical = join(base->canonical, relative);
+            found->staged = true;
+            const DWORD error =
+                m_disk.openBelow(base->directory, relative, Links::Refuse, found->directory);
+            if (error == ERROR_SUCCESS) {
+                remember(found);
+                view = found;
+            }
+            return error;
+        }
+    }
+    return openText(text, view);
+}
+
+DWORD Transaction::openText(const std::wstring& text, ViewPtr& view) {
+    auto found = std::make_shared<View>();
+    found->text = text;
+    DWORD error = m_disk.openDirectory(text, found->directory, found->canonical);
+    if (error != ERROR_SUCCESS) {
+        if ((error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) &&
+            !m_disk.isRoot(text) && text != L"." && !m_changes.empty()) {
+            // Not on the disk, but it may have been created here under another spelling.
+            ViewPtr parent;
+            if (locateDirectory(parentOf(text), parent) == ERROR_SUCCESS) {
+                return stepInto(parent, nameOf(text), text, view);
+            }
+        }
+        return error;
+    }
+    bool isChanged = false;
+    error = openChanged(text, found->canonical, isChanged, view);
+    if (error != ERROR_SUCCESS || isChanged) {
+        return error;
+    }
+    remember(found);
+    view = found;
+    return ERROR_SUCCESS;
+}
+
+DWORD Transaction::openChanged(const std::wstring& text, const std::wstring& canonical,
+                               bool& isChanged, ViewPtr& view) {
+    isChanged = false;
+    for (const auto& [folded, changes] : m_changes) {
+        if (!isBelow(foldPath(canonical), folded)) {
+            continue;
+        }
+        const std::size_t start = folded.back() == L'/' ? folded.size() : folded.size() + 1;
+        const std::size_t end = canonical.find(L'/', start);
+        const std::wstring name = m_disk.fold(canonical.substr(start, end - start));
+        if (changes.removed.count(name) != 0) {
+            return ERROR_PATH_NOT_FOUND;
+        }
+        const auto found = changes.others.find(name);
+        if (found == changes.others.end() || found->second.what == Change::What::Refilled) {
+            continue;
+        }
+        if (found->second.what != Change::What::Staged) {
+            return ERROR_PATH_NOT_FOUND;
+        }
+        isChanged = true;
+        auto staged = std::make_shared<View>();
+        staged->text = text;
+        staged->canonical = canonical;
+        staged->staged = true;
+        const std::wstring relative =
+            found->second.slot + (end == std::wstring::npos ? L"" : canonical.substr(end));
+        const DWORD error =
+            m_disk.openBelow(m_stage->directory(), relative, Links::Refuse, staged->directory);
+        if (error == ERROR_SUCCESS) {
+            remember(staged);
+            view = staged;
+        }
+        return error;
+    }
+    return ERROR_SUCCESS;
+}
+
+DWORD Transaction::stepInto(const ViewPtr& parent, const std::wstring& name,
+                            const std::wstring& text, ViewPtr& view) {
+    const Place place{parent, name};
+    const Standing stands = standing(place);
+    if (stands.directory == nullptr) {
+        return ERROR_FILE_NOT_FOUND;
+    }
+    auto found = std::make_shared<View>();
+    found->text = text;
+    found->canonical = join(parent->canonical, name);
+    found->staged = stands.staged;
+    DWORD error = m_disk.openBelow(stands.directory, stands.name, Links::Refuse, found->directory);
+    if (error == ERROR_CANT_RESOLVE_FILENAME) {
+        if (stands.staged) {
+            // Work through a staged link would change its target at once.
+            return ERROR_NOT_SUPPORTED;
+        }
+        const std::wstring link = found->canonical;
+        error = m_disk.openDirectory(link, found->directory, found->canonical);
+        if (error == ERROR_SUCCESS) {
+            bool isChanged = false;
+            error = openChanged(text, found->canonical, isChanged, view);
+            if (error != ERROR_SUCCESS || isChanged) {
+                return error;
+            }
+            found->throughLink = foldPath(link);
+        }
+    }
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    remember(found);
+    view = found;
+    return ERROR_SUCCESS;
+}
+
+}  // namespace Tallowmere::platform::transactions

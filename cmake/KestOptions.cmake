@@ -26,7 +26,6 @@ elseif(NOT WIN32)
     # The C library's checked calls need the optimiser, and they hide errors from a sanitizer.
     target_compile_options(kest_options INTERFACE
         "$<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
-    target_link_options(kest_options INTERFACE -Wl,-z,relro,-z,now)
 endif()
 
 if(WIN32)
@@ -57,11 +56,19 @@ function(kest_system_libraries target)
     endif()
 endfunction()
 
+# For what is shipped. Calls between libraries are bound at the start and cannot be redirected later
+# (the Windows linker has its like on by default).
+function(kest_harden target)
+    if(NOT WIN32 AND NOT KEST_SANITIZERS)
+        target_link_options(${target} PRIVATE -Wl,-z,relro,-z,now)
+    endif()
+endfunction()
+
 # KEST_API alone decides what `target` exports. The Windows linker needs no more than that; on Linux
 # the standard library's and Boost's templates are visible wherever they are used, until told not to.
 function(kest_limit_exports target)
     if(NOT WIN32)
-        set(map ${CMAKE_CURRENT_SOURCE_DIR}/cmake/exports.map)
+        set(map ${PROJECT_SOURCE_DIR}/cmake/exports.map)
         target_link_options(${target} PRIVATE "-Wl,--version-script=${map}")
         set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${map})
     endif()

@@ -342,6 +342,12 @@ TEST(ConvertToWString, ComesBackThroughConvertToString) {
     EXPECT_EQ(all, convertToString(convertToWString(all.c_str()).c_str()));
 }
 
+/// Whether `result` is the buffer that `out` has after the call.
+template <class Text>
+bool isBufferOf(const Text& out, const typename Text::value_type* result) {
+    return result == out.c_str();
+}
+
 TEST(TranscodeToShorts, TakesATextOfOneUnit) {
     Shorts out;
     unsigned long length = 9;
@@ -355,7 +361,7 @@ TEST(TranscodeToShorts, TakesATextOfOneUnit) {
 TEST(TranscodeToShorts, AppendsToWhatIsThere) {
     Shorts out(2, 'x');
     unsigned long length = 9;
-    EXPECT_EQ(out.c_str(), transcode(L"\uFFFD", out, length));
+    EXPECT_TRUE(isBufferOf(out, transcode(L"\uFFFD", out, length)));
     EXPECT_EQ(1U, length);
     EXPECT_EQ((Shorts{'x', 'x', 0xFFFD}), out);
 }
@@ -363,7 +369,7 @@ TEST(TranscodeToShorts, AppendsToWhatIsThere) {
 TEST(TranscodeToShorts, TakesTheEmptyText) {
     Shorts out(2, 'x');
     unsigned long length = 9;
-    EXPECT_EQ(out.c_str(), transcode(L"", out, length));
+    EXPECT_TRUE(isBufferOf(out, transcode(L"", out, length)));
     EXPECT_EQ(0U, length);
     EXPECT_EQ(Shorts(2, 'x'), out);
 }
@@ -384,7 +390,7 @@ TEST(TranscodeToShorts, LooksAtSixteenBitsOfEachUnit) {
     const wchar_t one[] = {L'A', unit(0x10000), L'\0'};
     Shorts out;
     unsigned long length = 9;
-    EXPECT_EQ(out.c_str(), transcode(one, out, length));
+    EXPECT_TRUE(isBufferOf(out, transcode(one, out, length)));
     EXPECT_EQ(sizeof(wchar_t) == 2 ? 1U : 2U, length);
     const wchar_t two[] = {L'A', unit(0x10000), L'B', L'\0'};
     if (sizeof(wchar_t) > 2) {
@@ -407,7 +413,7 @@ TEST(TranscodeToWide, AppendsEveryUnit) {
     const unsigned short text[] = {'A', 0x00E9, 0xD83D, 0xDE00, 0xFFFF, 0};
     std::wstring out = L"x";
     unsigned long length = 9;
-    EXPECT_EQ(out.c_str(), transcode(text, out, length));
+    EXPECT_TRUE(isBufferOf(out, transcode(text, out, length)));
     EXPECT_EQ(5U, length);
     EXPECT_EQ((std::wstring{L'x', L'A', unit(0xE9), unit(0xD83D), unit(0xDE00), unit(0xFFFF)}),
               out);
@@ -417,7 +423,7 @@ TEST(TranscodeToWide, TakesTheEmptyTextAndRefusesNull) {
     std::wstring out = L"x";
     unsigned long length = 9;
     const unsigned short empty[] = {0};
-    EXPECT_EQ(out.c_str(), transcode(empty, out, length));
+    EXPECT_TRUE(isBufferOf(out, transcode(empty, out, length)));
     EXPECT_EQ(0U, length);
     length = 9;
     EXPECT_EQ(nullptr, transcode(static_cast<const unsigned short*>(nullptr), out, length));

@@ -1,5 +1,6 @@
 #include "kest/diagnostics/Utf8Buffer.h"
 
+#include <algorithm>
 #include <cstddef>
 
 #include "kest/platform/Utf8.h"
@@ -9,7 +10,6 @@ namespace {
 
 using platform::utf8::kReplacement;
 
-/// Text that is never flushed must not grow without end.
 constexpr std::size_t kGatheredAtMost = 1U << 16;
 
 bool isHighSurrogate(std::uint32_t unit) {
@@ -43,8 +43,23 @@ Utf8Buffer::int_type Utf8Buffer::overflow(int_type unit) {
 }
 
 std::streamsize Utf8Buffer::xsputn(const wchar_t* text, std::streamsize count) {
-    for (std::streamsize i = 0; i < count; ++i) {
-        append(text[i]);
+    const auto size = static_cast<std::size_t>(count);
+    for (std::size_t i = 0; i < size;) {
+        // Runs of ASCII, nearly all of a trace, go over at once.
+        std::size_t end = i;
+        while (end < size && static_cast<std::uint32_t>(text[end]) < 0x80) {
+            ++end;
+        }
+        if (end == i || m_highSurrogate != 0) {
+            append(text[i++]);
+            continue;
+        }
+        m_gathered.resize(m_gathered.size() + (end - i));
+        std::transform(text + i, text + end,
+                       m_gathered.end() - static_cast<std::ptrdiff_t>(end - i),
+                       [](wchar_t unit) { return static_cast<char>(unit); });
+        i = end;
+        limit();
     }
     return count;
 }
@@ -74,6 +89,11 @@ void Utf8Buffer::append(wchar_t unit) {
 
 void Utf8Buffer::appendCharacter(std::uint32_t character) {
     platform::utf8::append(character, m_gathered);
+    limit();
+}
+
+/// Text that is never flushed must not grow without end.
+void Utf8Buffer::limit() {
     if (m_gathered.size() >= kGatheredAtMost) {
         handOn();
     }

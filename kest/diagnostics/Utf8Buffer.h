@@ -32,6 +32,7 @@ protected:
 private:
     void append(wchar_t unit);
     void appendCharacter(std::uint32_t character);
+    void limit();
     void handOn();
 
     std::streambuf& m_bytes;

@@ -44,11 +44,18 @@ void Transaction::remember(const ViewPtr& view) {
 /// Forgets what stands for a place and for all below it, found by where it is and by how it is
 /// called: what was reached through a link is somewhere else.
 void Transaction::forget(const Place& place) {
-    const std::wstring canonical = join(place.parent->canonical, place.name);
-    const std::wstring text = join(place.parent->text, place.name);
+    // In whatever case they were asked for.
+    const std::wstring canonical = foldPath(join(place.parent->canonical, place.name));
+    const std::wstring text = foldPath(join(place.parent->text, place.name));
+    const auto isThere = [&](const std::wstring& path, const std::wstring& gone) {
+        if (path.size() < gone.size()) {
+            return false;
+        }
+        const std::wstring folded = foldPath(path);
+        return folded == gone || isBelow(folded, gone);
+    };
     const auto isGone = [&](const ViewPtr& view) {
-        return view->canonical == canonical || isBelow(view->canonical, canonical) ||
-               view->text == text || isBelow(view->text, text);
+        return isThere(view->canonical, canonical) || isThere(view->text, text);
     };
     m_views.remove_if(isGone);
     m_pinned.erase(std::remove_if(m_pinned.begin(), m_pinned.end(), isGone), m_pinned.end());

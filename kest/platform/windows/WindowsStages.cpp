@@ -96,9 +96,10 @@ bool WindowsDisk::isPrivateOfOurs(const DirectoryPtr& directory) {
     if (security.makeForFile() != ERROR_SUCCESS) {
         return false;
     }
-    const Handle own(::CreateFileW(stage.entry(randomName()).c_str(), READ_CONTROL | DELETE,
-                                   kShareAll, security.attributes(), CREATE_NEW,
-                                   FILE_FLAG_DELETE_ON_CLOSE, nullptr));
+    // Shared with nobody, a scanner for instance, so that it is gone when it is closed.
+    const Handle own(::CreateFileW(stage.entry(randomName()).c_str(), READ_CONTROL | DELETE, 0,
+                                   security.attributes(), CREATE_NEW, FILE_FLAG_DELETE_ON_CLOSE,
+                                   nullptr));
     return own && isPrivate(handle.get(), own.get());
 }
 

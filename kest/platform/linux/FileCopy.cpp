@@ -64,8 +64,8 @@ int copyAttributes(int from, int to) {
 }
 
 /// The owner, as far as the process may set it: a user's own copy of another's file is the user's.
-int copyOwner(const struct stat& wanted, const struct stat& present, int to) {
-    if (wanted.st_uid == present.st_uid && wanted.st_gid == present.st_gid) {
+int copyOwner(const struct stat& wanted, uid_t owner, gid_t group, int to) {
+    if (wanted.st_uid == owner && wanted.st_gid == group) {
         return 0;
     }
     if (fchown(to, wanted.st_uid, wanted.st_gid) != 0 && errno != EPERM) {
@@ -119,12 +119,30 @@ int copyRangeByHand(int from, int to, off_t at, off_t end) {
     return 0;
 }
 
+/// From this size on a file is handed to the disk piece by piece while it is copied, so that the
+/// disk works meanwhile; and what has been written is dropped from memory, where it would only be
+/// in the way. Small files are better left to the one sync at the end, which merges them.
+constexpr off_t kPiece = 8L << 20;
+constexpr off_t kBehind = 32L << 20;
+
+void handToDisk(int to, off_t at, off_t size) {
+    (void)sync_file_range(to, at, size, SYNC_FILE_RANGE_WRITE);
+    if (at >= kBehind) {
+        (void)sync_file_range(
+            to, at - kBehind, kPiece,
+            SYNC_FILE_RANGE_WAIT_BEFORE | SYNC_FILE_RANGE_WRITE | SYNC_FILE_RANGE_WAIT_AFTER);
+        (void)posix_fadvise(to, at - kBehind, kPiece, POSIX_FADV_DONTNEED);
+    }
+}
+
 int copyRange(int from, int to, off_t at, off_t end) {
+    const bool isLarge = end - at > kPiece;
     while (at < end) {
         off_t in = at;
         off_t out = at;
+        const off_t wanted = isLarge ? std::min(kPiece, end - at) : end - at;
         const ssize_t copied =
-            copy_file_range(from, &in, to, &out, static_cast<std::size_t>(end - at), 0);
+            copy_file_range(from, &in, to, &out, static_cast<std::size_t>(wanted), 0);
         if (copied < 0) {
             switch (errno) {
                 case EINTR:
@@ -145,6 +163,9 @@ int copyRange(int from, int to, off_t at, off_t end) {
         if (copied == 0) {
             // Shorter than it was, or a file system that answers so instead of failing.
             return copyRangeByHand(from, to, at, end);
+        }
+        if (isLarge) {
+            handToDisk(to, at, copied);
         }
         at += copied;
     }
@@ -196,37 +217,45 @@ int copyTimes(int to, const struct stat& status) {
     return futimens(to, times) != 0 ? errno : 0;
 }
 
-int copyInto(int from, int to, const struct stat& status) {
+/// The bits whose taking away by the mask a mode shows.
+constexpr mode_t kRights = 0777;
+
+int copyInto(int from, int to, const struct stat& status, NewFileDefaults& defaults) {
     int error = copyContent(from, to, status);
-    struct stat made {};
-    if (error == 0 && fstat(to, &made) != 0) {
-        error = errno;
+    const mode_t mode = status.st_mode & 07777;
+    if (error == 0 && !defaults.isKnown) {
+        struct stat made {};
+        if (fstat(to, &made) != 0) {
+            return errno;
+        }
+        // A bit that this file did not ask for may be one that the mask takes from another.
+        defaults = {true, made.st_uid, made.st_gid, kRights & ~made.st_mode};
     }
     if (error == 0) {
-        error = copyOwner(status, made, to);
+        error = copyOwner(status, defaults.owner, defaults.group, to);
     }
     if (error == 0) {
         error = copyAttributes(from, to);
     }
-    const mode_t mode = status.st_mode & 07777;
-    if (error == 0 && (made.st_mode & 07777) != mode && fchmod(to, mode) != 0) {
+    // After the owner, whose change takes the special bits away.
+    if (error == 0 && ((mode & defaults.mask) != 0 || (mode & ~kRights) != 0) &&
+        fchmod(to, mode) != 0) {
         error = errno;
     }
-    if (error == 0) {
-        error = copyTimes(to, status);
-    }
-    return error;
+    return error == 0 ? copyTimes(to, status) : error;
 }
 
-int copyRegular(Descriptor from, const struct stat& status, int to, const std::string& newName) {
+int copyRegular(const Descriptor& from, const struct stat& status, int to,
+                const std::string& newName, NewFileDefaults& defaults) {
     // With no more rights than the source gives: what the mask takes away is put back at the end,
     // what the source does not give is never there.
-    Descriptor out(openat(to, newName.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                          status.st_mode & 0777));
+    const Descriptor out(openat(to, newName.c_str(),
+                                O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                                status.st_mode & kRights));
     if (!out) {
         return errno;
     }
-    const int error = copyInto(from.get(), out.get(), status);
+    const int error = copyInto(from.get(), out.get(), status, defaults);
     if (error != 0) {
         (void)unlinkat(to, newName.c_str(), 0);
     }
@@ -273,7 +302,7 @@ int finishUnopened(const struct stat& status, int to, const std::string& newName
 }  // namespace
 
 int copyEntry(int from, const std::string& name, int to, const std::string& newName, bool isRegular,
-              bool followLinks) {
+              bool followLinks, NewFileDefaults& defaults) {
     struct stat status {};
     if (!isRegular) {
         if (fstatat(from, name.c_str(), &status, followLinks ? 0 : AT_SYMLINK_NOFOLLOW) != 0) {
@@ -306,7 +335,7 @@ int copyEntry(int from, const std::string& name, int to, const std::string& newN
         // Not what it was a moment ago.
         return EBUSY;
     }
-    return copyRegular(std::move(in), status, to, newName);
+    return copyRegular(in, status, to, newName, defaults);
 }
 
 int copyDirectoryMetadata(int from, int to) {
@@ -315,11 +344,12 @@ int copyDirectoryMetadata(int from, int to) {
     if (fstat(from, &status) != 0 || fstat(to, &made) != 0) {
         return errno;
     }
-    int error = copyOwner(status, made, to);
+    int error = copyOwner(status, made.st_uid, made.st_gid, to);
     if (error == 0) {
         error = copyAttributes(from, to);
     }
-    if (error == 0 && fchmod(to, status.st_mode & 07777) != 0) {
+    const mode_t mode = status.st_mode & 07777;
+    if (error == 0 && (made.st_mode & 07777) != mode && fchmod(to, mode) != 0) {
         error = errno;
     }
     return error == 0 ? copyTimes(to, status) : error;

@@ -122,8 +122,58 @@ private:
     Descriptor m_descriptor;
 };
 
+/// A directory that its owner may not write into cannot be moved to another place, since its ".."
+/// changes. Gives the owner that right for the time of the move. Should the process end meanwhile,
+/// the right stays.
+class Movable {
+public:
+    Movable(int parent, const char* name)
+        : m_directory(openat(parent, name, O_PATH | O_NOFOLLOW | O_DIRECTORY | O_CLOEXEC)) {
+        struct stat status {};
+        if (m_directory && fstat(m_directory.get(), &status) == 0 &&
+            (status.st_mode & S_IWUSR) == 0 && status.st_uid == geteuid()) {
+            m_mode = status.st_mode & 07777;
+            m_isChanged = change(m_mode | S_IWUSR);
+        }
+    }
+    ~Movable() {
+        const int saved = errno;
+        if (m_isChanged) {
+            (void)change(m_mode);
+        }
+        errno = saved;
+    }
+    Movable(const Movable&) = delete;
+    Movable& operator=(const Movable&) = delete;
+    bool isChanged() const { return m_isChanged; }
+
+private:
+    bool change(mode_t mode) const {
+        char path[32];
+        std::snprintf(path, sizeof path, "/proc/self/fd/%d", m_directory.get());
+        return chmod(path, mode) == 0;
+    }
+
+    Descriptor m_directory;
+    mode_t m_mode = 0;
+    bool m_isChanged = false;
+};
+
 int renameAt(int from, const char* fromName, int to, const char* toName, unsigned flags) {
-    return static_cast<int>(syscall(SYS_renameat2, from, fromName, to, toName, flags));
+    const auto attempt = [&] {
+        return static_cast<int>(syscall(SYS_renameat2, from, fromName, to, toName, flags));
+    };
+    const int result = attempt();
+    if (result == 0 || errno != EACCES) {
+        return result;
+    }
+    const Movable left(from, fromName);
+    const Movable right(to, toName);
+    if (!left.isChanged() && !right.isChanged()) {
+        errno = EACCES;
+        return -1;
+    }
+    return attempt();
 }
 
 }  // namespace
@@ -324,7 +374,8 @@ DWORD LinuxDisk::copyFile(const DirectoryPtr& sourceParent, const std::wstring& 
     }
     const int error =
         copyEntry(descriptor(sourceParent), from.bytes(), descriptor(parent), to.bytes(),
-                  known != nullptr && *known == Kind::File, links == Links::Follow);
+                  known != nullptr && *known == Kind::File, links == Links::Follow,
+                  static_cast<LinuxDirectory&>(*parent).defaults);
     return error == 0 ? ERROR_SUCCESS : errorFromErrno(error);
 }
 

@@ -1,11 +1,9 @@
 #pragma once
 
-#include <sys/types.h>
-
-#include <atomic>
 #include <cstdint>
 
 #include "kest/platform/linux/Descriptor.h"
+#include "kest/platform/linux/FileCopy.h"
 #include "kest/platform/transactions/Disk.h"
 
 namespace Tallowmere::platform {
@@ -17,6 +15,7 @@ public:
     int get() const { return m_descriptor.get(); }
     /// Whether a listing has already read from the descriptor, which keeps its place there.
     bool isRead = false;
+    NewFileDefaults defaults;
     /// Which mount it is on; asked for once.
     bool hasMount = false;
     std::uint64_t device = 0;

@@ -422,6 +422,63 @@ TEST_F(LinuxDiskTest, ADirectoryWithoutTheRightToChangeItIsRefusedAtOnce) {
     ASSERT_EQ(0, chmod((tree / "mine").c_str(), 0755));
 }
 
+TEST_F(LinuxDiskTest, ADirectoryThatItsOwnerMayNotWriteIsReplaced) {
+    const pid_t child = fork();
+    if (child == 0) {
+        // As a user to whom modes matter.
+        if (geteuid() == 0 && (chmod(tree.root().c_str(), 0777) != 0 || seteuid(54321) != 0)) {
+            _exit(1);
+        }
+        tree.write("from/file", "new");
+        tree.makeDirectory("to");
+        if (chmod((tree / "from").c_str(), 0555) != 0 || chmod((tree / "to").c_str(), 0555) != 0) {
+            _exit(2);
+        }
+        const bool done = remove(tree / "to") && copyTree(tree / "from", tree / "to") && commit();
+        const bool right = done && tree.read("to/file") == "new" &&
+                           (statusOf(tree / "to").st_mode & 07777) == 0555;
+        _exit(chmod((tree / "from").c_str(), 0755) == 0 &&
+                      chmod((tree / "to").c_str(), 0755) == 0 && right
+                  ? 0
+                  : 3);
+    }
+    int status = 0;
+    ASSERT_EQ(child, waitpid(child, &status, 0));
+    EXPECT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(0, WEXITSTATUS(status));
+}
+
+TEST_F(LinuxDiskTest, ALargeFileIsCopiedPieceByPiece) {
+    std::string content(20U << 20, '\0');
+    for (std::size_t i = 0; i < content.size(); i += 4093) {
+        content[i] = static_cast<char>(i);
+    }
+    tree.write("from", content);
+    ASSERT_TRUE(copy("from", "to"));
+    ASSERT_TRUE(commit());
+    EXPECT_TRUE(content == tree.read("to"));
+}
+
+TEST_F(LinuxDiskTest, AFileOfAnotherModeAfterTheFirstOneKeepsItsMode) {
+    const mode_t modes[] = {0600, 0644, 0666, 0777, 0400, 04755, 0000};
+    for (const mode_t mode : modes) {
+        const std::string name = "from/" + std::to_string(mode);
+        tree.write(name, "x");
+        ASSERT_EQ(0, chmod((tree / name).c_str(), mode));
+    }
+    ASSERT_TRUE(makeDirectory("to"));
+    for (const mode_t mode : modes) {
+        // Another user than root cannot read the last one.
+        if (mode != 0 || geteuid() == 0) {
+            ASSERT_TRUE(copy("from/" + std::to_string(mode), "to/" + std::to_string(mode)));
+        }
+    }
+    ASSERT_TRUE(commit());
+    for (const auto& entry : std::filesystem::directory_iterator(tree / "to")) {
+        EXPECT_EQ(entry.path().filename(), std::to_string(statusOf(entry.path()).st_mode & 07777));
+    }
+}
+
 TEST_F(LinuxDiskTest, AKilledProcessLeavesNothingBehindOnceTheNextHasLooked) {
     for (int files = 0; files < 10; ++files) {
         tree.write("from/" + std::to_string(files), "new");

@@ -3,11 +3,11 @@
 #include <fcntl.h>
 #include <io.h>
 
-#include <algorithm>
 #include <string>
 
 #include "kest/platform/Utf8.h"
 #include "kest/platform/Win32.h"
+#include "kest/platform/windows/ConsoleText.h"
 
 namespace Tallowmere::platform::console {
 namespace {
@@ -46,43 +46,10 @@ bool takesWideOnly(int descriptor) {
     return (mode & (_O_WTEXT | _O_U16TEXT | _O_U8TEXT)) != 0;
 }
 
-bool isHighSurrogate(wchar_t unit) {
-    return unit >= 0xD800 && unit <= 0xDBFF;
-}
-
-bool isLowSurrogate(wchar_t unit) {
-    return unit >= 0xDC00 && unit <= 0xDFFF;
-}
-
-/// The text with half pairs of surrogates replaced.
-std::wstring wellFormed(std::wstring_view text) {
-    std::wstring result(text);
-    for (std::size_t i = 0; i < result.size(); ++i) {
-        if (isHighSurrogate(result[i]) && i + 1 < result.size() && isLowSurrogate(result[i + 1])) {
-            ++i;
-        } else if (isHighSurrogate(result[i]) || isLowSurrogate(result[i])) {
-            result[i] = static_cast<wchar_t>(utf8::kReplacement);
-        }
-    }
-    return result;
-}
-
 void writeToConsole(HANDLE console, std::wstring_view text) {
-    // As for the C stream, a line feed alone begins a new line.
-    std::wstring lines;
-    for (const wchar_t unit : wellFormed(text)) {
-        if (unit == L'\n') {
-            lines += L'\r';
-        }
-        lines += unit;
-    }
-    // Older consoles take at most 64 KiB at once.
-    constexpr std::size_t kMostUnits = 16384;
+    const std::wstring lines = withLineEnds(text);
     for (std::wstring_view rest = lines; !rest.empty();) {
-        std::size_t count = std::min(rest.size(), kMostUnits);
-        if (count < rest.size() && isHighSurrogate(rest[count - 1])) {
-            --count;
-        }
+        const std::size_t count = firstPiece(rest);
         DWORD written = 0;
         if (!WriteConsoleW(console, rest.data(), static_cast<DWORD>(count), &written, nullptr) ||
             written == 0) {

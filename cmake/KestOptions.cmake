@@ -53,8 +53,9 @@ endfunction()
 # What the platform's part of `target` links against.
 function(kest_system_libraries target)
     if(WIN32)
-        # The transaction manager's own calls; every Windows since Vista has them.
-        target_link_libraries(${target} PUBLIC ktmw32)
+        # The transaction manager's own calls; every Windows since Vista has them. Random names, and a
+        # file's number on its volume, for our own manager.
+        target_link_libraries(${target} PUBLIC ktmw32 bcrypt ntdll)
     endif()
 endfunction()
 

@@ -1,30 +1,34 @@
-# Flags that every target of ours shares, and where Boost's headers come from.
+# Flags that every target of ours shares, what the library exports, and where Boost's headers come
+# from.
 
 add_library(kest_options INTERFACE)
 target_compile_options(
     kest_options
-    INTERFACE -Wall -Wextra -Wpedantic -Wshadow=local -Wnon-virtual-dtor -Wcast-align -Wconversion
-              -Wno-sign-conversion -fno-strict-overflow
-              "-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=" -fstack-protector-strong)
-if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
-    # clang takes -Wshadow=local for an unknown warning.
-    set_property(TARGET kest_options PROPERTY INTERFACE_COMPILE_OPTIONS
-        -Wall -Wextra -Wpedantic -Wnon-virtual-dtor -Wcast-align -Wconversion -Wno-sign-conversion
-        "-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=" -fstack-protector-strong)
-endif()
+    INTERFACE -Wall -Wextra -Wpedantic -Wnon-virtual-dtor -Wcast-align -Wconversion
+              -Wno-sign-conversion
+              # clang does not know this form of the warning.
+              $<$<CXX_COMPILER_ID:GNU>:-Wshadow=local>
+              # No folder of the build machine in the product's texts.
+              "-ffile-prefix-map=${CMAKE_CURRENT_SOURCE_DIR}/="
+              -fstack-protector-strong)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_C_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
 
 if(KEST_SANITIZERS)
+    # For everything, GoogleTest too: a sanitizer must see all code of the program.
     add_compile_options(-fsanitize=${KEST_SANITIZERS} -fno-omit-frame-pointer
                         -fno-sanitize-recover=all)
     add_link_options(-fsanitize=${KEST_SANITIZERS})
+    add_compile_definitions(_GLIBCXX_ASSERTIONS)
+elseif(NOT WIN32)
+    # The C library's checked calls need the optimiser, and they hide errors from a sanitizer.
+    target_compile_options(kest_options INTERFACE
+        "$<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
 endif()
 
 if(WIN32)
-    # Tests of formats must not depend on the C library's dialect.
     add_compile_definitions(UNICODE _UNICODE)
 endif()
 
@@ -38,15 +42,34 @@ function(kest_find_boost)
         message(FATAL_ERROR "Boost's headers (boost/lexical_cast.hpp) were not found; "
                             "set KEST_BOOST_INCLUDE to the folder that holds boost/.")
     endif()
-    set(folder ${CMAKE_BINARY_DIR}/boost-headers)
+    set(folder ${CMAKE_CURRENT_BINARY_DIR}/boost-headers)
     file(MAKE_DIRECTORY ${folder})
     file(CREATE_LINK ${KEST_BOOST_INCLUDE}/boost ${folder}/boost SYMBOLIC)
     target_include_directories(kest_boost SYSTEM INTERFACE ${folder})
 endfunction()
 
+# What the platform's part of `target` links against.
 function(kest_system_libraries target)
     if(WIN32)
-        # The transaction manager's three calls that every Windows has.
+        # The transaction manager's own calls; every Windows since Vista has them.
         target_link_libraries(${target} PUBLIC ktmw32)
+    endif()
+endfunction()
+
+# For what is shipped. Calls between libraries are bound at the start and cannot be redirected later
+# (the Windows linker has its like on by default).
+function(kest_harden target)
+    if(NOT WIN32 AND NOT KEST_SANITIZERS)
+        target_link_options(${target} PRIVATE -Wl,-z,relro,-z,now)
+    endif()
+endfunction()
+
+# KEST_API alone decides what `target` exports. The Windows linker needs no more than that; on Linux
+# the standard library's and Boost's templates are visible wherever they are used, until told not to.
+function(kest_limit_exports target)
+    if(NOT WIN32)
+        set(map ${PROJECT_SOURCE_DIR}/cmake/exports.map)
+        target_link_options(${target} PRIVATE "-Wl,--version-script=${map}")
+        set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${map})
     endif()
 endfunction()

@@ -1,24 +1,49 @@
-# The unit tests: one program, each test its own case for ctest.
+# The unit tests: each test its own case for ctest, run through Wine in the Windows build.
 
+if(NOT KEST_BUILD_TESTS)
+    return()
+endif()
 find_path(KEST_GOOGLETEST_SOURCE googletest/CMakeLists.txt PATHS /usr/src/googletest
           NO_CMAKE_FIND_ROOT_PATH)
 if(NOT KEST_GOOGLETEST_SOURCE)
+    if(KEST_BUILD_TESTS STREQUAL "AUTO")
+        message(STATUS "GoogleTest's sources were not found: the unit tests are not built")
+        set(KEST_BUILD_TESTS OFF)
+        return()
+    endif()
     message(FATAL_ERROR "GoogleTest's sources were not found; set KEST_GOOGLETEST_SOURCE, or "
                         "KEST_BUILD_TESTS=OFF to build without tests.")
 endif()
 set(INSTALL_GTEST OFF)
 set(BUILD_GMOCK OFF)
-set(gtest_disable_pthreads OFF)
 set(kest_warnings_as_errors ${CMAKE_COMPILE_WARNING_AS_ERROR})
 set(CMAKE_COMPILE_WARNING_AS_ERROR OFF)
-add_subdirectory(${KEST_GOOGLETEST_SOURCE} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+add_subdirectory(${KEST_GOOGLETEST_SOURCE} ${CMAKE_CURRENT_BINARY_DIR}/googletest
+                 EXCLUDE_FROM_ALL SYSTEM)
 set(CMAKE_COMPILE_WARNING_AS_ERROR ${kest_warnings_as_errors})
+enable_testing()
 include(GoogleTest)
 
-add_executable(kest_tests ${kest_tests})
-target_link_libraries(kest_tests PRIVATE kest_objects kest_options kest_boost gtest gtest_main)
-target_compile_definitions(kest_tests PRIVATE KEST_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
+# The tests are listed when they are run: the build itself needs no Wine. A program that is killed
+# by the time-out is a failure like any other.
+function(kest_add_tests target)
+    target_link_libraries(${target} PRIVATE kest_options gtest gtest_main)
+    gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
+                         PROPERTIES TIMEOUT 300 ${ARGN})
+endfunction()
 
-# Under Wine a test is only listed when the tests are run: the build itself needs no Wine.
-gtest_discover_tests(kest_tests DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
-                     PROPERTIES TIMEOUT 300)
+add_executable(kest_tests ${kest_tests})
+target_link_libraries(kest_tests PRIVATE kest_objects kest_boost)
+target_compile_definitions(kest_tests PRIVATE KEST_SOURCE_DIR="${CMAKE_CURRENT_SOURCE_DIR}")
+kest_add_tests(kest_tests)
+
+if(MINGW AND CMAKE_CROSSCOMPILING_EMULATOR)
+    # That a failure under Wine is seen as one.
+    add_executable(kest_under_wine_test ${CMAKE_CURRENT_LIST_DIR}/UnderWineTest.cpp)
+    add_test(NAME under_wine COMMAND ${CMAKE_CURRENT_LIST_DIR}/under-wine-test.sh
+                                     $<TARGET_FILE:kest_under_wine_test>)
+    set_tests_properties(under_wine PROPERTIES TIMEOUT 300)
+elseif(NOT KEST_SANITIZERS)
+    add_test(NAME install_packages
+             COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/scripts/install-packages-test.sh)
+endif()

@@ -12,9 +12,7 @@ set(CMAKE_FIND_ROOT_PATH /usr/${kest_prefix})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
-
-# Where the thread run-time of the tool chain lies, for what an installed tree must hold.
-set(CMAKE_SYSROOT_LIBRARIES /usr/${kest_prefix}/lib)
+# A host names the folder where Kest is installed with CMAKE_PREFIX_PATH, as in a native build.
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE BOTH)
 
 set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/under-wine.sh)

@@ -9,6 +9,7 @@
 #include "kest/diagnostics/SystemErrors.h"
 #include "kest/sync/Lock.h"
 #include "kest/text/HistoryPaths.h"
+#include "kest/text/NativeText.h"
 #include "kest/text/Paths.h"
 #include "kest/text/Strings.h"
 #include "kest/time/DateTime.h"

@@ -4,7 +4,8 @@
 #include "kest/diagnostics/Recorder.h"
 
 #if defined(LOG_INFO) || defined(LOG_WARNING)
-#error "kest/diagnostics/Log.h and <syslog.h> define the same names: do not include both in one source."
+#error \
+    "kest/diagnostics/Log.h and <syslog.h> define the same names: do not include both in one source."
 #endif
 
 /// The name under which a source's trace lines appear. A source of the library defines it before
@@ -19,12 +20,11 @@
 #define LOG_ERROR(pieces) KEST_LOG_STATEMENT(L"!~Sev:ERROR", pieces)
 #define LOG_CRITICAL(pieces) KEST_LOG_STATEMENT(L"!~Sev:CRITICAL", pieces)
 
-#define KEST_LOG_STATEMENT(severity, pieces)                                                   \
-    do {                                                                                       \
-        *::Tallowmere::Recorder::instance() << severity << L"!~Fil:" << KEST_MODULE            \
-                                            << L"!~Lin:" << static_cast<int>(__LINE__)         \
-                                            << pieces << '\n';                                 \
-        ::Tallowmere::Recorder::instance()->flush();                                           \
+#define KEST_LOG_STATEMENT(severity, pieces)                                                     \
+    do {                                                                                         \
+        *::Tallowmere::Recorder::instance() << severity << L"!~Fil:" << KEST_MODULE << L"!~Lin:" \
+                                            << static_cast<int>(__LINE__) << pieces << '\n';     \
+        ::Tallowmere::Recorder::instance()->flush();                                             \
     } while (false)
 
 namespace Tallowmere {

@@ -1,7 +1,8 @@
 #pragma once
 
-/// The wide character classes of the Windows C runtime, which knows all of Unicode whatever the
-/// locale is. On other systems the same answers come from the system's Unicode tables.
+/// The character classes of the Windows C runtime, which knows all of Unicode whatever the locale
+/// is, and its narrow lowering, which does follow the host's locale. Elsewhere the same answers
+/// come from tables of our own and the system's C library.
 namespace Tallowmere::platform {
 
 /// iswspace as Windows answers it.
@@ -9,5 +10,9 @@ bool isSpaceCharacter(wchar_t c);
 
 /// iswalpha as Windows answers it.
 bool isLetter(wchar_t c);
+
+/// The value of `c` after the narrow `tolower`, in the host's locale. A value for which the
+/// system's `tolower` has no meaning comes back as it is.
+unsigned int lowerNarrow(wchar_t c);
 
 }  // namespace Tallowmere::platform

@@ -80,7 +80,7 @@ HANDLE issueHandle(HandleKind kind, void* object) {
     slot.generation = static_cast<std::uint32_t>((slot.generation + 1) & kGenerationMask);
     const std::uint64_t handle = kMark << 56 | static_cast<std::uint64_t>(kind) << 48 |
                                  std::uint64_t{slot.generation} << kSlotBits | index;
-    slot.object.store(object, std::memory_order_relaxed);
+    slot.object.store(object, std::memory_order_release);
     slot.open.store(key(handle), std::memory_order_release);
     return reinterpret_cast<HANDLE>(static_cast<std::uintptr_t>(handle));
 }
@@ -90,7 +90,10 @@ void* findHandle(HANDLE handle, HandleKind kind) {
     if (slot == nullptr || slot->open.load(std::memory_order_acquire) != key(number(handle))) {
         return nullptr;
     }
-    return slot->object.load(std::memory_order_relaxed);
+    void* const object = slot->object.load(std::memory_order_acquire);
+    // Another thread may have given the handle back meanwhile and the slot to somebody else: an
+    // object is this handle's only if the handle is still open after it was read.
+    return slot->open.load(std::memory_order_acquire) == key(number(handle)) ? object : nullptr;
 }
 
 void* retireHandle(HANDLE handle, HandleKind kind) {

@@ -80,6 +80,13 @@ inline constexpr DWORD TIME_ZONE_ID_STANDARD = 1;
 inline constexpr DWORD TIME_ZONE_ID_DAYLIGHT = 2;
 inline constexpr DWORD TIME_ZONE_ID_INVALID = 0xFFFFFFFFU;
 
+// Locales: several numbers that mean the user's, and what a locale without a number has.
+inline constexpr LCID LOCALE_NEUTRAL = 0x0000;
+inline constexpr LCID LOCALE_USER_DEFAULT = 0x0400;
+inline constexpr LCID LOCALE_SYSTEM_DEFAULT = 0x0800;
+inline constexpr LCID LOCALE_CUSTOM_DEFAULT = 0x0C00;
+inline constexpr LCID LOCALE_CUSTOM_UNSPECIFIED = 0x1000;
+
 /// A zone's present rules. Switch dates are in the "day in month" form when their year is 0:
 /// month, weekday, and the week 1 to 5 in wDay, 5 meaning the last. Biases are minutes, UTC = local
 /// time + bias. A zone without daylight saving has month 0 in both dates.
@@ -189,6 +196,7 @@ inline constexpr DWORD ERROR_DIRECTORY = 267;
 inline constexpr DWORD ERROR_NOT_OWNER = 288;
 inline constexpr DWORD ERROR_MR_MID_NOT_FOUND = 317;
 inline constexpr DWORD ERROR_OPERATION_ABORTED = 995;
+inline constexpr DWORD ERROR_INVALID_FLAGS = 1004;
 inline constexpr DWORD ERROR_IO_DEVICE = 1117;
 inline constexpr DWORD ERROR_TOO_MANY_LINKS = 1142;
 inline constexpr DWORD ERROR_NOT_FOUND = 1168;

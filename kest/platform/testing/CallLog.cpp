@@ -1,24 +1,30 @@
 #include "kest/platform/testing/CallLog.h"
 
 #include <algorithm>
+#include <array>
+#include <stdexcept>
 #include <type_traits>
 #include <utility>
 
 namespace Tallowmere::platform::testing {
 namespace {
 
-CallLog* g_log = nullptr;
+constexpr std::size_t kLevels = 4;
+
+/// The logs that are open, the outermost first.
+std::array<CallLog*, kLevels> g_logs{};
+std::size_t g_open = 0;
 
 template <class T>
-std::wstring text(CallLog& log, const T& value) {
+CallLog::Argument argument(const T& value) {
     if constexpr (std::is_same_v<std::decay_t<T>, const wchar_t*>) {
-        return value == nullptr ? L"null" : L"\"" + std::wstring(value) + L"\"";
+        return {value == nullptr ? L"null" : L"\"" + std::wstring(value) + L"\"", nullptr};
     } else if constexpr (std::is_pointer_v<T>) {
-        return log.pointerText(reinterpret_cast<const void*>(value));
+        return {L"", reinterpret_cast<const void*>(value)};
     } else if constexpr (std::is_enum_v<T>) {
-        return std::to_wstring(static_cast<int>(value));
+        return {std::to_wstring(static_cast<int>(value)), nullptr};
     } else {
-        return std::to_wstring(value);
+        return {std::to_wstring(value), nullptr};
     }
 }
 
@@ -27,33 +33,34 @@ struct Logged;
 
 template <class R, class... A, R (*Calls::*member)(A...)>
 struct Logged<member> {
-    static inline R (*previous)(A...) = nullptr;
     static inline const wchar_t* name = nullptr;
 
+    /// One for each level of nesting, so that each log stands in front of what was there before it.
+    template <std::size_t level>
     static R invoke(A... arguments) {
-        std::wstring call = name;
-        call += L'(';
-        bool first = true;
-        const auto append = [&](const std::wstring& argument) {
-            call += (std::exchange(first, false) ? L"" : L", ") + argument;
-        };
-        (append(text(*g_log, arguments)), ...);
-        (void)append;
-        g_log->record(call + L')');
-        return previous(arguments...);
+        CallLog& log = *g_logs[level];
+        log.record(name, {argument(arguments)...});
+        return (log.previous().*member)(arguments...);
+    }
+
+    template <std::size_t... levels>
+    static constexpr auto invokers(std::index_sequence<levels...>) {
+        return std::array<R (*)(A...), kLevels>{&invoke<levels>...};
     }
 };
 
 }  // namespace
 
-CallLog::CallLog(std::uint32_t families)
-    : m_previous(g_calls), m_outer(std::exchange(g_log, this)) {
-#define KEST_CALL(family, result, function, parameters, ...) \
-    if ((families & family) != 0) {                          \
-        using Call = Logged<&Calls::function>;               \
-        Call::previous = g_calls.function;                   \
-        Call::name = L"" #function;                          \
-        g_calls.function = &Call::invoke;                    \
+CallLog::CallLog(std::uint32_t families) : m_previous(g_calls) {
+    if (g_open == kLevels) {
+        throw std::length_error("Too many logs of calls");
+    }
+    g_logs[g_open] = this;
+#define KEST_CALL(family, result, function, parameters, ...)                            \
+    if ((families & family) != 0) {                                                     \
+        using Call = Logged<&Calls::function>;                                          \
+        Call::name = L"" #function;                                                     \
+        g_calls.function = Call::invokers(std::make_index_sequence<kLevels>())[g_open]; \
     }
 #define KEST_SAFE(family, result, function, parameters) \
     KEST_CALL(family, result, function, parameters)
@@ -62,11 +69,23 @@ CallLog::CallLog(std::uint32_t families)
 #include "kest/platform/Calls.def"
 #undef KEST_SAFE
 #undef KEST_RELEASE
+    ++g_open;
 }
 
 CallLog::~CallLog() {
+    --g_open;
     g_calls = m_previous;
-    g_log = m_outer;
+}
+
+void CallLog::record(const wchar_t* name, const std::vector<Argument>& arguments) {
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    std::wstring call = std::wstring(name) + L"(";
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        const Argument& argument = arguments[i];
+        call += i == 0 ? L"" : L", ";
+        call += argument.text.empty() ? pointerText(argument.pointer) : argument.text;
+    }
+    m_calls.push_back(call + L")");
 }
 
 std::vector<std::wstring> CallLog::names() const {

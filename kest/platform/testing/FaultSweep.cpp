@@ -1,6 +1,6 @@
 #include "kest/platform/testing/FaultSweep.h"
 
-#include <type_traits>
+#include <stdexcept>
 
 namespace Tallowmere::platform::testing {
 namespace {
@@ -23,6 +23,7 @@ struct Sweep {
 };
 
 Sweep g_sweep;
+bool g_running = false;
 
 template <auto member>
 struct Faulty;
@@ -75,14 +76,21 @@ int sweepFaults(std::uint32_t families, FaultSpan span, const std::function<void
                 const std::function<void(const Fault&)>& check) {
     int tried = 0;
     for (int number = 0;; ++number) {
+        if (g_running) {
+            throw std::logic_error("A fault sweep inside another");
+        }
         const Calls before = g_calls;
         g_sweep = {0, number, span, {}};
         struct Restore {
             const Calls& calls;
-            ~Restore() { g_calls = calls; }
+            ~Restore() {
+                g_calls = calls;
+                g_running = false;
+            }
         };
         {
             Restore restore{before};
+            g_running = true;
             install(families);
             body();
         }

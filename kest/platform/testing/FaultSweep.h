@@ -26,7 +26,9 @@ enum class FaultSpan { Once, FromThereOn };
 /// 1st, the 2nd, the 3rd and so on with the failure value and the error that Calls.def gives. After
 /// each run `check` is told what had been failed. A failed call is not made, except one that gives
 /// something back (CloseHandle, LocalFree, ReleaseMutex), which is made and then reported as
-/// failed. Returns how many faults were tried.
+/// failed. Calls that `body` replaces for itself are not seen, `check` runs with the table as it
+/// was, and what either throws passes through. The body makes its calls on one thread; a sweep
+/// inside a body is a std::logic_error. Returns how many faults were tried.
 int sweepFaults(std::uint32_t families, FaultSpan span, const std::function<void()>& body,
                 const std::function<void(const Fault&)>& check);
 

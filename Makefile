@@ -1,0 +1,35 @@
+# The few things that a person types. What they need and is missing is installed first, from Debian's
+# packages alone.
+
+.PHONY: run test bench format clean install-packages
+.NOTPARALLEL:
+
+# Builds the command and shows what it does, to a real tree.
+run:
+	@scripts/install-packages.sh run
+	@scripts/demo.sh
+
+# All builds, all tests. The last line is the sum.
+test:
+	@scripts/install-packages.sh test
+	@scripts/test.sh
+
+# How long things take. Not part of the tests: a busy machine would fail them.
+bench:
+	@scripts/install-packages.sh bench
+	@scripts/bench.sh
+
+# Every source in the house style.
+format:
+	@scripts/install-packages.sh format
+	@git ls-files --cached --others --exclude-standard '*.cpp' '*.h' '*.c' | xargs clang-format -i
+
+clean:
+	@cmake/wine-prefix.sh stop
+	rm -rf build
+
+# Everything that any of the goals above needs.
+install-packages:
+	@scripts/install-packages.sh test
+	@scripts/install-packages.sh bench
+	@scripts/install-packages.sh format

@@ -1,0 +1,42 @@
+#pragma once
+
+/// Keeps a Recorder's stream and fields whole while several threads use it.
+///
+/// The mutex of a trace line is not enough for that: pieces without a severity marker, and a flush
+/// that ends no line, work on the stream without it. So each single piece, each flush of the stream
+/// and each change of a field happens inside a StreamGuard. It is taken inside the mutex of a line
+/// and never while waiting for that mutex; one serves all Recorders, since copies share their
+/// stream.
+namespace Tallowmere {
+
+/// Holds the stream for a scope; scopes nest.
+class StreamGuard {
+public:
+    StreamGuard();
+    ~StreamGuard();
+    StreamGuard(const StreamGuard&) = delete;
+    StreamGuard& operator=(const StreamGuard&) = delete;
+
+    static void acquire();
+    static void release();
+
+    /// Whether some thread is in the midst of an insertion and has let go of the stream for the
+    /// time being: the stream must then not be deleted. Ask while holding the stream.
+    static bool isSuspended();
+
+    /// Lets go of the stream for a scope, however often the thread holds it, and takes it back at
+    /// the scope's end. It is for waiting for a mutex, and for calling what a host implements: an
+    /// insertion operator of a host may log itself.
+    class Suspension {
+    public:
+        Suspension();
+        ~Suspension();
+        Suspension(const Suspension&) = delete;
+        Suspension& operator=(const Suspension&) = delete;
+
+    private:
+        unsigned int m_held;
+    };
+};
+
+}  // namespace Tallowmere

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+/// What belongs to a thread in the trace. A marker takes the next value of its own thread: while a
+/// line is in progress its state stands in the Recorder, which only the line's thread touches then;
+/// between lines it stands here, so that no thread's marker takes another thread's value.
+namespace Tallowmere {
+
+/// The marker state of a thread that holds no line. Without destructor, since a thread may end
+/// after the library was unloaded.
+struct ThreadMarkers {
+    /// No more of a file name than this ever reaches a line.
+    static constexpr std::size_t kSourceSize = 30;
+
+    /// The serial of the Recorder that this belongs to; 0 for none.
+    std::uint64_t recorder;
+    /// As Recorder::markerState.
+    std::int32_t markerState;
+    /// Whether the name was set outside any line, so that the thread's next line begins with it.
+    bool isSourceNewer;
+    std::uint8_t sourceLength;
+    wchar_t source[kSourceSize];
+};
+
+/// The calling thread's, empty if it was used with another Recorder last.
+ThreadMarkers& threadMarkers(std::uint64_t recorder);
+
+/// A number that no other thread of this process has or had: never 0. (The system's numbers are
+/// used again after a thread's end, and a line that was never flushed would then seem to be the new
+/// thread's.)
+std::uint64_t currentThread();
+
+}  // namespace Tallowmere

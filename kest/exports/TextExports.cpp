@@ -1,0 +1,6 @@
+#include "kest/c_api.h"
+
+void deleteKESTArray(wchar_t** text) {
+    delete[] * text;
+    *text = nullptr;
+}

@@ -1,0 +1,49 @@
+// The clock and the conversions between calendar fields and file times.
+
+#include <time.h>
+
+#include "kest/platform/linux/Calendar.h"
+#include "kest/platform/linux/Standins.h"
+#include "kest/platform/linux/ZoneRecord.h"
+
+namespace Tallowmere::platform::standin {
+
+void GetSystemTime(SYSTEMTIME* time) {
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    const std::int64_t seconds = std::int64_t{now.tv_sec} + calendar::kSecondsFrom1601To1970;
+    // No clock of a computer that runs this is outside the calendar.
+    (void)calendar::fromTicks(seconds * calendar::kTicksPerSecond + now.tv_nsec / 100, *time);
+}
+
+BOOL SystemTimeToFileTime(const SYSTEMTIME* time, FILETIME* result) {
+    std::int64_t ticks = 0;
+    if (!calendar::toTicks(*time, ticks)) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return FALSE;
+    }
+    *result = calendar::split(static_cast<std::uint64_t>(ticks));
+    return TRUE;
+}
+
+BOOL FileTimeToSystemTime(const FILETIME* time, SYSTEMTIME* result) {
+    if (!calendar::fromTicks(static_cast<std::int64_t>(calendar::join(*time)), *result)) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return FALSE;
+    }
+    return TRUE;
+}
+
+BOOL FileTimeToLocalFileTime(const FILETIME* time, FILETIME* result) {
+    TIME_ZONE_INFORMATION zone{};
+    const bool daylight = GetTimeZoneInformation(&zone) == TIME_ZONE_ID_DAYLIGHT;
+    // The bias of now, whatever the date of `time` is: the system knows no better here.
+    const std::int64_t bias =
+        std::int64_t{zone.Bias} + (daylight ? zone.DaylightBias : zone.StandardBias);
+    // Wraps around at both ends instead of failing; such a result is no calendar time.
+    *result = calendar::split(calendar::join(*time) -
+                              static_cast<std::uint64_t>(bias * calendar::kTicksPerMinute));
+    return TRUE;
+}
+
+}  // namespace Tallowmere::platform::standin

@@ -1,0 +1,196 @@
+#include "kest/time/DateTimeImpl.h"
+
+#include <boost/lexical_cast.hpp>
+#include <boost/throw_exception.hpp>
+#include <limits>
+#include <locale>
+#include <ostream>
+#include <sstream>
+#include <typeinfo>
+
+#include "kest/diagnostics/SystemErrors.h"
+#include "kest/platform/Calls.h"
+#include "kest/platform/Console.h"
+#include "kest/time/TimeText.h"
+
+namespace Tallowmere {
+
+using platform::os;
+
+namespace {
+
+constexpr std::int64_t kTicksPerMicrosecond = 10;
+constexpr std::int64_t kTicksPerSecond = 10'000'000;
+
+constexpr WORD kUnknownDayOfWeek = 0xFFFF;
+constexpr SYSTEMTIME kInvalid = {65535, 65535, 65535, 65535, 65535, 65535, 65535, 0};
+
+/// FileTimeToSystemTime on a signed count; false, with `time` untouched, when the system refuses.
+bool fromTicks(std::int64_t ticks, SYSTEMTIME& time) {
+    const auto bits = static_cast<std::uint64_t>(ticks);
+    FILETIME fileTime{};
+    fileTime.dwLowDateTime = static_cast<DWORD>(bits);
+    fileTime.dwHighDateTime = static_cast<DWORD>(bits >> 32);
+    SYSTEMTIME converted{};
+    if (!os().FileTimeToSystemTime(&fileTime, &converted)) {
+        return false;
+    }
+    time = converted;
+    return true;
+}
+
+/// The ticks of a count of seconds; -1, which no system accepts, when they do not fit 64 bits.
+std::int64_t ticksOf(std::int64_t seconds) {
+    constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max() / kTicksPerSecond;
+    return seconds >= -kMost && seconds <= kMost ? seconds * kTicksPerSecond : -1;
+}
+
+std::int64_t secondsOf(const std::wstring& text) {
+    // The conversion would also take the grouping signs of a global locale of the host's.
+    if (text.find_first_not_of(L"+-0123456789") != std::wstring::npos) {
+        boost::throw_exception(boost::bad_lexical_cast(typeid(std::wstring), typeid(std::int64_t)));
+    }
+    return boost::lexical_cast<std::int64_t>(text);
+}
+
+/// Called on the line after the failing call, so that the last error is still that call's.
+void writeLastError() {
+    const std::wstring text = getSystemErrorMessage(0, nullptr);
+    // Deliberate: to the error stream and not to the trace, which writes its own times with this
+    // class. The system's text brings its line end with it.
+    platform::consoleErrors() << text << std::flush;
+}
+
+}  // namespace
+
+DateTimeImpl::DateTimeImpl() : m_time{} {
+    os().GetSystemTime(&m_time);
+}
+
+DateTimeImpl::DateTimeImpl(std::int64_t seconds) : m_time(kInvalid) {
+    // Our choice: a count that the system refuses leaves the invalid value, which every conversion
+    // refuses in turn, and not a random time.
+    (void)fromTicks(ticksOf(seconds), m_time);
+}
+
+DateTimeImpl::DateTimeImpl(const std::wstring& text) : DateTimeImpl(secondsOf(text)) {}
+
+DateTimeImpl::DateTimeImpl(Invalid) : m_time(kInvalid) {}
+
+DateTimeImpl::DateTimeImpl(unsigned short year, unsigned short month, unsigned short day,
+                           unsigned short hour, unsigned short minute, unsigned short second,
+                           bool isLocalTime)
+    // Deliberate: UTC fields are not checked; an impossible date shows when it is converted.
+    : m_time{year, month, kUnknownDayOfWeek, day, hour, minute, second, 0} {
+    if (!isLocalTime) {
+        return;
+    }
+    const SYSTEMTIME local = m_time;
+    if (!os().TzSpecificLocalTimeToSystemTime(nullptr, &local, &m_time)) {
+        writeLastError();
+        m_time = kInvalid;
+    }
+}
+
+DateTimeImpl& DateTimeImpl::operator+=(unsigned long seconds) {
+    constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
+    std::int64_t ticks = 0;
+    if (!toTicks(ticks)) {
+        return *this;
+    }
+    // Where unsigned long has 64 bits the sum may not fit; such a time is beyond the calendar anyway.
+    if (seconds <= static_cast<std::uint64_t>((kMost - ticks) / kTicksPerSecond)) {
+        (void)fromTicks(ticks + static_cast<std::int64_t>(seconds) * kTicksPerSecond, m_time);
+    }
+    return *this;
+}
+
+std::wstring DateTimeImpl::toString(bool toLocalTime, const wchar_t* dateFormat,
+                                    const wchar_t* timeFormat, bool withMilliseconds) const {
+    SYSTEMTIME shown = m_time;
+    if (toLocalTime && !os().SystemTimeToTzSpecificLocalTime(nullptr, &m_time, &shown)) {
+        writeLastError();
+        return std::wstring();
+    }
+    std::wstring text = systemTimeToStringHuman(shown, dateFormat, timeFormat);
+    if (withMilliseconds) {
+        std::wstring::size_type position = text.find(L" PM");
+        if (position == std::wstring::npos) {
+            position = text.find(L" AM");
+        }
+        if (position == std::wstring::npos) {
+            // Deliberate: meant for a time that ends in a blank because the language has no AM and
+            // PM. In front of a last digit the milliseconds tear the second apart: "8:30:0.0070".
+            position = text.size() - 1;
+        }
+        std::wstring digits = std::to_wstring(shown.wMilliseconds);
+        if (digits.size() < 3) {
+            digits.insert(0, 3 - digits.size(), L'0');
+        }
+        text.insert(position, L"." + digits);
+    }
+    return text;
+}
+
+std::wstring DateTimeImpl::timestampString() const {
+    std::int64_t ticks = 0;
+    if (!toTicks(ticks)) {
+        return std::wstring();
+    }
+    std::wostringstream text;
+    // A global locale of the host's must not group the digits.
+    text.imbue(std::locale::classic());
+    text << ticks / kTicksPerSecond;
+    return text.str();
+}
+
+std::int64_t DateTimeImpl::getSecondsSinceEpoch() const {
+    std::int64_t ticks = 0;
+    return toTicks(ticks) ? ticks / kTicksPerSecond : -1;
+}
+
+std::int64_t DateTimeImpl::getMicroSecondsSinceEpoch() const {
+    std::int64_t ticks = 0;
+    return toTicks(ticks) ? ticks / kTicksPerMicrosecond : -1;
+}
+
+bool DateTimeImpl::toTicks(std::int64_t& ticks) const {
+    FILETIME fileTime{};
+    if (!os().SystemTimeToFileTime(&m_time, &fileTime)) {
+        return false;
+    }
+    ticks = static_cast<std::int64_t>(std::uint64_t{fileTime.dwHighDateTime} << 32 |
+                                      fileTime.dwLowDateTime);
+    return true;
+}
+
+std::array<WORD, 7> DateTimeImpl::fields() const {
+    return {m_time.wYear,   m_time.wMonth,  m_time.wDay,         m_time.wHour,
+            m_time.wMinute, m_time.wSecond, m_time.wMilliseconds};
+}
+
+bool operator==(const DateTimeImpl& left, const DateTimeImpl& right) {
+    return left.fields() == right.fields();
+}
+
+bool operator!=(const DateTimeImpl& left, const DateTimeImpl& right) {
+    return !(left == right);
+}
+
+bool operator<(const DateTimeImpl& left, const DateTimeImpl& right) {
+    return left.fields() < right.fields();
+}
+
+bool operator<=(const DateTimeImpl& left, const DateTimeImpl& right) {
+    return left < right || left == right;
+}
+
+bool operator>(const DateTimeImpl& left, const DateTimeImpl& right) {
+    return !(left <= right);
+}
+
+bool operator>=(const DateTimeImpl& left, const DateTimeImpl& right) {
+    return !(left < right);
+}
+
+}  // namespace Tallowmere

@@ -1,0 +1,85 @@
+# Sourced by test.sh: programs that know the installed package alone, built and run.
+
+build_host() {
+    local source=$1 build=$2
+    cmake -S "$source" -B "$build" -G Ninja -DCMAKE_PREFIX_PATH="$kest" -DCMAKE_BUILD_TYPE=Release \
+        -DCMAKE_COMPILE_WARNING_AS_ERROR=ON "${configure_host[@]}" && cmake --build "$build"
+}
+
+# A small tree: files, folders, an empty one.
+make_tree() {
+    mkdir -p "$1/inner/empty" && printf 'one\n' >"$1/one.txt" && printf 'two\n' >"$1/inner/two.bin"
+}
+
+# Runs a host in a folder of its own. Leaves its texts in $scratch/output and errors.
+host_in() {
+    local folder=$1
+    shift
+    (cd "$folder" && run_host "$@") >"$scratch/output.raw" 2>"$scratch/errors.raw"
+    local status=$?
+    tr -d '\r' <"$scratch/output.raw" >"$scratch/output"
+    tr -d '\r' <"$scratch/errors.raw" >"$scratch/errors"
+    return $status
+}
+
+# A host copies a tree over an older one.
+copies() {
+    local host=$1 name=$2 place
+    place=$(mktemp -d -p "$scratch")
+    make_tree "$place/source"
+    mkdir "$place/target" && printf 'old\n' >"$place/target/old.txt"
+    host_in "$place" "$host" "$name" source target || { cat "$scratch/errors"; return 1; }
+    same "copied" "$(cat "$scratch/output")" && same "" "$(cat "$scratch/errors")" &&
+        diff -r "$place/source" "$place/target" &&
+        grep -qE $'\tTransactedFS:L[0-9]{5} +\tCopyFileTransacted source\\\\one.txt -> target\\\\one.txt' \
+            "$place/$name.log"
+}
+
+# A host prints why its copy failed, and nothing has changed.
+tells_why() {
+    local host=$1 name=$2 place
+    place=$(mktemp -d -p "$scratch")
+    mkdir "$place/target" && printf 'old\n' >"$place/target/old.txt"
+    host_in "$place" "$host" "$name" missing target
+    same 1 $? && same "" "$(cat "$scratch/output")" &&
+        same "$name: Copy failed: missing does not exist" "$(cat "$scratch/errors")" &&
+        same "old" "$(cat "$place/target/old.txt")" &&
+        same $'target/old.txt' "$(cd "$place" && find . -type f ! -name '*.log' -printf '%P\n')"
+}
+
+for name in c-host cpp-host; do
+    host=$scratch/$name
+    check "$name builds against the package with find_package" build_host "examples/$name" "$host"
+    check "$name copies a tree" copies "$host" "$name"
+    check "$name prints the text of a failed copy" tells_why "$host" "$name"
+done
+
+interface=$scratch/interface
+check "every function of the public interface can be linked" build_host package/interface "$interface"
+check "and is there when the program runs" host_in "$scratch" "$interface" interface
+
+if [ "$platform" = linux ]; then
+    build_with_pkg_config() {
+        local name=$1 compiler=$2 standard=$3 source=$4 flags
+        mkdir -p "$scratch/pc-$name"
+        flags=$(PKG_CONFIG_PATH=$kest/lib/pkgconfig pkg-config --cflags --libs kest) || return
+        # shellcheck disable=SC2086
+        "$compiler" -std="$standard" -Wall -Wextra -Werror "examples/$name/$source" $flags \
+            -Wl,-rpath,"$kest/lib" -o "$scratch/pc-$name/$name"
+    }
+    check "c-host builds with pkg-config" build_with_pkg_config c-host gcc c11 main.c
+    check "c-host from pkg-config copies a tree" copies "$scratch/pc-c-host" c-host
+    check "cpp-host builds with pkg-config" build_with_pkg_config cpp-host g++ c++17 main.cpp
+    check "cpp-host from pkg-config copies a tree" copies "$scratch/pc-cpp-host" cpp-host
+fi
+
+# The command of the package, where it stands.
+command_works() {
+    local place
+    place=$(mktemp -d -p "$scratch")
+    make_tree "$place/source"
+    (cd "$place" && run_host "$kest/bin" kest copy source target) &&
+        diff -r "$place/source" "$place/target" &&
+        (cd "$place" && run_host "$kest/bin" kest delete target) && test ! -e "$place/target"
+}
+check "the package's command copies and deletes" command_works

@@ -1,0 +1,37 @@
+# Sourced by test.sh: how the Windows package is looked at.
+
+files=(bin/Kest.dll bin/kest.exe bin/libstdc++-6.dll bin/libgcc_s_seh-1.dll bin/libwinpthread-1.dll
+    lib/libKest.dll.a lib/pkgconfig/kest.pc
+    lib/cmake/Kest/KestConfig.cmake lib/cmake/Kest/KestConfigVersion.cmake
+    lib/cmake/Kest/KestTargets.cmake lib/cmake/Kest/KestTargets-relwithdebinfo.cmake)
+compilers_cxx=(x86_64-w64-mingw32-g++-posix)
+compilers_c=(x86_64-w64-mingw32-gcc-posix)
+configure_host=(-DCMAKE_TOOLCHAIN_FILE="$top/cmake/mingw-w64.cmake")
+
+exported_names() {
+    x86_64-w64-mingw32-objdump -p "$kest/bin/Kest.dll" |
+        sed -n '/^\[Ordinal\/Name Pointer\] Table/,/^$/ s/^\t\[ *[0-9]*\] //p' | c++filt | sort -u
+}
+
+needed_libraries() {
+    x86_64-w64-mingw32-objdump -p "$1" | sed -nE 's/^\tDLL Name: //p'
+}
+
+# In the package, or part of every Windows.
+is_at_hand() {
+    case ${1,,} in
+    kernel32.dll | msvcrt.dll | ktmw32.dll | advapi32.dll) ;;
+    *) [ -e "$kest/bin/$1" ] ;;
+    esac
+}
+
+binaries=(bin/kest.exe bin/Kest.dll bin/libstdc++-6.dll bin/libgcc_s_seh-1.dll
+    bin/libwinpthread-1.dll)
+
+# Runs a host beside what the package holds in bin/, and nothing else: no tool chain in reach.
+run_host() {
+    local folder=$1 name=$2
+    shift 2
+    cp -n "$kest"/bin/* "$folder/"
+    KEST_WINE_BARE=1 "$top/cmake/under-wine.sh" "$folder/$name.exe" "$@"
+}

@@ -1,0 +1,55 @@
+#!/bin/bash
+# Installs the Debian packages that a goal of the Makefile needs and that are not there yet, and
+# nothing else: install-packages.sh run|test|bench|format. Says what it does; when nothing is missing
+# it does nothing and says nothing.
+set -euo pipefail
+
+run=(g++ make cmake ninja-build libboost-dev)
+case "${1:-}" in
+run)
+    wanted=("${run[@]}")
+    ;;
+test)
+    wanted=("${run[@]}" googletest
+        # The sanitizers' builds.
+        clang libclang-rt-14-dev
+        # The Windows half.
+        g++-mingw-w64-x86-64-posix wine64 wine
+        # What tests call: extended attributes, system calls that fail on demand, the package's hosts.
+        attr strace pkg-config)
+    ;;
+bench)
+    wanted=("${run[@]}" libbenchmark-dev)
+    ;;
+format)
+    wanted=(clang-format)
+    ;;
+*)
+    echo "usage: install-packages.sh run|test|bench|format" >&2
+    exit 2
+    ;;
+esac
+
+missing=()
+for package in "${wanted[@]}"; do
+    state=$(dpkg-query -W -f='${db:Status-Status}\n' "$package" 2>/dev/null || true)
+    grep -qx installed <<<"$state" || missing+=("$package")
+done
+if ((${#missing[@]} == 0)); then
+    exit 0
+fi
+
+# As root, or through sudo.
+as_root=()
+if (($(id -u) != 0)); then
+    if ! command -v sudo >/dev/null; then
+        echo "These packages are missing: ${missing[*]}" >&2
+        echo "Installing them needs root or sudo: run 'apt-get install ${missing[*]}' as root." >&2
+        exit 1
+    fi
+    as_root=(sudo)
+fi
+apt=("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get)
+echo "Installing the missing Debian packages: ${missing[*]}"
+"${apt[@]}" update
+"${apt[@]}" install --yes --no-install-recommends "${missing[@]}"

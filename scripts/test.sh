@@ -1,0 +1,101 @@
+#!/bin/bash
+# All builds and all tests: natively with GCC, with clang's address, undefined-behaviour and thread
+# sanitizers, for Windows under Wine, and what only an installed package can show. Goes on after a
+# failure; the last line is the sum. Logs are left in build/logs.
+set -uo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+logs=build/logs
+rm -rf $logs
+mkdir -p $logs
+jobs=$(nproc)
+passed=0
+failed=0
+skipped=0
+failures=()
+
+# Whatever happens, no Wine server stays behind.
+trap 'cmake/wine-prefix.sh stop' EXIT
+trap 'exit 130' INT
+trap 'exit 143' TERM
+
+fail() {
+    failed=$((failed + ${2:-1}))
+    failures+=("$1")
+}
+
+# Title, log, command: runs it and shows its output only when it fails.
+quietly() {
+    local title=$1 log=$logs/$2.log start=$SECONDS
+    shift 2
+    if "$@" >"$log" 2>&1 </dev/null; then
+        echo "$title: done in $((SECONDS - start)) s"
+    else
+        echo "$title: FAILED"
+        tail -n 60 "$log"
+        fail "$title"
+        return 1
+    fi
+}
+
+build() {
+    cmake --preset "$1" -DKEST_BUILD_TESTS=ON && cmake --build --preset "$1"
+}
+
+# Builds a preset and runs its tests; shows those that do not pass.
+build_and_test() {
+    local preset=$1 log=$logs/$1-tests.log start
+    echo
+    echo "== $preset"
+    quietly "Build" "$preset-build" build "$preset" || return
+    start=$SECONDS
+    ctest --preset "$preset" -j "$jobs" >"$log" 2>&1 </dev/null
+    local status=$?
+    grep -vE '^ *(Start +[0-9]+:|[0-9]+/[0-9]+ Test +#[0-9]+: .* Passed +[0-9.]+ sec)' "$log"
+    local sum wrong total idle
+    sum=$(sed -nE 's/^[0-9]+% tests passed, ([0-9]+) tests? failed out of ([0-9]+)$/\1 \2/p' "$log")
+    read -r wrong total <<<"${sum:-1 1}"
+    idle=$(grep -cE '^ *[0-9]+/[0-9]+ Test .*\*\*\*Skipped' "$log")
+    if ((status != 0 && wrong == 0)); then
+        wrong=1
+        total=$((total + 1))
+    fi
+    passed=$((passed + total - wrong - idle))
+    skipped=$((skipped + idle))
+    ((wrong == 0)) || fail "$preset: tests" "$wrong"
+    echo "Tests: done in $((SECONDS - start)) s"
+}
+
+# What can only be seen from outside, on the package of a build.
+test_package() {
+    local log=$logs/$1-package.log start=$SECONDS
+    echo
+    echo "== package, $1"
+    package/test.sh "$1" 2>&1 </dev/null | tee "$log"
+    local sum good bad
+    sum=$(sed -nE 's/^([0-9]+) checks passed and ([0-9]+) failed$/\1 \2/p' "$log" | tail -n 1)
+    read -r good bad <<<"${sum:-0 1}"
+    passed=$((passed + good))
+    ((bad == 0)) || fail "package, $1" "$bad"
+    echo "Package: done in $((SECONDS - start)) s"
+}
+
+build_and_test linux
+build_and_test linux-asan
+build_and_test linux-tsan
+echo
+quietly "Wine prefix" wine-prefix cmake/wine-prefix.sh start
+build_and_test windows
+test_package linux
+test_package windows
+
+echo
+echo "All builds and tests: $((SECONDS / 60)) min $((SECONDS % 60)) s"
+for failure in "${failures[@]}"; do
+    echo "FAILED: $failure"
+done
+closing="$passed passed, $failed failed"
+if ((skipped > 0)); then
+    closing+=", $skipped skipped"
+fi
+echo "$closing"
+((failed == 0))

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdio>
+#include <exception>
+#include <memory>
+#include <ostream>
+#include <streambuf>
+#include <string>
+
+namespace Tallowmere::command {
+
+struct CloseFile {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, CloseFile>;
+
+/// While it lives, the library's trace comes here instead of the console, so that the command's
+/// standard output stays clean, and goes on into a file if there is one, as UTF-8, line by line. Our
+/// choice: the file holds the whole trace of the command, it is not rolled over.
+///
+/// It keeps the last ERROR line too: the library's exceptions carry their message with every
+/// character cut to its low byte, the trace has it whole.
+class TraceTap {
+public:
+    explicit TraceTap(File file);
+    ~TraceTap();
+    TraceTap(const TraceTap&) = delete;
+    TraceTap& operator=(const TraceTap&) = delete;
+
+    /// The message of an exception that the library threw, for a person to read, without a line
+    /// end.
+    std::wstring messageOf(const std::exception& error) const;
+
+private:
+    /// Gathers what the library writes between two flushes, which is one statement.
+    class Statements : public std::wstreambuf {
+    public:
+        explicit Statements(File file);
+        const std::wstring& lastError() const { return m_lastError; }
+
+    protected:
+        int_type overflow(int_type unit) override;
+        std::streamsize xsputn(const wchar_t* text, std::streamsize count) override;
+        int sync() override;
+
+    private:
+        File m_file;
+        std::wstring m_statement;
+        std::wstring m_lastError;
+    };
+
+    Statements m_statements;
+    std::wostream m_stream;
+};
+
+}  // namespace Tallowmere::command

@@ -1,0 +1,98 @@
+#!/bin/bash
+# Runs the command as a person would, and compares what it says, its exit status and the disk:
+# command-test.sh [LAUNCHER] PROGRAM, the launcher for a program that needs one.
+set -uo pipefail
+kest=("$@")
+place=$(mktemp -d)
+trap 'rm -rf "$place"' EXIT
+cd "$place" || exit 1
+wrong=0
+
+# expect WHAT STATUS OUTPUT ERRORS ARGUMENTS...
+expect() {
+    local what=$1 status=$2 output=$3 errors=$4
+    shift 4
+    "${kest[@]}" "$@" >"$place/.output" 2>"$place/.errors" </dev/null
+    local got=$?
+    if [ $got != "$status" ]; then
+        echo "$what: exit status $got instead of $status"
+        wrong=1
+    fi
+    compare "$what: output" "$output" "$(tr -d '\r' <.output)"
+    compare "$what: errors" "$errors" "$(tr -d '\r' <.errors)"
+    rm .output .errors
+}
+
+compare() {
+    if [ "$2" != "$3" ]; then
+        printf '%s:\n<%s>\ninstead of\n<%s>\n' "$1" "$3" "$2"
+        wrong=1
+    fi
+}
+
+# The names and contents below a folder.
+tree() {
+    (cd "$1" && find . -mindepth 1 -printf '%P %y\n' -type f -exec cat {} \;) 2>&1 | LC_ALL=C sort
+}
+
+usage='usage: kest copy SOURCE DESTINATION [--trace FILE]
+       kest delete PATH [--trace FILE]
+       kest --help | --version'
+
+expect "help" 0 "$usage" "" --help
+expect "version" 0 "kest 0.1.0" "" --version
+expect "nothing" 2 "" "kest: what to do is missing"$'\n'"$usage"
+expect "unknown command" 2 "" "kest: unknown command move"$'\n'"$usage" move a b
+expect "unknown option" 2 "" "kest: unknown option --force"$'\n'"$usage" copy --force a b
+expect "argument missing" 2 "" "kest: copy needs a destination"$'\n'"$usage" copy a
+expect "argument too many" 2 "" "kest: one argument too many: c"$'\n'"$usage" copy a b c
+expect "trace file missing" 2 "" "kest: --trace needs a file"$'\n'"$usage" delete a --trace
+compare "wrong use touches nothing" "" "$(tree .)"
+
+mkdir -p source/inner/empty old
+printf 'one\n' >source/one
+printf 'two\n' >'source/inner/Grüße 日本'
+printf 'old\n' >old/file
+copied=$(tree source)
+
+expect "copy to a new place" 0 "" "" copy source new
+compare "copy to a new place: the tree" "$copied" "$(tree new)"
+expect "copy over a tree" 0 "" "" copy source old
+compare "copy over a tree: the tree" "$copied" "$(tree old)"
+
+expect "copy with a trace" 0 "" "" copy source old --trace 'trace Ж.log'
+# Without the columns that change from run to run: time, thread, line.
+traced=$(tr -d '\r' <'trace Ж.log' | cut -f 2,4- | sed -E 's/L[0-9]{5} +\t/\t/' | grep -F 'Grüße')
+compare "the trace" $'INFO    \tTransactedFS:\tDeleteFileTransacted old\\inner\\Grüße 日本
+INFO    \tTransactedFS:\tCopyFileTransacted source\\inner\\Grüße 日本 -> old\\inner\\Grüße 日本' "$traced"
+expect "the other form of the option" 0 "" "" --trace=trace2.log delete new
+compare "a trace line for the tree itself" 1 \
+    "$(grep -cF $'\tRemoveDirectoryTransacted \\\\?\\new' trace2.log)"
+compare "the tree is gone" "" "$(ls -d new 2>/dev/null)"
+expect "delete what is not there" 0 "" "" delete new
+
+expect "a source that is missing" 1 "" "kest: Copy failed: nowhere Ж does not exist" copy 'nowhere Ж' old
+compare "a failed copy changes nothing" "$copied" "$(tree old)"
+expect "a trace file that cannot be written" 1 "" \
+    "kest: cannot write the trace file nowhere/trace: No such file or directory" \
+    copy source old2 --trace nowhere/trace
+compare "nothing is begun without the trace" "" "$(ls -d old2 2>/dev/null)"
+mkdir -- --trace
+expect "hyphens end the options" 0 "" "" delete -- --trace
+compare "the folder is gone" "" "$(ls -d -- --trace 2>/dev/null)"
+
+if [ ${#kest[@]} = 1 ]; then
+    # Names that only a Linux disk can hold: a backslash, bytes that are no UTF-8.
+    odd=$'odd \\ \xff \xc3'
+    mkdir "$odd"
+    printf 'odd\n' >"$odd/a\\b"
+    expect "odd names" 0 "" "" copy "$odd" "$odd 2" --trace "$odd.log"
+    compare "odd names: the tree" "$(tree "$odd")" "$(tree "$odd 2")"
+    compare "odd names: the trace is UTF-8 all the same" "" \
+        "$(iconv -f UTF-8 -t UTF-8 "$odd.log" 2>&1 >/dev/null)"
+    expect "an odd name in a message" 1 "" "kest: Copy failed: x$odd does not exist" \
+        copy "x$odd" "$odd 2"
+    expect "delete odd names" 0 "" "" delete "$odd 2"
+    compare "odd names: gone" "" "$(ls -d "$odd 2" 2>/dev/null)"
+fi
+exit $wrong

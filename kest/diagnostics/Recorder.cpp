@@ -162,8 +162,14 @@ Recorder::Piece::~Piece() {
 }
 
 /// Makes a fresh string stream ready for a value's text.
-void Recorder::prepare(std::wostringstream& text) {
-    text.imbue(traceLocale());
+void Recorder::prepare(std::wostringstream& stream) {
+    stream.imbue(traceLocale());
+}
+
+/// Whether the calling thread's next value will be taken for a file name.
+bool Recorder::isFileNameExpected() const {
+    const StreamGuard guard;
+    return pendingMarker() == kFileExpected;
 }
 
 void Recorder::insertConstantText(const std::wstring& text) {

@@ -28,9 +28,10 @@ Recorder& operator<<(Recorder& recorder, const T& value);
 class KEST_API Recorder {
 public:
     /// For a stream that is shared with code outside the Recorder: locked when a trace line begins,
-    /// unlocked when it is flushed. Deliberate: the destructor is not virtual, although the Recorder
-    /// gives the object's memory back as a StreamLock's. So a class that implements it derives from
-    /// nothing else, keeps nothing that needs destruction, and is created with plain `new`.
+    /// unlocked when it is flushed. Deliberate: the destructor is not virtual, although the
+    /// Recorder gives the object's memory back as a StreamLock's. So a class that implements it
+    /// derives from nothing else, keeps nothing that needs destruction, and is created with plain
+    /// `new`.
     class KEST_API StreamLock {
     public:
         virtual void lock() = 0;
@@ -104,7 +105,8 @@ private:
     void streamOutTimeStamp();
     std::wstring baseName(const std::wstring& path);
 
-    static void prepare(std::wostringstream& text);
+    static void prepare(std::wostringstream& stream);
+    bool isFileNameExpected() const;
     bool takeMarkedValue(const std::wstring& text, const long* lineNumber);
     std::int32_t pendingMarker() const;
     void setPendingMarker(std::int32_t state);
@@ -166,6 +168,12 @@ inline constexpr bool isTextPointer =
     std::is_pointer_v<T> && (std::is_same_v<std::remove_cv_t<std::remove_pointer_t<T>>, char> ||
                              std::is_same_v<std::remove_cv_t<std::remove_pointer_t<T>>, wchar_t>);
 
+/// Types whose insertion writes their text and has no other effect.
+template <class T>
+inline constexpr bool isPlain = std::is_arithmetic_v<T> || isTextPointer<T> ||
+                                (std::is_array_v<T> &&
+                                 std::is_same_v<std::remove_cv_t<std::remove_extent_t<T>>, char>);
+
 /// Our choice: a null text is an empty one. Given to a stream it would end the stream for good, and
 /// every later line with it.
 template <class T>
@@ -187,21 +195,25 @@ bool isNullText(const T& value) {
 template <class T>
 Recorder& operator<<(Recorder& recorder, const T& value) {
     const bool isNull = detail::isNullText(value);
-    std::wostringstream text;
-    Recorder::prepare(text);
-    if (!isNull) {
-        text << value;
-    }
     if constexpr (detail::isConstantWideText<T>) {
-        recorder.insertConstantText(text.str());
+        recorder.insertConstantText(isNull ? L"" : value);
     } else {
+        std::wstring text;
+        // Making a text is most of the cost of a piece, so that of a plain value, which nobody
+        // would miss, is made only for the marker that takes it.
+        if (!isNull && (!detail::isPlain<T> || recorder.isFileNameExpected())) {
+            std::wostringstream stream;
+            Recorder::prepare(stream);
+            stream << value;
+            text = stream.str();
+        }
         long number = 0;
         const long* lineNumber = nullptr;
         if constexpr (std::is_same_v<T, int> || std::is_same_v<T, long>) {
             number = value;
             lineNumber = &number;
         }
-        const Recorder::Piece piece(recorder, text.str(), lineNumber);
+        const Recorder::Piece piece(recorder, text, lineNumber);
         if (piece.destination() != nullptr && !isNull) {
             *piece.destination() << value;
         }

@@ -1,7 +1,6 @@
 #include "kest/diagnostics/TraceColumns.h"
 
 #include <cstddef>
-#include <cwchar>
 
 namespace Tallowmere {
 namespace {
@@ -21,6 +20,16 @@ std::wstring column(const std::wstring& text, std::size_t width, std::size_t siz
     return result.substr(0, size - 1);
 }
 
+/// Five digits at least, of which the sign takes one.
+std::wstring paddedNumber(int number) {
+    std::wstring digits = std::to_wstring(number);
+    const std::size_t sign = number < 0 ? 1 : 0;
+    if (digits.size() < 5) {
+        digits.insert(sign, 5 - digits.size(), L'0');
+    }
+    return digits;
+}
+
 }  // namespace
 
 std::wstring severityColumn(const std::wstring& name) {
@@ -32,11 +41,9 @@ std::wstring threadColumn(std::uint32_t thread) {
 }
 
 std::wstring locationColumn(const std::wstring& source, int line) {
-    wchar_t digits[16];
-    std::swprintf(digits, sizeof digits / sizeof *digits, L"%05d", line);
     std::wstring text = source.substr(0, kSourceSize).c_str();
     text += L":L";
-    text += digits;
+    text += paddedNumber(line);
     return column(text.substr(0, kLocationBuffer - 1), 36, kLocationBuffer);
 }
 

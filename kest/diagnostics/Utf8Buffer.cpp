@@ -1,12 +1,15 @@
 #include "kest/diagnostics/Utf8Buffer.h"
 
+#include <algorithm>
 #include <cstddef>
+
+#include "kest/platform/Utf8.h"
 
 namespace Tallowmere {
 namespace {
 
-constexpr std::uint32_t kReplacement = 0xFFFD;
-/// Text that is never flushed must not grow without end.
+using platform::utf8::kReplacement;
+
 constexpr std::size_t kGatheredAtMost = 1U << 16;
 
 bool isHighSurrogate(std::uint32_t unit) {
@@ -40,8 +43,23 @@ Utf8Buffer::int_type Utf8Buffer::overflow(int_type unit) {
 }
 
 std::streamsize Utf8Buffer::xsputn(const wchar_t* text, std::streamsize count) {
-    for (std::streamsize i = 0; i < count; ++i) {
-        append(text[i]);
+    const auto size = static_cast<std::size_t>(count);
+    for (std::size_t i = 0; i < size;) {
+        // Runs of ASCII, nearly all of a trace, go over at once.
+        std::size_t end = i;
+        while (end < size && static_cast<std::uint32_t>(text[end]) < 0x80) {
+            ++end;
+        }
+        if (end == i || m_highSurrogate != 0) {
+            append(text[i++]);
+            continue;
+        }
+        m_gathered.resize(m_gathered.size() + (end - i));
+        std::transform(text + i, text + end,
+                       m_gathered.end() - static_cast<std::ptrdiff_t>(end - i),
+                       [](wchar_t unit) { return static_cast<char>(unit); });
+        i = end;
+        limit();
     }
     return count;
 }
@@ -70,28 +88,15 @@ void Utf8Buffer::append(wchar_t unit) {
 }
 
 void Utf8Buffer::appendCharacter(std::uint32_t character) {
-    if (character < 0x80) {
-        put(character);
-    } else if (character < 0x800) {
-        put(0xC0 | character >> 6);
-        put(0x80 | (character & 0x3F));
-    } else if (character < 0x10000) {
-        put(0xE0 | character >> 12);
-        put(0x80 | (character >> 6 & 0x3F));
-        put(0x80 | (character & 0x3F));
-    } else {
-        put(0xF0 | character >> 18);
-        put(0x80 | (character >> 12 & 0x3F));
-        put(0x80 | (character >> 6 & 0x3F));
-        put(0x80 | (character & 0x3F));
-    }
+    platform::utf8::append(character, m_gathered);
+    limit();
+}
+
+/// Text that is never flushed must not grow without end.
+void Utf8Buffer::limit() {
     if (m_gathered.size() >= kGatheredAtMost) {
         handOn();
     }
-}
-
-void Utf8Buffer::put(std::uint32_t byte) {
-    m_gathered.push_back(static_cast<char>(static_cast<unsigned char>(byte)));
 }
 
 void Utf8Buffer::handOn() {

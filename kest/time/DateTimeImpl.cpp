@@ -95,10 +95,12 @@ DateTimeImpl::DateTimeImpl(unsigned short year, unsigned short month, unsigned s
 DateTimeImpl& DateTimeImpl::operator+=(unsigned long seconds) {
     constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
     std::int64_t ticks = 0;
-    if (!toTicks(ticks)) {
+    // A count of ticks with its top bit set, which some systems give, is beyond all conversion.
+    if (!toTicks(ticks) || ticks < 0) {
         return *this;
     }
-    // Where unsigned long has 64 bits the sum may not fit; such a time is beyond the calendar anyway.
+    // Our choice: where unsigned long has 64 bits they all count. A sum that does not fit is no time
+    // of the calendar and leaves the value as it is, like one that the system refuses.
     if (seconds <= static_cast<std::uint64_t>((kMost - ticks) / kTicksPerSecond)) {
         (void)fromTicks(ticks + static_cast<std::int64_t>(seconds) * kTicksPerSecond, m_time);
     }

@@ -73,6 +73,10 @@ std::wstring oldSlot(const JournalEntry& entry) {
     return entry.slot + L"-old";
 }
 
+const std::wstring& oldName(const JournalEntry& entry) {
+    return entry.oldName.empty() ? entry.name : entry.oldName;
+}
+
 /// ERROR_SUCCESS with the answer in `there`.
 DWORD isThere(Disk& disk, const DirectoryPtr& parent, const std::wstring& name, bool& there) {
     Kind kind{};
@@ -112,7 +116,12 @@ DWORD writeJournal(Disk& disk, const DirectoryPtr& stage,
         put(content, entry.directory);
         put(content, entry.name);
         put(content, entry.slot);
-        put(content, (entry.takesOld ? 1U : 0U) | (entry.putsNew ? 2U : 0U), 1);
+        const bool hasOldName = !entry.oldName.empty();
+        put(content,
+            (entry.takesOld ? 1U : 0U) | (entry.putsNew ? 2U : 0U) | (hasOldName ? 4U : 0U), 1);
+        if (hasOldName) {
+            put(content, entry.oldName);
+        }
     }
     put(content, checksum(content), 8);
     DWORD error = disk.writeFile(stage, kDraft, content);
@@ -154,7 +163,11 @@ DWORD readJournal(Disk& disk, const DirectoryPtr& stage, std::vector<JournalEntr
         const std::uint64_t flags = reader.number(1);
         entry.takesOld = (flags & 1) != 0;
         entry.putsNew = (flags & 2) != 0;
-        reader.good = reader.good && flags <= 3 && isName(entry.name) && isName(entry.slot);
+        if ((flags & 4) != 0) {
+            entry.oldName = reader.text();
+        }
+        reader.good = reader.good && flags <= 7 && isName(entry.name) && isName(entry.slot) &&
+                      ((flags & 4) == 0 || isName(entry.oldName));
         entries.push_back(std::move(entry));
     }
     if (!reader.good || !reader.rest.empty()) {
@@ -173,7 +186,7 @@ DWORD redo(Disk& disk, const DirectoryPtr& stage, const std::vector<JournalEntry
         }
         const bool isPublished = entry.putsNew && !target.hasNew;
         if (entry.takesOld && !target.hasOld && !isPublished) {
-            error = disk.rename(target.directory, entry.name, stage, oldSlot(entry));
+            error = disk.rename(target.directory, oldName(entry), stage, oldSlot(entry));
             // Gone by another hand: what was to be taken away is away.
             if (error != ERROR_SUCCESS && error != ERROR_FILE_NOT_FOUND) {
                 return error;
@@ -207,7 +220,7 @@ DWORD undo(Disk& disk, const DirectoryPtr& stage, const std::vector<JournalEntry
             }
         }
         if (target.hasOld) {
-            error = disk.rename(stage, oldSlot(*entry), target.directory, entry->name);
+            error = disk.rename(stage, oldSlot(*entry), target.directory, oldName(*entry));
             if (error != ERROR_SUCCESS) {
                 return error;
             }

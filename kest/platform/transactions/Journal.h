@@ -25,6 +25,9 @@ struct JournalEntry {
     std::wstring slot;       ///< its place in the stage
     bool takesOld = false;   ///< an old entry is taken away
     bool putsNew = false;    ///< a new entry is published
+    /// How the old entry is spelled where that differs from `name`, so that taking the change back
+    /// gives it its own name again. Empty when it does not differ.
+    std::wstring oldName = {};
 };
 
 inline const std::wstring kJournalName = L"journal";

@@ -47,10 +47,13 @@ DWORD Stage::create(Disk& disk, const DirectoryPtr& where, std::unique_ptr<Stage
         if (error == ERROR_SUCCESS) {
             error = disk.lock(made->m_directory, made->m_lock);
         }
-        if (error == ERROR_SUCCESS && disk.isEntry(where, made->m_name, made->m_directory) &&
-            disk.isPrivateOfOurs(made->m_directory)) {
-            stage = std::move(made);
-            return ERROR_SUCCESS;
+        if (error == ERROR_SUCCESS && disk.isEntry(where, made->m_name, made->m_directory)) {
+            if (disk.isPrivateOfOurs(made->m_directory)) {
+                stage = std::move(made);
+                return ERROR_SUCCESS;
+            }
+            // A volume that cannot keep it private: nothing of ours may stay there.
+            (void)disk.removeLocked(where, made->m_name, std::move(made->m_lock));
         }
         if (error != ERROR_SUCCESS && error != ERROR_LOCK_VIOLATION &&
             error != ERROR_FILE_NOT_FOUND) {
@@ -86,9 +89,7 @@ DWORD Stage::discard() {
     for (const std::wstring& name : names) {
         note(removeTree(m_disk, m_directory, name));
     }
-    note(m_disk.removeDirectory(m_where, m_name));
-    // Only now: while the lock is held nobody else comes near.
-    m_lock.reset();
+    note(m_disk.removeLocked(m_where, m_name, std::move(m_lock)));
     return first;
 }
 

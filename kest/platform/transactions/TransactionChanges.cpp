@@ -235,6 +235,9 @@ DWORD Transaction::replaceFile(const Place& place, const Standing& source, Links
         error = ERROR_ACCESS_DENIED;
     }
     if (error == ERROR_SUCCESS) {
+        error = m_disk.mayRemove(old.directory, old.name);
+    }
+    if (error == ERROR_SUCCESS) {
         error = stageFor(place.parent->directory);
     }
     if (error != ERROR_SUCCESS) {
@@ -376,9 +379,13 @@ DWORD Transaction::removeDirectory(const wchar_t* path) {
 
 DWORD Transaction::remove(const Place& place, const Standing& standing, Kind kind) {
     const bool isDirectory = kind == Kind::Directory || kind == Kind::DirectoryLink;
+    DWORD error = m_disk.mayRemove(standing.directory, standing.name);
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
     if (standing.staged) {
-        const DWORD error = isDirectory ? m_disk.removeDirectory(standing.directory, standing.name)
-                                        : m_disk.removeFile(standing.directory, standing.name);
+        error = isDirectory ? m_disk.removeDirectory(standing.directory, standing.name)
+                            : m_disk.removeFile(standing.directory, standing.name);
         if (error != ERROR_SUCCESS) {
             return error;
         }
@@ -400,7 +407,7 @@ DWORD Transaction::remove(const Place& place, const Standing& standing, Kind kin
     if (changes == nullptr || changes->removed.empty()) {
         // Asked once for each directory: what could not be destroyed after the commit is refused
         // now.
-        const DWORD error = m_disk.mayRemoveFrom(place.parent->directory);
+        error = m_disk.mayRemoveFrom(place.parent->directory);
         if (error != ERROR_SUCCESS) {
             return error;
         }

@@ -55,7 +55,8 @@ DWORD Transaction::publish() {
     bool stages = false;
     for (const auto& [folded, changes] : m_changes) {
         for (const std::wstring& name : changes.removed) {
-            entries.push_back({changes.text, name, L"", true, false});
+            entries.push_back(
+                {changes.text, m_disk.spelling(changes.directory, name), L"", true, false});
             only = changes.directory;
         }
         for (const auto& [name, change] : changes.others) {
@@ -65,6 +66,10 @@ DWORD Transaction::publish() {
             }
             if (change.what == Change::What::Staged) {
                 entries.push_back({changes.text, change.name, change.slot, change.hadOld, true});
+                if (change.hadOld) {
+                    const std::wstring old = m_disk.spelling(changes.directory, change.name);
+                    entries.back().oldName = old == change.name ? std::wstring() : old;
+                }
                 only = changes.directory;
                 stages = true;
             }

@@ -8,9 +8,10 @@
 /// written, std::cerr falls silent, and a character that the locale cannot narrow stops a wide
 /// stream for good. So while a standard stream still has the buffer that the run-time gave it,
 /// these write past it: as UTF-8 bytes, straight to the same C stream, in one piece for each text.
-/// What the host writes to that stream, before, between and after, arrives in order, and its own
-/// std::cerr stays audible. As soon as the host has put a buffer of its own into the standard
-/// stream, they are that very stream, so a host sees all that is written.
+/// What the host writes to that stream, before, between and after, arrives in order, and once these
+/// have written an error the host's std::wcerr no longer silences its std::cerr. As soon as the
+/// host has put a buffer of its own into the standard stream, they are that very stream, so a host
+/// sees all that is written.
 ///
 /// They can be used on several threads as the standard streams can, while the library is being
 /// loaded, and until the process ends. Half a pair of surrogates becomes U+FFFD. Our choice: text

@@ -33,7 +33,8 @@ std::string arrived(const std::string& lines) {
 template <class Stream, class Buffer>
 class HostsOwn {
 public:
-    HostsOwn(Stream& stream, Buffer& buffer) : m_stream(stream), m_previous(stream.rdbuf(&buffer)) {}
+    HostsOwn(Stream& stream, Buffer& buffer)
+        : m_stream(stream), m_previous(stream.rdbuf(&buffer)) {}
     ~HostsOwn() { m_stream.rdbuf(m_previous); }
     HostsOwn(const HostsOwn&) = delete;
     HostsOwn& operator=(const HostsOwn&) = delete;
@@ -64,33 +65,47 @@ TEST(Console, WritesNumbersAndSingleCharacters) {
 TEST(Console, WritesHalfAPairOfSurrogatesAsAReplacement) {
     const wchar_t high = 0xD83D;
     const wchar_t low = 0xDE00;
-    EXPECT_EQ("a\xEF\xBF\xBD" "b", capturedConsole([&] {
-                  consoleErrors() << std::wstring{L'a', high, L'b'};
-              }));
-    EXPECT_EQ("a\xEF\xBF\xBD" "b", capturedConsole([&] {
-                  consoleErrors() << std::wstring{L'a', low, L'b'};
-              }));
+    EXPECT_EQ(
+        "a\xEF\xBF\xBD"
+        "b",
+        capturedConsole([&] {
+            consoleErrors() << std::wstring{L'a', high, L'b'};
+        }));
+    EXPECT_EQ(
+        "a\xEF\xBF\xBD"
+        "b",
+        capturedConsole([&] {
+            consoleErrors() << std::wstring{L'a', low, L'b'};
+        }));
     EXPECT_EQ("a\xEF\xBF\xBD", capturedConsole([&] {
                   consoleErrors() << std::wstring{L'a', high} << std::flush;
               }));
-    EXPECT_EQ("\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD" "c", capturedConsole([&] {
-                  consoleErrors() << std::wstring{high, high} << std::wstring{high, L'c'};
-              }));
+    EXPECT_EQ(
+        "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD"
+        "c",
+        capturedConsole([&] {
+            consoleErrors() << std::wstring{high, high} << std::wstring{high, L'c'};
+        }));
 }
 
 TEST(Console, JoinsAPairOfSurrogatesThatComesInTwoPieces) {
-    EXPECT_EQ("a\xF0\x9F\x98\x80" "b", capturedConsole([] {
-                  consoleErrors().put(L'a').put(wchar_t{0xD83D}).put(wchar_t{0xDE00}).put(L'b');
-              }));
-    EXPECT_EQ("a\xF0\x9F\x98\x80" "b", capturedConsole([] {
-                  consoleOutput() << std::wstring{L'a', wchar_t{0xD83D}};
-                  consoleOutput() << std::wstring{wchar_t{0xDE00}, L'b'};
-              }));
+    EXPECT_EQ(
+        "a\xF0\x9F\x98\x80"
+        "b",
+        capturedConsole(
+            [] { consoleErrors().put(L'a').put(wchar_t{0xD83D}).put(wchar_t{0xDE00}).put(L'b'); }));
+    EXPECT_EQ(
+        "a\xF0\x9F\x98\x80"
+        "b",
+        capturedConsole([] {
+            consoleOutput() << std::wstring{L'a', wchar_t{0xD83D}};
+            consoleOutput() << std::wstring{wchar_t{0xDE00}, L'b'};
+        }));
 }
 
 TEST(Console, MixesWithAllOtherWriters) {
     EXPECT_EQ(arrived("1 \xC3\xA9\n2 narrow\n3 \xC3\xA9\n4 wide\n5 \xC3\xA9\n6 narrow\n7 C\n"
-                      "8 wide C\n9 \xC3\xA9\n10 narrow\n"),
+                      "8 \xC3\xA9\n9 narrow\n10 wide\n"),
               capturedConsole([] {
                   consoleErrors() << L"1 \u00e9" << std::endl;
                   std::cerr << "2 narrow" << std::endl;
@@ -99,9 +114,9 @@ TEST(Console, MixesWithAllOtherWriters) {
                   consoleErrors() << L"5 \u00e9" << std::endl;
                   narrowConsoleErrors() << "6 narrow" << std::endl;
                   std::fputs("7 C\n", stderr);
-                  std::fputws(L"8 wide C\n", stderr);
-                  consoleErrors() << L"9 \u00e9" << std::endl;
-                  std::cerr << "10 narrow" << std::endl;
+                  consoleErrors() << L"8 \u00e9" << std::endl;
+                  std::cerr << "9 narrow" << std::endl;
+                  std::wcerr << L"10 wide" << std::endl;
               }));
 }
 
@@ -118,7 +133,8 @@ TEST(Console, ArrivesAfterTheHostHasWrittenWideText) {
 }
 
 TEST(Console, MixesWithAllOtherWritersOfTheOutput) {
-    EXPECT_EQ(arrived("1 \xC3\xA9\n2 narrow\n3 \xC3\xA9\n4 wide\n5 \xC3\xA9\n"), capturedConsole([] {
+    EXPECT_EQ(arrived("1 \xC3\xA9\n2 narrow\n3 \xC3\xA9\n4 wide\n5 \xC3\xA9\n"),
+              capturedConsole([] {
                   consoleOutput() << L"1 \u00e9\n";
                   std::cout << "2 narrow\n";
                   consoleOutput() << L"3 \u00e9\n";
@@ -130,6 +146,20 @@ TEST(Console, MixesWithAllOtherWritersOfTheOutput) {
                   consoleOutput() << L"2 \u00e9\n";
                   std::wcout << L"3 wide\n";
                   consoleOutput() << L"4 \u00e9\n";
+              }));
+}
+
+TEST(Console, MixesWithTheWideFunctionsOfC) {
+    EXPECT_EQ(arrived("1 \xC3\xA9\n2 wide C\n3 \xC3\xA9\n4 wide C\n"), capturedConsole([] {
+                  consoleOutput() << L"1 \u00e9" << std::endl;
+                  std::fputws(L"2 wide C\n", stdout);
+                  consoleOutput() << L"3 \u00e9" << std::endl;
+                  std::fwprintf(stdout, L"%d wide C\n", 4);
+              }));
+    EXPECT_EQ(arrived("1 wide C\n2 \xC3\xA9\n3 wide C\n"), capturedConsole([] {
+                  std::fputws(L"1 wide C\n", stderr);
+                  consoleErrors() << L"2 \u00e9" << std::endl;
+                  std::fputws(L"3 wide C\n", stderr);
               }));
 }
 

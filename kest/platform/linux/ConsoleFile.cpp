@@ -49,16 +49,19 @@ void write(std::FILE* file, std::wstring_view text, bool flushes) {
 
 void write(std::FILE* file, std::string_view bytes, bool flushes) {
     const Hold hold(file);
-    // The C stream takes narrow text from now on, unless it has taken wide text before. With that,
-    // the host's wide streams go on working as well, which the reverse does not hold for.
-    const bool isNarrow = std::fwide(file, -1) < 0;
+    // Our choice: the error stream takes narrow text from now on, unless it has taken wide text
+    // before. With that, both of the host's C++ streams are heard in any order, which the reverse
+    // does not hold for; only C's wide functions are not. The output is left undecided, for the
+    // sake of hosts that write to it with those.
+    const bool isNarrow = std::fwide(file, flushes ? -1 : 0) < 0;
     const int descriptor = fileno_unlocked(file);
     if (isNarrow && (!flushes || descriptor < 0)) {
         (void)fwrite_unlocked(bytes.data(), 1, bytes.size(), file);
         return;
     }
     // Behind the C stream's back, in order: it would turn wide text into the locale's bytes, which
-    // may not have the character, and it loses text when a pipe is full and may not wait.
+    // may not have the character; narrow text would decide the undecided, and some of it is lost
+    // when a pipe is full and may not wait.
     (void)fflush_unlocked(file);
     writeToDescriptor(descriptor, bytes);
 }

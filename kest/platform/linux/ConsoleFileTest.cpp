@@ -60,13 +60,13 @@ TEST(LinuxConsole, LeavesErrnoAlone) {
 }
 
 TEST(LinuxConsole, WritesUtf8InAnyLocale) {
-    EXPECT_EQ("\xC3\xA9 wide \xC3\xA9", capturedConsole([] {
+    EXPECT_EQ("\xC3\xA9 wide \xC3\xA9 \xC3\xA9", capturedConsole([] {
                   (void)std::setlocale(LC_ALL, "C");
-                  consoleErrors() << L"\u00e9 ";
+                  consoleOutput() << L"\u00e9 ";
                   (void)std::setlocale(LC_ALL, "C.UTF-8");
-                  std::fputws(L"wide ", stderr);
+                  std::fputws(L"wide \u00e9 ", stdout);
                   (void)std::setlocale(LC_ALL, "C");
-                  consoleErrors() << L"\u00e9";
+                  consoleOutput() << L"\u00e9";
               }));
 }
 
@@ -87,15 +87,22 @@ TEST(LinuxConsole, ComesAfterWhatTheHostHasLeftInItsBuffer) {
     }
 }
 
-TEST(LinuxConsole, TellsAMuteNarrowStream) {
-    EXPECT_EQ("nyny", capturedConsole([] {
-                  // Asked for before each is used for the first time.
-                  const bool before = console::isWide(stderr);
-                  const bool output = (std::fputws(L"", stdout), std::fwide(stdout, 1) > 0);
-                  narrowConsoleErrors() << (before ? 'y' : 'n');
-                  const bool narrow = console::isWide(stderr);
-                  narrowConsoleErrors() << (output ? 'y' : 'n') << (narrow ? 'y' : 'n')
-                                        << (console::isWide(stdout) ? 'y' : 'n');
+TEST(LinuxConsole, DecidesForNarrowTextOnTheErrorStreamOnly) {
+    EXPECT_EQ("x\xC3\xA9 output 0 errors -1", capturedConsole([] {
+                  consoleOutput() << L'x';
+                  consoleErrors() << L"\u00e9 ";
+                  const int output = std::fwide(stdout, 0);
+                  const int errors = std::fwide(stderr, 0);
+                  consoleErrors() << L"output " << output << L" errors " << errors;
+              }));
+}
+
+TEST(LinuxConsole, ReplacesTheNarrowStreamOnceAWideOneHasMadeItMute) {
+    EXPECT_EQ("wide 01", capturedConsole([] {
+                  const bool before = &narrowConsoleErrors() != &std::cerr;
+                  std::wcerr << L"wide ";
+                  const bool after = &narrowConsoleErrors() != &std::cerr;
+                  narrowConsoleErrors() << before << after;
               }));
 }
 

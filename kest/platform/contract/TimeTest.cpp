@@ -13,6 +13,15 @@
 namespace Tallowmere::platform {
 namespace {
 
+static_assert(ERROR_INVALID_PARAMETER == 87 && ERROR_INSUFFICIENT_BUFFER == 122 &&
+              ERROR_INVALID_FLAGS == 1004);
+static_assert(TIME_ZONE_ID_UNKNOWN == 0 && TIME_ZONE_ID_STANDARD == 1 &&
+              TIME_ZONE_ID_DAYLIGHT == 2 && TIME_ZONE_ID_INVALID == 0xFFFFFFFF);
+static_assert(LOCALE_NEUTRAL == 0x0000 && LOCALE_USER_DEFAULT == 0x0400 &&
+              LOCALE_SYSTEM_DEFAULT == 0x0800 && LOCALE_CUSTOM_DEFAULT == 0x0C00 &&
+              LOCALE_CUSTOM_UNSPECIFIED == 0x1000);
+static_assert(sizeof(SYSTEMTIME) == 16 && sizeof(FILETIME) == 8);
+
 constexpr DWORD kUntouchedError = 12345;
 
 SYSTEMTIME at(int year, int month, int day, int hour = 0, int minute = 0, int second = 0,
@@ -598,7 +607,9 @@ TEST(TimeContract, WithoutAPictureTheLocaleDecides) {
 
 TEST(TimeContract, LocalesThatMeanTheUsersOwn) {
     const SYSTEMTIME time = at(2010, 5, 17, 20, 3, 5);
-    for (const LCID locale : {LCID{0}, LCID{0x0400}, LCID{0x0800}, LCID{0x0C00}, LCID{0x1000}}) {
+    for (const LCID locale :
+         {LCID{LOCALE_NEUTRAL}, LCID{LOCALE_USER_DEFAULT}, LCID{LOCALE_SYSTEM_DEFAULT},
+          LCID{LOCALE_CUSTOM_DEFAULT}, LCID{LOCALE_CUSTOM_UNSPECIFIED}}) {
         EXPECT_EQ(L"Monday, May 17", formatted(os().GetDateFormatW, L"dddd, MMMM d", time, locale));
         EXPECT_EQ(L"8:03 PM", formatted(os().GetTimeFormatW, L"h:mm tt", time, locale));
     }

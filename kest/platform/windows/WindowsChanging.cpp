@@ -85,6 +85,18 @@ DWORD refuseUnixLinkAt(const std::wstring& path) {
     return handle ? refuseUnixLink(handle.get(), path) : ::GetLastError();
 }
 
+/// Whether a copy lacks a part. Wine takes an error in reading for the end of the file and reports
+/// success.
+bool isShorter(const std::wstring& copy, const std::wstring& original) {
+    const auto sizeOf = [](const std::wstring& path) {
+        WIN32_FILE_ATTRIBUTE_DATA data{};
+        return ::GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data)
+                   ? std::uint64_t{data.nFileSizeHigh} << 32 | data.nFileSizeLow
+                   : std::uint64_t{0};
+    };
+    return sizeOf(copy) < sizeOf(original);
+}
+
 }  // namespace
 
 DWORD WindowsDisk::makeDirectory(const DirectoryPtr& parent, const std::wstring& name) {
@@ -106,13 +118,16 @@ DWORD WindowsDisk::copyFile(const DirectoryPtr& sourceParent, const std::wstring
     const DWORD flags = links == Links::Refuse ? DWORD{COPY_FILE_COPY_SYMLINK} : DWORD{0};
     error = answer(::CopyFileExW(source.c_str(), target.c_str(), nullptr, nullptr, nullptr,
                                  flags | COPY_FILE_FAIL_IF_EXISTS));
+    if (error == ERROR_SUCCESS && isWine() && isShorter(target, source)) {
+        error = ERROR_READ_FAULT;
+    }
     if (error == ERROR_SUCCESS) {
         return ERROR_SUCCESS;
     }
     if (error == ERROR_FILE_EXISTS || error == ERROR_ALREADY_EXISTS) {
         return ERROR_ALREADY_EXISTS;
     }
-    // A part of the file may be left. But only where the source could be opened: before that
+    // A part of the file may be left, but only where the source could be opened: before that
     // nothing is made, and what stands there then is not ours.
     const Handle readable(
         ::CreateFileW(source.c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING,

@@ -13,9 +13,6 @@ namespace {
 using transactions::Kind;
 using transactions::Record;
 
-/// How much is read ahead. The names of some ten thousand entries.
-constexpr std::size_t kPiece = 1024 * 1024;
-
 class Search {
 public:
     Search() = default;
@@ -48,7 +45,7 @@ struct Head {
 
 class WindowsListing : public transactions::Listing {
 public:
-    explicit WindowsListing(const wchar_t* hidden) : m_hidden(hidden) {}
+    WindowsListing(const wchar_t* hidden, std::size_t most) : m_hidden(hidden), m_most(most) {}
 
     DWORD open(const std::wstring& path) {
         WIN32_FIND_DATAW data{};
@@ -90,7 +87,7 @@ private:
     /// Reads on until the piece is full or the search has ended, which closes it.
     DWORD fill() {
         WIN32_FIND_DATAW data{};
-        while (m_search.isOpen() && m_piece.size() < kPiece) {
+        while (m_search.isOpen() && m_piece.size() < m_most) {
             if (!m_search.next(data)) {
                 const DWORD error = ::GetLastError();
                 m_search.close();
@@ -117,6 +114,7 @@ private:
     }
 
     const wchar_t* m_hidden;
+    std::size_t m_most;
     Search m_search;
     std::vector<char> m_piece;
     std::size_t m_at = 0;
@@ -145,8 +143,8 @@ DWORD tagOf(DWORD attributes, DWORD reparseTag) {
 }
 
 DWORD listDirectory(const std::wstring& path, const wchar_t* hidden,
-                    std::unique_ptr<transactions::Listing>& listing) {
-    auto made = std::make_unique<WindowsListing>(hidden);
+                    std::unique_ptr<transactions::Listing>& listing, std::size_t piece) {
+    auto made = std::make_unique<WindowsListing>(hidden, piece);
     const DWORD error = made->open(path);
     if (error == ERROR_SUCCESS) {
         listing = std::move(made);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <string>
 
@@ -15,10 +16,14 @@ transactions::Kind kindOf(DWORD attributes, DWORD reparseTag);
 /// The tag that an entry is given out with: what stands for a link carries a link's tag.
 DWORD tagOf(DWORD attributes, DWORD reparseTag);
 
+/// How much of a directory is read ahead: the names of some ten thousand entries.
+inline constexpr std::size_t kListingPiece = 1024 * 1024;
+
 /// Lists the directory at a path in the system's form. `hidden` is one name that is left out, or
-/// empty. What fits into a piece of memory is read at once, so that no search stays open: an open
-/// one keeps the directory from being renamed.
+/// empty. What fits into a piece is read at once, so that no search stays open: an open one keeps
+/// the directory from being renamed.
 DWORD listDirectory(const std::wstring& path, const wchar_t* hidden,
-                    std::unique_ptr<transactions::Listing>& listing);
+                    std::unique_ptr<transactions::Listing>& listing,
+                    std::size_t piece = kListingPiece);
 
 }  // namespace Tallowmere::platform

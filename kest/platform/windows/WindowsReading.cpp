@@ -19,7 +19,7 @@ struct Entry {
     WIN32_FILE_ATTRIBUTE_DATA data{};
 };
 
-/// By a search, which tells the tag and asks the directory instead of the entry.
+/// By a search, which asks the directory and not the entry.
 DWORD search(const std::wstring& path, Entry& entry) {
     WIN32_FIND_DATAW found{};
     const HANDLE handle = ::FindFirstFileExW(path.c_str(), FindExInfoBasic, &found,
@@ -43,8 +43,16 @@ DWORD inspect(const std::wstring& path, Entry& entry) {
         return error == ERROR_SHARING_VIOLATION ? search(path, entry) : error;
     }
     entry.attributes = entry.data.dwFileAttributes;
-    return (entry.attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 ? search(path, entry)
-                                                                  : DWORD{ERROR_SUCCESS};
+    if ((entry.attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
+        const Handle handle = openEntry(path, FILE_READ_ATTRIBUTES);
+        FILE_ATTRIBUTE_TAG_INFO info{};
+        // What does not tell its tag is a link (see kindOf): that errs on the side of not entering.
+        if (handle && ::GetFileInformationByHandleEx(handle.get(), FileAttributeTagInfo, &info,
+                                                     sizeof info)) {
+            entry.tag = info.ReparseTag;
+        }
+    }
+    return ERROR_SUCCESS;
 }
 
 /// Where an open directory really stands, in the system's form. False when the system cannot say.

@@ -112,7 +112,7 @@ TEST(ErrorsContract, TheCallersBufferIsFilled) {
 
 TEST(ErrorsContract, ABufferThatIsTooSmallIsAFailure) {
     const std::wstring text = textOf(2);
-    for (const DWORD size : {static_cast<DWORD>(text.size()), 3U, 1U}) {
+    for (const DWORD size : {static_cast<DWORD>(text.size()), DWORD{3}, DWORD{1}}) {
         Buffer buffer;
         EXPECT_EQ(0U,
                   os().FormatMessageW(kInto, nullptr, 2, 0x400, buffer.units, size, nullptr));

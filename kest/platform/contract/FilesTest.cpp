@@ -227,7 +227,7 @@ TEST_F(FilesContract, ABufferThatIsTooSmallIsLeftAlone) {
     const HANDLE file = open(tree.wide("file"));
     ASSERT_NE(INVALID_HANDLE_VALUE, file);
     std::wstring buffer(expected.size() + 2, L'#');
-    for (const DWORD size : {0U, 1U, length}) {
+    for (const DWORD size : {DWORD{0}, DWORD{1}, length}) {
         // The size that would do, with the terminator.
         EXPECT_EQ(length + 1, os().GetFinalPathNameByHandleW(file, buffer.data(), size, 0)) << size;
         EXPECT_EQ(std::wstring(expected.size() + 2, L'#'), buffer) << size;

@@ -269,7 +269,7 @@ TEST(Lock, PassesTheTimeoutOnAsAnUnsignedValue) {
 
 TEST(Lock, IsAcquiredByOneAnswerOnly) {
     Lock lock;
-    for (const DWORD answer : {WAIT_TIMEOUT, WAIT_ABANDONED, WAIT_FAILED, 1U}) {
+    for (const DWORD answer : {DWORD{WAIT_TIMEOUT}, DWORD{WAIT_ABANDONED}, DWORD{WAIT_FAILED}, DWORD{1}}) {
         const ScopedCall<&Calls::WaitForSingleObject> wait(
             [&](HANDLE, DWORD) { return static_cast<DWORD>(answer); });
         EXPECT_FALSE(lock.acquire(0));

@@ -30,6 +30,10 @@ elseif(NOT WIN32)
         $<$<CXX_COMPILER_ID:GNU>:-Wno-attribute-warning>)
 endif()
 
+if(MINGW)
+    # The stack protector's part of the run-time, inside: one DLL less to ship.
+    target_link_libraries(kest_options INTERFACE -Wl,-Bstatic -lssp -Wl,-Bdynamic)
+endif()
 if(WIN32)
     add_compile_definitions(UNICODE _UNICODE)
 endif()

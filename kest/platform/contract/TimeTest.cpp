@@ -13,6 +13,15 @@
 namespace Tallowmere::platform {
 namespace {
 
+static_assert(ERROR_INVALID_PARAMETER == 87 && ERROR_INSUFFICIENT_BUFFER == 122 &&
+              ERROR_INVALID_FLAGS == 1004);
+static_assert(TIME_ZONE_ID_UNKNOWN == 0 && TIME_ZONE_ID_STANDARD == 1 &&
+              TIME_ZONE_ID_DAYLIGHT == 2 && TIME_ZONE_ID_INVALID == 0xFFFFFFFF);
+static_assert(LOCALE_NEUTRAL == 0x0000 && LOCALE_USER_DEFAULT == 0x0400 &&
+              LOCALE_SYSTEM_DEFAULT == 0x0800 && LOCALE_CUSTOM_DEFAULT == 0x0C00 &&
+              LOCALE_CUSTOM_UNSPECIFIED == 0x1000);
+static_assert(sizeof(SYSTEMTIME) == 16 && sizeof(FILETIME) == 8);
+
 constexpr DWORD kUntouchedError = 12345;
 
 SYSTEMTIME at(int year, int month, int day, int hour = 0, int minute = 0, int second = 0,
@@ -151,11 +160,21 @@ TEST(TimeContract, TheDayOfTheWeekIsNotLookedAt) {
 
 TEST(TimeContract, ImpossibleFieldsAreRefused) {
     const SYSTEMTIME impossible[] = {
-        at(2010, 0, 1),           at(2010, 13, 1),          at(2010, 1, 0),
-        at(2010, 1, 32),          at(2010, 4, 31),          at(2010, 2, 30),
-        at(2012, 2, 30),          at(2010, 1, 1, 24),       at(2010, 1, 1, 0, 60),
-        at(2010, 1, 1, 0, 0, 60), at(2010, 1, 1, 0, 0, 0, 1000), at(1600, 12, 31),
-        at(0, 1, 1),              at(0, 0, 0),              at(32767, 32767, 32767, 32767),
+        at(2010, 0, 1),
+        at(2010, 13, 1),
+        at(2010, 1, 0),
+        at(2010, 1, 32),
+        at(2010, 4, 31),
+        at(2010, 2, 30),
+        at(2012, 2, 30),
+        at(2010, 1, 1, 24),
+        at(2010, 1, 1, 0, 60),
+        at(2010, 1, 1, 0, 0, 60),
+        at(2010, 1, 1, 0, 0, 0, 1000),
+        at(1600, 12, 31),
+        at(0, 1, 1),
+        at(0, 0, 0),
+        at(32767, 32767, 32767, 32767),
         at(65535, 65535, 65535),
     };
     const TIME_ZONE_INFORMATION zone = newYork();
@@ -355,9 +374,9 @@ TEST(TimeContract, ASwitchDateMayHaveMilliseconds) {
     TIME_ZONE_INFORMATION zone = newYork();
     zone.StandardDate = at(0, 10, 5, 23, 59, 59, 999);
     zone.StandardDate.wDayOfWeek = 4;
-    KEST_DIFFERS_ON_WINE("switches are rounded to the minute",
-                         toLocal(&zone, at(2026, 10, 30, 3, 59, 59, 998)) ==
-                             "2026-10-29 (4) 23:59:59.998");
+    KEST_DIFFERS_ON_WINE(
+        "switches are rounded to the minute",
+        toLocal(&zone, at(2026, 10, 30, 3, 59, 59, 998)) == "2026-10-29 (4) 23:59:59.998");
     EXPECT_EQ("2026-10-29 (4) 23:0:0.0", toLocal(&zone, at(2026, 10, 30, 4)));
 }
 
@@ -506,10 +525,17 @@ TEST(TimeContract, DatePictures) {
 TEST(TimeContract, QuotesInPictures) {
     const SYSTEMTIME time = at(2009, 5, 7, 8, 3, 5, 7);
     const std::pair<const wchar_t*, const wchar_t*> pictures[] = {
-        {L"'day' d", L"day 7"},     {L"d'd'd", L"7d7"},  {L"'a''b'", L"a'b"},
-        {L"'''x'''", L"'x'"},       {L"''", L""},        {L"''''", L"'"},
-        {L"d''d", L"77"},           {L"'open dd", L"open dd"}, {L"'", L""},
-        {L"'abc'''", L"abc'"},      {L"'''", L"'"},
+        {L"'day' d", L"day 7"},
+        {L"d'd'd", L"7d7"},
+        {L"'a''b'", L"a'b"},
+        {L"'''x'''", L"'x'"},
+        {L"''", L""},
+        {L"''''", L"'"},
+        {L"d''d", L"77"},
+        {L"'open dd", L"open dd"},
+        {L"'", L""},
+        {L"'abc'''", L"abc'"},
+        {L"'''", L"'"},
     };
     for (const auto& [picture, expected] : pictures) {
         EXPECT_EQ(expected, date(picture, time)) << picture;
@@ -556,16 +582,15 @@ TEST(TimeContract, ADateKnowsItsOwnWeekday) {
 }
 
 TEST(TimeContract, NamesOfAllMonthsAndDays) {
-    const wchar_t* const months[] = {L"January Jan",   L"February Feb", L"March Mar",
-                                     L"April Apr",     L"May May",      L"June Jun",
-                                     L"July Jul",      L"August Aug",   L"September Sep",
-                                     L"October Oct",   L"November Nov", L"December Dec"};
+    const wchar_t* const months[] = {L"January Jan", L"February Feb", L"March Mar",
+                                     L"April Apr",   L"May May",      L"June Jun",
+                                     L"July Jul",    L"August Aug",   L"September Sep",
+                                     L"October Oct", L"November Nov", L"December Dec"};
     for (int month = 1; month <= 12; ++month) {
         EXPECT_EQ(months[month - 1], date(L"MMMM MMM", at(2010, month, 1)));
     }
-    const wchar_t* const days[] = {L"Sunday Sun",       L"Monday Mon", L"Tuesday Tue",
-                                   L"Wednesday Wed",    L"Thursday Thu", L"Friday Fri",
-                                   L"Saturday Sat"};
+    const wchar_t* const days[] = {L"Sunday Sun",   L"Monday Mon", L"Tuesday Tue", L"Wednesday Wed",
+                                   L"Thursday Thu", L"Friday Fri", L"Saturday Sat"};
     for (int day = 0; day < 7; ++day) {
         EXPECT_EQ(days[day], date(L"dddd ddd", at(2010, 5, 16 + day)));
     }
@@ -582,9 +607,10 @@ TEST(TimeContract, WithoutAPictureTheLocaleDecides) {
 
 TEST(TimeContract, LocalesThatMeanTheUsersOwn) {
     const SYSTEMTIME time = at(2010, 5, 17, 20, 3, 5);
-    for (const LCID locale : {LCID{0}, LCID{0x0400}, LCID{0x0800}, LCID{0x0C00}, LCID{0x1000}}) {
-        EXPECT_EQ(L"Monday, May 17",
-                  formatted(os().GetDateFormatW, L"dddd, MMMM d", time, locale));
+    for (const LCID locale :
+         {LCID{LOCALE_NEUTRAL}, LCID{LOCALE_USER_DEFAULT}, LCID{LOCALE_SYSTEM_DEFAULT},
+          LCID{LOCALE_CUSTOM_DEFAULT}, LCID{LOCALE_CUSTOM_UNSPECIFIED}}) {
+        EXPECT_EQ(L"Monday, May 17", formatted(os().GetDateFormatW, L"dddd, MMMM d", time, locale));
         EXPECT_EQ(L"8:03 PM", formatted(os().GetTimeFormatW, L"h:mm tt", time, locale));
     }
 }
@@ -596,17 +622,16 @@ TEST(TimeContract, ALocaleThatDoesNotExistIsRefused) {
 }
 
 TEST(TimeContract, ImpossibleDatesAreNotFormatted) {
-    for (const SYSTEMTIME& time :
-         {at(2010, 13, 1), at(2010, 2, 30), at(2010, 1, 0), at(1600, 12, 31), at(0, 0, 0),
-          at(65535, 65535, 65535)}) {
+    for (const SYSTEMTIME& time : {at(2010, 13, 1), at(2010, 2, 30), at(2010, 1, 0),
+                                   at(1600, 12, 31), at(0, 0, 0), at(65535, 65535, 65535)}) {
         EXPECT_EQ(L"error 87", date(L"yyyy", time));
     }
     KEST_DIFFERS_ON_WINE("it is taken for 1 March", date(L"d", at(2011, 2, 29)) == L"error 87");
     KEST_DIFFERS_ON_WINE("the calendar goes on", date(L"d", at(30828, 1, 1)) == L"error 87");
     // The clock fields do not matter to a date.
     EXPECT_EQ(L"2010", date(L"yyyy", at(2010, 1, 1, 25, 70, 70, 2000)));
-    EXPECT_EQ(L"1601 30827", date(L"yyyy", at(1601, 1, 1)) + L" " +
-                                 date(L"yyyy", at(30827, 12, 31)));
+    EXPECT_EQ(L"1601 30827",
+              date(L"yyyy", at(1601, 1, 1)) + L" " + date(L"yyyy", at(30827, 12, 31)));
 }
 
 TEST(TimeContract, ImpossibleTimesAreNotFormatted) {

@@ -343,6 +343,8 @@ TEST_F(TransactionWithTrees, ASearchThatEndedStaysAtItsEndAndKeepsNothing) {
 
 TEST_F(TransactionWithTrees, AClosedTransactionTakesItsSearchesAlong) {
     WIN32_FIND_DATAW data{};
+    // Committed transactions of other tests stay open.
+    const int others = openHandles(HandleKind::Transaction);
     {
         Open transaction;
         ASSERT_NE(INVALID_HANDLE_VALUE,
@@ -352,7 +354,7 @@ TEST_F(TransactionWithTrees, AClosedTransactionTakesItsSearchesAlong) {
         EXPECT_EQ(1, openHandles(HandleKind::Search));
     }
     EXPECT_EQ(0, openHandles(HandleKind::Search));
-    EXPECT_EQ(0, openHandles(HandleKind::Transaction));
+    EXPECT_EQ(others, openHandles(HandleKind::Transaction));
 }
 
 TEST_F(TransactionWithTrees, ANameThatAppearsMeanwhileIsNotReplaced) {

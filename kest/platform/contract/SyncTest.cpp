@@ -3,12 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <latch>
 #include <set>
 #include <thread>
 #include <vector>
 
 #include "kest/platform/Calls.h"
+#include "kest/platform/testing/Latch.h"
 
 namespace Tallowmere::platform {
 namespace {
@@ -163,8 +163,8 @@ TEST_F(SyncContract, ClosingLeavesTheLastErrorAlone) {
 }
 
 TEST_F(SyncContract, AMutexMayBeClosedWhoeverOwnsIt) {
-    std::latch owned(1);
-    std::latch closed(1);
+    platform::testing::Latch owned(1);
+    platform::testing::Latch closed(1);
     const HANDLE other = os().CreateMutexW(nullptr, FALSE, nullptr);
     std::thread owner([&] {
         EXPECT_EQ(WAIT_OBJECT_0, os().WaitForSingleObject(other, INFINITE));
@@ -209,7 +209,7 @@ TEST_F(SyncContract, ManyMutexesAreIndependent) {
 TEST_F(SyncContract, EachLivingThreadHasANumberOfItsOwn) {
     constexpr int kThreads = 8;
     std::vector<DWORD> numbers(kThreads);
-    std::latch all(kThreads);
+    platform::testing::Latch all(kThreads);
     std::vector<std::thread> threads;
     for (int i = 0; i < kThreads; ++i) {
         threads.emplace_back([&, i] {

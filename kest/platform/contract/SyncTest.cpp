@@ -188,13 +188,14 @@ TEST_F(SyncContract, AMutexMayBeClosedWhoeverOwnsIt) {
 }
 
 TEST_F(SyncContract, ManyMutexesAreIndependent) {
+    // Half of them are owned at once; the thread sanitizer keeps count of 64.
     std::vector<HANDLE> mutexes;
-    for (int i = 0; i < 300; ++i) {
+    for (int i = 0; i < 100; ++i) {
         mutexes.push_back(os().CreateMutexW(nullptr, i % 2, nullptr));
     }
-    EXPECT_EQ(300U, std::set<HANDLE>(mutexes.begin(), mutexes.end()).size());
+    EXPECT_EQ(100U, std::set<HANDLE>(mutexes.begin(), mutexes.end()).size());
     onAnotherThread([&] {
-        for (int i = 0; i < 300; ++i) {
+        for (int i = 0; i < 100; ++i) {
             const HANDLE one = mutexes[static_cast<std::size_t>(i)];
             EXPECT_EQ(i % 2 == 0 ? WAIT_OBJECT_0 : DWORD{WAIT_TIMEOUT},
                       os().WaitForSingleObject(one, 0));

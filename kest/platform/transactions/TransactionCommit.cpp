@@ -1,5 +1,6 @@
 // How a transaction's view becomes what everybody sees.
 
+#include <algorithm>
 #include <utility>
 
 #include "kest/platform/HandleTable.h"
@@ -80,7 +81,13 @@ DWORD Transaction::publish() {
     }
     DWORD error = stageFor(only);
     for (const auto& [folded, changes] : m_changes) {
-        if (error == ERROR_SUCCESS && (!changes.removed.empty() || !changes.others.empty()) &&
+        // A mount point that is there again is no change of the directory that it stands in.
+        const bool isChanged =
+            !changes.removed.empty() ||
+            std::any_of(changes.others.begin(), changes.others.end(), [](const auto& other) {
+                return other.second.what == Change::What::Staged;
+            });
+        if (error == ERROR_SUCCESS && isChanged &&
             !m_disk.sameVolume(m_stage->directory(), changes.directory)) {
             error = ERROR_NOT_SAME_DEVICE;
         }

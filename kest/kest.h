@@ -3,6 +3,7 @@
 /// Everything that a C++ host needs. A C host includes kest/c_api.h alone.
 
 #include "kest/c_api.h"
+#include "kest/config/Configurable.h"
 #include "kest/diagnostics/Exception.h"
 #include "kest/diagnostics/Log.h"
 #include "kest/diagnostics/Recorder.h"

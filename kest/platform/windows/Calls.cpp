@@ -32,6 +32,18 @@ int wcscpy_s(wchar_t* destination, std::size_t destinationSize, const wchar_t* s
     return ::wcscpy_s(destination, destinationSize, source);
 }
 
+int fopen_s(std::FILE** file, const char* name, const char* mode) {
+    return ::fopen_s(file, name, mode);
+}
+
+wchar_t* fgetws(wchar_t* buffer, int size, std::FILE* file) {
+    return ::fgetws(buffer, size, file);
+}
+
+int fclose(std::FILE* file) {
+    return ::fclose(file);
+}
+
 }  // namespace runtime
 }  // namespace
 

@@ -6,13 +6,12 @@
 #include <memory>
 #include <new>
 
-#include "kest/diagnostics/LineText.h"
 #include "kest/diagnostics/StreamGuard.h"
 #include "kest/diagnostics/ThreadMarkers.h"
 #include "kest/diagnostics/TraceColumns.h"
 #include "kest/diagnostics/TraceFile.h"
+#include "kest/diagnostics/TraceLine.h"
 #include "kest/diagnostics/TraceLocale.h"
-#include "kest/diagnostics/TraceStamp.h"
 #include "kest/platform/Calls.h"
 #include "kest/platform/Console.h"
 #include "kest/platform/StreamNames.h"
@@ -77,7 +76,7 @@ inline bool Recorder::isLineOwn() const {
     return ownsLine() && isFileLine && writesTraceFile;
 }
 
-/// Whether the calling thread's line is gathered in `lineText`, which nobody else touches
+/// Whether the calling thread's line is gathered beside the stream, which nobody else touches
 /// meanwhile, and goes on there. Not in the midst of a piece that is inserted into the stream
 /// itself: what a host's insertion operator logs has its place in that stream.
 inline bool Recorder::isLineGathered() const {
@@ -96,12 +95,7 @@ Recorder::Recorder()
       lineDepth(0),
       writesTraceFile(false),
       isFileLine(false),
-      lineText(nullptr),
-      stamp(nullptr) {
-    auto line = std::make_unique<LineText>();
-    stamp = new TraceStamp;
-    lineText = line.release();
-}
+      lineInProgress(new TraceLine) {}
 
 Recorder::Recorder(const Recorder& other)
     : sourceField(other.sourceField),
@@ -119,20 +113,14 @@ Recorder::Recorder(const Recorder& other)
       writesTraceFile(other.writesTraceFile),
       // What follows of a line in progress goes the long way.
       isFileLine(false),
-      lineText(nullptr),
-      stamp(nullptr) {
-    auto line = std::make_unique<LineText>();
-    stamp = new TraceStamp(*other.stamp);
-    lineText = line.release();
-}
+      lineInProgress(new TraceLine) {}
 
 Recorder::~Recorder() {
     if (writesTraceFile) {
         // A line that was never flushed is not lost. Nobody is logging any more.
-        traceFile().gather(*lineText);
+        traceFile().gather(lineInProgress->text);
     }
-    delete lineText;
-    delete stamp;
+    delete lineInProgress;
     if (ownsStream) {
         delete stream;
     }
@@ -205,7 +193,7 @@ void Recorder::flush() {
     {
         const StreamGuard guard;
         if (isLineOwn() && traceFile().isPlain()) {
-            traceFile().writeLine(*lineText);
+            traceFile().writeLine(lineInProgress->text);
         } else {
             gatherLine();
             if (std::wostream* const out = output()) {
@@ -259,9 +247,9 @@ void Recorder::writeThread(std::uint32_t thread) {
         write(threadColumn(thread).text());
         return;
     }
-    lineText->appendBytes("T");
-    lineText->appendNumber(std::uint64_t{thread});
-    lineText->append(L'\t');
+    lineInProgress->text.appendBytes("T");
+    lineInProgress->text.appendNumber(std::uint64_t{thread});
+    lineInProgress->text.append(L'\t');
 }
 
 /// Whether the calling thread's next value will be taken for a file name.
@@ -310,7 +298,7 @@ void Recorder::takeLineNumber(std::int64_t number) {
     const auto line = static_cast<int>(std::clamp<std::int64_t>(
         number, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
     if (ownsLine()) {
-        const TraceColumn column = locationColumn(sourceField, line);
+        const TraceColumn& column = lineInProgress->location.column(sourceField, line);
         sourceField = column.text();
         write(column.text());
         return;
@@ -352,8 +340,8 @@ void Recorder::processMarker(std::wstring_view text) {
 /// Moves what the calling thread's line has gathered into the stream: before something else goes
 /// there, while the stream is held.
 void Recorder::gatherLine() {
-    if (isLineOwn() && !lineText->empty()) {
-        traceFile().gather(*lineText);
+    if (isLineOwn() && !lineInProgress->text.empty()) {
+        traceFile().gather(lineInProgress->text);
     }
 }
 
@@ -365,8 +353,8 @@ bool Recorder::insertGathered(Append append) {
     if (markerState != kNoMarker) {
         return false;
     }
-    append(*lineText);
-    if (lineText->bytes().size() >= kLineAtMost) {
+    append(lineInProgress->text);
+    if (lineInProgress->text.bytes().size() >= kLineAtMost) {
         const StreamGuard guard;
         gatherLine();
     }
@@ -434,8 +422,12 @@ void Recorder::streamOutTimeStamp() {
     if (held != nullptr) {
         held->lock();
     }
+    if (isLineGathered()) {
+        lineInProgress->stamp.appendTo(lineInProgress->text);
+        return;
+    }
     if (ownsLine()) {
-        write(stamp->now());
+        write(lineInProgress->stamp.now());
     } else {
         // Without the mutex another thread may be using the kept text.
         write(TraceStamp().now());
@@ -454,7 +446,7 @@ std::wostream* Recorder::output() const {
 
 void Recorder::write(std::wstring_view text) {
     if (isLineGathered()) {
-        lineText->append(text);
+        lineInProgress->text.append(text);
         return;
     }
     const StreamGuard guard;
@@ -555,7 +547,7 @@ void Recorder::beginLine(bool isMutexHeld) {
     // A line whose thread ended before it was flushed is forgotten with all that it expected; what
     // it has gathered is written.
     if (lineOwner.load(std::memory_order_relaxed) != 0 && isFileLine && writesTraceFile) {
-        traceFile().gather(*lineText);
+        traceFile().gather(lineInProgress->text);
     }
     if (writesTraceFile && !traceFile().isPlain()) {
         traceFile().beginLine();

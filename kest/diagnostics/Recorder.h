@@ -14,10 +14,9 @@
 
 namespace Tallowmere {
 
-class LineText;
 class Recorder;
 class TraceFile;
-class TraceStamp;
+struct TraceLine;
 template <class T>
 Recorder& operator<<(Recorder& recorder, const T& value);
 
@@ -176,10 +175,8 @@ private:
     bool writesTraceFile;
     /// Whether the line in progress began in the trace file.
     bool isFileLine;
-    /// What such a line has gathered beside the stream, to go there in one piece when it ends; only
-    /// the line's thread touches it.
-    LineText* lineText;
-    TraceStamp* stamp;
+    /// What belongs to the line in progress alone.
+    TraceLine* lineInProgress;
 };
 
 namespace detail {

@@ -6,9 +6,6 @@ namespace Tallowmere {
 
 namespace {
 
-#ifdef __ELF__
-__attribute__((tls_model("initial-exec")))
-#endif
 thread_local constinit ThreadMarkers t_markers{};
 
 }  // namespace

@@ -38,9 +38,6 @@ struct ThreadState {
     unsigned int held;
 };
 
-#ifdef __ELF__
-__attribute__((tls_model("initial-exec")))
-#endif
 extern thread_local constinit ThreadState t_threadState;
 
 /// The calling thread's number; never 0.

@@ -49,6 +49,17 @@ void TraceColumn::append(std::int64_t number, std::size_t digits, std::size_t si
     append({first, static_cast<std::size_t>(end - first)}, size);
 }
 
+const TraceColumn& LocationMemo::column(std::wstring_view source, int line) {
+    const std::wstring_view shown = source.substr(0, kSource);
+    if (!m_isFilled || line != m_line || shown != std::wstring_view(m_source, m_length)) {
+        m_column = locationColumn(shown, line);
+        m_length = shown.copy(m_source, kSource);
+        m_line = line;
+        m_isFilled = true;
+    }
+    return m_column;
+}
+
 TraceColumn severityColumn(std::wstring_view name) {
     TraceColumn column;
     column.append(name, kSeverityBuffer);

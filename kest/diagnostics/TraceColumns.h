@@ -36,4 +36,20 @@ TraceColumn threadColumn(std::uint32_t thread);
 /// most 39 characters.
 TraceColumn locationColumn(std::wstring_view source, int line);
 
+/// The location column of a statement, which is kept: the next line is often that of the same
+/// statement.
+class LocationMemo {
+public:
+    const TraceColumn& column(std::wstring_view source, int line);
+
+private:
+    static constexpr std::size_t kSource = 30;
+
+    wchar_t m_source[kSource];
+    std::size_t m_length = 0;
+    int m_line = 0;
+    bool m_isFilled = false;
+    TraceColumn m_column;
+};
+
 }  // namespace Tallowmere

@@ -29,7 +29,8 @@ TEST(ThreadColumn, WritesTheIdentifierInDecimal) {
 }
 
 TEST(LocationColumn, PadsToThirtySixColumns) {
-    EXPECT_EQ(L"Configurable:L00064                 \t", locationColumn(L"Configurable", 64).text());
+    EXPECT_EQ(L"Configurable:L00064                 \t",
+              locationColumn(L"Configurable", 64).text());
     EXPECT_EQ(L":L00000                             \t", locationColumn(L"", 0).text());
 }
 

@@ -27,10 +27,23 @@ const std::wstring& TraceStamp::now() {
         unsigned int left = time.wMilliseconds;
         for (std::size_t digit = 3; digit > 0; --digit, left /= 10) {
             m_text[m_milliseconds + digit - 1] = static_cast<wchar_t>(L'0' + left % 10);
+            if (!m_bytes.empty()) {
+                m_bytes[m_milliseconds + digit - 1] = static_cast<char>('0' + left % 10);
+            }
         }
         m_second.wMilliseconds = time.wMilliseconds;
     }
     return m_text;
+}
+
+void TraceStamp::appendTo(LineText& line) {
+    const std::wstring& text = now();
+    if (m_milliseconds != std::wstring::npos && !m_bytes.empty()) {
+        line.appendBytes(m_bytes);
+    } else {
+        line.append(text);
+        line.append(L'\t');
+    }
 }
 
 void TraceStamp::make(const SYSTEMTIME& time) {
@@ -47,6 +60,11 @@ void TraceStamp::make(const SYSTEMTIME& time) {
     // A text of another form than the usual one, whatever a language may write, is made each time.
     if (point >= 5 && m_text[point - 4] == L'.' && m_text[point - 5] != L',') {
         m_milliseconds = point - 3;
+        LineText line;
+        line.append(m_text);
+        line.append(L'\t');
+        const bool isAscii = line.bytes().size() == m_text.size() + 1;
+        m_bytes = isAscii ? line.bytes() : std::string_view();
     }
 }
 

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <string>
 
+#include "kest/diagnostics/LineText.h"
 #include "kest/platform/Win32.h"
 
 namespace Tallowmere {
@@ -16,11 +17,15 @@ class TraceStamp {
 public:
     /// Now. Empty when the system knows no local time. Valid until the next call.
     const std::wstring& now();
+    /// The same, and a tab behind it, at the end of a line.
+    void appendTo(LineText& line);
 
 private:
     void make(const SYSTEMTIME& time);
 
     std::wstring m_text;
+    /// The text and a tab as bytes, in which only the digits change; empty when it is not ASCII.
+    std::string m_bytes;
     /// Where the three digits of the milliseconds stand; npos when the text is not to be used
     /// again.
     std::size_t m_milliseconds = std::wstring::npos;

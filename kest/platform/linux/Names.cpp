@@ -1,5 +1,7 @@
 #include "kest/platform/linux/Names.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 
 #include "kest/platform/Utf8.h"
@@ -18,6 +20,16 @@ bool isSeparator(wchar_t c) {
     return c == L'\\' || c == L'/';
 }
 
+/// How many bytes at the beginning are ASCII that stands for itself.
+std::size_t plainBytes(std::string_view text) {
+    std::size_t count = 0;
+    while (count < text.size() && static_cast<unsigned char>(text[count]) < 0x80 &&
+           text[count] != '\\') {
+        ++count;
+    }
+    return count;
+}
+
 constexpr std::wstring_view kPrefix = L"\\\\?\\";
 
 }  // namespace
@@ -26,10 +38,13 @@ std::wstring widen(std::string_view native) {
     std::wstring wide;
     wide.reserve(native.size());
     for (std::size_t at = 0; at < native.size();) {
-        const char byte = native[at];
-        if (static_cast<unsigned char>(byte) < 0x80 && byte != '\\') {
-            wide.push_back(static_cast<wchar_t>(byte));
-            ++at;
+        // Nearly all of nearly all names.
+        const std::size_t run = plainBytes(native.substr(at));
+        if (run != 0) {
+            const std::size_t end = wide.size();
+            wide.resize(end + run);
+            std::copy_n(native.begin() + static_cast<std::ptrdiff_t>(at), run, &wide[end]);
+            at += run;
             continue;
         }
         std::uint32_t c = 0;

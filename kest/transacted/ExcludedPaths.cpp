@@ -60,6 +60,9 @@ bool isExcludedPath(const std::wstring& path) {
 }
 
 bool isBareDrive(const std::wstring& path) {
+    if (path.find(L':') == std::wstring::npos) {
+        return false;
+    }
     const std::vector<std::wstring> components = componentsOf(path);
     // Deliberate: what follows the colon is not looked at, so the drive-relative "C:folder" counts
     // as a bare drive too and is emptied but not removed.

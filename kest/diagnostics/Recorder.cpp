@@ -254,6 +254,16 @@ void Recorder::prepare(std::wostringstream& stream) {
     stream.imbue(traceLocale());
 }
 
+void Recorder::writeThread(std::uint32_t thread) {
+    if (!isLineGathered()) {
+        write(threadColumn(thread).text());
+        return;
+    }
+    lineText->appendBytes("T");
+    lineText->appendNumber(std::uint64_t{thread});
+    lineText->append(L'\t');
+}
+
 /// Whether the calling thread's next value will be taken for a file name.
 bool Recorder::isFileNameExpected() const {
     return pendingMarker() == kFileExpected;
@@ -329,7 +339,7 @@ void Recorder::processMarker(std::wstring_view text) {
     if (hasTag(L'S', L'e', L'v')) {
         streamOutTimeStamp();
         write(severityColumn(text.size() > 6 ? text.substr(6) : std::wstring_view()).text());
-        write(threadColumn(os().GetCurrentThreadId()).text());
+        writeThread(os().GetCurrentThreadId());
     } else if (hasTag(L'F', L'i', L'l')) {
         setPendingMarker(kFileExpected);
     } else if (hasTag(L'L', L'i', L'n')) {

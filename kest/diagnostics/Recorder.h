@@ -135,6 +135,7 @@ private:
     std::wostream* output() const;
     TraceFile& traceFile() const;
     void write(std::wstring_view text);
+    void writeThread(std::uint32_t thread);
     void openFile(const std::wstring& path);
     bool countFlush();
     bool isFileFull(const std::wstring& path) const;

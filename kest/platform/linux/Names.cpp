@@ -26,6 +26,12 @@ std::wstring widen(std::string_view native) {
     std::wstring wide;
     wide.reserve(native.size());
     for (std::size_t at = 0; at < native.size();) {
+        const char byte = native[at];
+        if (static_cast<unsigned char>(byte) < 0x80 && byte != '\\') {
+            wide.push_back(static_cast<wchar_t>(byte));
+            ++at;
+            continue;
+        }
         std::uint32_t c = 0;
         std::size_t length = utf8::decode(native, at, c);
         if (length == 0 || isEscape(c) || c == '\\') {
@@ -43,8 +49,13 @@ std::wstring widen(std::string_view native) {
 }
 
 bool narrow(std::wstring_view wide, std::string& native) {
+    native.reserve(native.size() + wide.size());
     for (const wchar_t unit : wide) {
         const auto c = static_cast<std::uint32_t>(unit);
+        if (c < 0x80) {
+            native.push_back(static_cast<char>(c));
+            continue;
+        }
         if (c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) {
             return false;
         }

@@ -62,7 +62,8 @@ void writeLastError() {
     try {
         platform::consoleErrors() << text << std::flush;
     } catch (const std::exception&) {
-        // A host can tell its std::wcerr to throw when writing fails. The result tells all the same.
+        // A host can tell its std::wcerr to throw when writing fails. The result tells all the
+        // same.
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <boost/lexical_cast.hpp>
 #include <boost/throw_exception.hpp>
+#include <exception>
 #include <limits>
 #include <locale>
 #include <ostream>
@@ -58,7 +59,12 @@ void writeLastError() {
     const std::wstring text = getSystemErrorMessage(0, nullptr);
     // Deliberate: to the error stream and not to the trace, which writes its own times with this
     // class. The system's text brings its line end with it.
-    platform::consoleErrors() << text << std::flush;
+    try {
+        platform::consoleErrors() << text << std::flush;
+    } catch (const std::exception&) {
+        // A host can tell its std::wcerr to throw when writing fails. The result tells all the
+        // same.
+    }
 }
 
 /// In decimal, with zeros in front up to three digits.

@@ -8,6 +8,8 @@
 
 #include "kest/diagnostics/Recorder.h"
 #include "kest/exports/ExportLock.h"
+#include "kest/registry/Catalogue.h"
+#include "kest/registry/InstalledPrograms.h"
 #include "kest/sync/Lock.h"
 #include "kest/time/DateTime.h"
 #include "kest/time/DateTimeImpl.h"
@@ -28,5 +30,9 @@ const DateTime DateTime::s_invalid(new DateTimeImpl(DateTimeImpl::s_invalid));
 // thread takes them in the opposite order: the export lock, then the creation lock, then a line's.
 Lock Recorder::s_instanceLock;
 Lock s_exportLock;
+
+// Reads the registry here and now. It throws nothing but for want of memory, starts no thread and
+// waits for none: on Windows the loader's lock is held meanwhile.
+InstalledPrograms s_installedPrograms;
 
 }  // namespace Tallowmere

@@ -150,6 +150,29 @@ struct WIN32_FIND_DATAW {
     wchar_t cAlternateFileName[14];
 };
 
+// Registry. The predefined keys are macros, as on Windows: they are needed while objects are still
+// being initialised, and no constant of a pointer type is made from a number before that.
+using HKEY = struct HKEY__*;
+using REGSAM = DWORD;
+#define KEST_PREDEFINED_KEY(number) \
+    (reinterpret_cast<HKEY>(static_cast<std::intptr_t>(static_cast<std::int32_t>(number))))
+#define HKEY_CLASSES_ROOT KEST_PREDEFINED_KEY(0x80000000U)
+#define HKEY_CURRENT_USER KEST_PREDEFINED_KEY(0x80000001U)
+#define HKEY_LOCAL_MACHINE KEST_PREDEFINED_KEY(0x80000002U)
+#define HKEY_USERS KEST_PREDEFINED_KEY(0x80000003U)
+#define HKEY_PERFORMANCE_DATA KEST_PREDEFINED_KEY(0x80000004U)
+#define HKEY_CURRENT_CONFIG KEST_PREDEFINED_KEY(0x80000005U)
+#define HKEY_PERFORMANCE_TEXT KEST_PREDEFINED_KEY(0x80000050U)
+#define HKEY_PERFORMANCE_NLSTEXT KEST_PREDEFINED_KEY(0x80000060U)
+inline constexpr REGSAM KEY_READ = 0x20019;
+inline constexpr DWORD REG_NONE = 0;
+inline constexpr DWORD REG_SZ = 1;
+inline constexpr DWORD REG_EXPAND_SZ = 2;
+inline constexpr DWORD REG_BINARY = 3;
+inline constexpr DWORD REG_DWORD = 4;
+inline constexpr DWORD REG_MULTI_SZ = 7;
+inline constexpr DWORD REG_QWORD = 11;
+
 /// Only ever passed as null.
 struct SECURITY_ATTRIBUTES;
 struct GUID;
@@ -195,11 +218,15 @@ inline constexpr DWORD ERROR_ALREADY_EXISTS = 183;
 inline constexpr DWORD ERROR_FILENAME_EXCED_RANGE = 206;
 inline constexpr DWORD ERROR_FILE_TOO_LARGE = 223;
 inline constexpr DWORD ERROR_MORE_DATA = 234;
+inline constexpr DWORD ERROR_NO_MORE_ITEMS = 259;
 inline constexpr DWORD ERROR_DIRECTORY = 267;
 inline constexpr DWORD ERROR_NOT_OWNER = 288;
 inline constexpr DWORD ERROR_MR_MID_NOT_FOUND = 317;
 inline constexpr DWORD ERROR_OPERATION_ABORTED = 995;
 inline constexpr DWORD ERROR_INVALID_FLAGS = 1004;
+inline constexpr DWORD ERROR_BADDB = 1009;
+inline constexpr DWORD ERROR_REGISTRY_IO_FAILED = 1016;
+inline constexpr DWORD ERROR_KEY_DELETED = 1018;
 inline constexpr DWORD ERROR_IO_DEVICE = 1117;
 inline constexpr DWORD ERROR_TOO_MANY_LINKS = 1142;
 inline constexpr DWORD ERROR_NOT_FOUND = 1168;

@@ -52,6 +52,7 @@ int fclose(std::FILE* file) {
 #define KEST_TARGET_Time(name) &Forward<&::name>::invoke
 #define KEST_TARGET_Files(name) &Forward<&::name>::invoke
 #define KEST_TARGET_Transactions(name) &kernel::name
+#define KEST_TARGET_Registry(name) &Forward<&::name>::invoke
 #define KEST_TARGET_Runtime(name) &runtime::name
 
 constinit Calls g_calls = {

@@ -11,7 +11,9 @@ Configurable::Configurable(const wchar_t* fileName) : impl(new ConfigurableImpl(
 
 Configurable::~Configurable() {
     delete impl;
-    impl = nullptr;
+    // Volatile, or the compiler would leave it away: an object that is used after its end then says
+    // so instead of reading memory that is somebody else's.
+    *const_cast<ConfigurableImpl* volatile*>(&impl) = nullptr;
 }
 
 std::wstring Configurable::getProperty(const std::wstring& name) const {

@@ -46,7 +46,12 @@ std::FILE* openForReading(const std::wstring& fileName) {
         const std::wstring reason =
             getSystemErrorMessage(static_cast<unsigned long>(result), nullptr);
         const std::string message = "fopen " + name + " failed: " + convertToString(reason.c_str());
-        LOG_ERROR(message.c_str());
+        // Byte by byte: a stream of the host's need not know every byte.
+        std::wstring line;
+        for (const char byte : message) {
+            line.push_back(static_cast<unsigned char>(byte));
+        }
+        LOG_ERROR(line.data());
         throw std::runtime_error(message);
     }
     return file;

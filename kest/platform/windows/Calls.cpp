@@ -1,6 +1,7 @@
 #include "kest/platform/Calls.h"
 
 #include "kest/platform/windows/KernelTransactions.h"
+#include "kest/platform/windows/SymbolicLinks.h"
 
 namespace Tallowmere::platform {
 namespace {
@@ -14,6 +15,14 @@ struct Forward;
 template <class R, class... A, R(WINAPI* call)(A...)>
 struct Forward<call> {
     static R invoke(A... arguments) { return call(arguments...); }
+};
+
+/// Links may be missing although the system says otherwise.
+template <>
+struct Forward<&::CreateSymbolicLinkW> {
+    static BOOLEAN invoke(const wchar_t* link, const wchar_t* target, DWORD flags) {
+        return createSymbolicLink(link, target, flags);
+    }
 };
 
 /// The C runtime's bounded calls have overloads in its headers, so they are forwarded by hand.

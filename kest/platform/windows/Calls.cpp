@@ -1,5 +1,7 @@
 #include "kest/platform/Calls.h"
 
+#include <io.h>
+
 #include "kest/platform/windows/KernelTransactions.h"
 #include "kest/platform/windows/SymbolicLinks.h"
 
@@ -41,6 +43,10 @@ int wcscpy_s(wchar_t* destination, std::size_t destinationSize, const wchar_t* s
     return ::wcscpy_s(destination, destinationSize, source);
 }
 
+int _waccess(const wchar_t* path, int mode) {
+    return ::_waccess(path, mode);
+}
+
 }  // namespace runtime
 }  // namespace
 
@@ -49,6 +55,8 @@ int wcscpy_s(wchar_t* destination, std::size_t destinationSize, const wchar_t* s
 #define KEST_TARGET_Time(name) &Forward<&::name>::invoke
 #define KEST_TARGET_Files(name) &Forward<&::name>::invoke
 #define KEST_TARGET_Transactions(name) &kernel::name
+#define KEST_TARGET_Processes(name) &Forward<&::name>::invoke
+#define KEST_TARGET_Network(name) &Forward<&::name>::invoke
 #define KEST_TARGET_Runtime(name) &runtime::name
 
 constinit Calls g_calls = {

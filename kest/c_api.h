@@ -31,6 +31,11 @@ KEST_API void deleteKESTArray(wchar_t** text);
 KEST_API bool CopyDirectoryTransacted(const wchar_t* source, const wchar_t* destination,
                                       wchar_t** error);
 
+/** Makes a symbolic link at `destination` that points where the link at `source` leads in the end.
+ * True on success. `*error` is set to null first and, on failure, to the reason: the caller frees it
+ * with deleteKESTArray. */
+KEST_API bool CopyLink(const wchar_t* source, const wchar_t* destination, wchar_t** error);
+
 #ifdef __cplusplus
 }
 #endif

@@ -13,7 +13,9 @@ enum class HandleKind : std::uint8_t {
     File = 2,
     Transaction = 3,
     Search = 4,
-    RegistryKey = 5,
+    Process = 5,
+    Thread = 6,
+    RegistryKey = 7,
 };
 
 /// Handles that the library itself gives out, where the system has none of the kind. A handle is a

@@ -1,6 +1,9 @@
 #include "kest/platform/Calls.h"
 
+#include <io.h>
+
 #include "kest/platform/windows/KernelTransactions.h"
+#include "kest/platform/windows/SymbolicLinks.h"
 
 namespace Tallowmere::platform {
 namespace {
@@ -14,6 +17,14 @@ struct Forward;
 template <class R, class... A, R(WINAPI* call)(A...)>
 struct Forward<call> {
     static R invoke(A... arguments) { return call(arguments...); }
+};
+
+/// Links may be missing although the system says otherwise.
+template <>
+struct Forward<&::CreateSymbolicLinkW> {
+    static BOOLEAN invoke(const wchar_t* link, const wchar_t* target, DWORD flags) {
+        return createSymbolicLink(link, target, flags);
+    }
 };
 
 /// The C runtime's bounded calls have overloads in its headers, so they are forwarded by hand.
@@ -44,6 +55,10 @@ int fclose(std::FILE* file) {
     return ::fclose(file);
 }
 
+int _waccess(const wchar_t* path, int mode) {
+    return ::_waccess(path, mode);
+}
+
 }  // namespace runtime
 }  // namespace
 
@@ -53,6 +68,8 @@ int fclose(std::FILE* file) {
 #define KEST_TARGET_Files(name) &Forward<&::name>::invoke
 #define KEST_TARGET_Transactions(name) &kernel::name
 #define KEST_TARGET_Registry(name) &Forward<&::name>::invoke
+#define KEST_TARGET_Processes(name) &Forward<&::name>::invoke
+#define KEST_TARGET_Network(name) &Forward<&::name>::invoke
 #define KEST_TARGET_Runtime(name) &runtime::name
 
 constinit Calls g_calls = {

@@ -59,7 +59,7 @@ function(kest_system_libraries target)
     if(WIN32)
         # The transaction manager's own calls; every Windows since Vista has them. Random names, and a
         # file's number on its volume, for our own manager.
-        target_link_libraries(${target} PUBLIC ktmw32 bcrypt ntdll)
+        target_link_libraries(${target} PUBLIC ktmw32 bcrypt ntdll ole32 oleaut32)
     endif()
 endfunction()
 

@@ -8,6 +8,7 @@
 
 #include "kest/diagnostics/Recorder.h"
 #include "kest/exports/ExportLock.h"
+#include "kest/restore/MessageModule.h"
 #include "kest/sync/Lock.h"
 #include "kest/time/DateTime.h"
 #include "kest/time/DateTimeImpl.h"
@@ -28,5 +29,7 @@ const DateTime DateTime::s_invalid(new DateTimeImpl(DateTimeImpl::s_invalid));
 // thread takes them in the opposite order: the export lock, then the creation lock, then a line's.
 Lock Recorder::s_instanceLock;
 Lock s_exportLock;
+
+const HMODULE s_messageModule = loadMessageModule();
 
 }  // namespace Tallowmere

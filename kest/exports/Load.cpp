@@ -1,7 +1,7 @@
 // Everything that is built while the library is being loaded and destroyed while it is being
-// unloaded. It stands in one file because only within a file the order is fixed: from top to bottom,
-// and backwards at the end. An object that uses another one stands below it. New ones go to the end,
-// unless what is there already needs them. The standard streams come first of all, through
+// unloaded. It stands in one file because only within a file the order is fixed: from top to
+// bottom, and backwards at the end. An object that uses another one stands below it. New ones go to
+// the end, unless what is there already needs them. The standard streams come first of all, through
 // <iostream>.
 
 #include <iostream>

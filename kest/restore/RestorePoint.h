@@ -10,8 +10,8 @@ namespace Tallowmere {
 
 /// One of the operating system's restore points.
 struct KEST_API RestorePoint {
-    /// Empty texts, and the current time (UTC) as the time of creation. Deliberate: `sequenceNumber`
-    /// is left unset.
+    /// Empty texts, and the current time (UTC) as the time of creation. Deliberate:
+    /// `sequenceNumber` is left unset.
     RestorePoint();
     /// The copy has a time record of its own. The source must have one.
     RestorePoint(const RestorePoint& other);

@@ -23,8 +23,8 @@ namespace {
 /// method's signature.
 constexpr HRESULT kNoObject = E_POINTER;
 
-/// All that one call of the method "Restore" needs. Deliberate: plain pointers, since after a failure
-/// of the service nothing of it is given back.
+/// All that one call of the method "Restore" needs. Deliberate: plain pointers, since after a
+/// failure of the service nothing of it is given back.
 class RestoreCall {
 public:
     /// Returns whether the service answered; if not, `message` says why and nothing is given back.
@@ -64,7 +64,8 @@ HRESULT RestoreCall::getMethod() {
 
 HRESULT RestoreCall::putNumber(LONG sequenceNumber) {
     if (m_signature != nullptr) {
-        // Deliberate: its result is not looked at; without an instance there is nothing to put into.
+        // Deliberate: its result is not looked at; without an instance there is nothing to put
+        // into.
         (void)os().IWbemClassObject_SpawnInstance(m_signature, 0, &m_input);
     }
     m_number.vt = VT_I4;
@@ -92,8 +93,7 @@ bool RestoreCall::perform(IWbemServices* services, LONG sequenceNumber, std::str
 bool RestoreCall::request(IWbemServices* services, LONG sequenceNumber, std::string& message) {
     m_path = Bstr::allocate(L"SystemRestore");
     m_method = Bstr::allocate(L"Restore");
-    HRESULT result =
-        os().IWbemServices_GetObject(services, m_path, 0, nullptr, &m_class, nullptr);
+    HRESULT result = os().IWbemServices_GetObject(services, m_path, 0, nullptr, &m_class, nullptr);
     if (FAILED(result)) {
         return failed(message, "IWbemServices::GetObject()", result);
     }

@@ -83,9 +83,9 @@ void connect(const wchar_t* namespacePath, IWbemLocator* locator, IWbemServices*
 }
 
 void setProxySecurity(IWbemServices* services) {
-    const HRESULT result = os().CoSetProxyBlanket(
-        services, RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr, RPC_C_AUTHN_LEVEL_CALL,
-        RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE);
+    const HRESULT result = os().CoSetProxyBlanket(services, RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE,
+                                                  nullptr, RPC_C_AUTHN_LEVEL_CALL,
+                                                  RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE);
     if (FAILED(result)) {
         fail("Could not set proxy blanket. Error code = 0x" + codeText(result));
     }
@@ -153,8 +153,8 @@ void executeQuery(const wchar_t* query, IEnumWbemClassObject** enumerator,
     const Bstr language(L"WQL");
     const Bstr text(query);
     const HRESULT result = os().IWbemServices_ExecQuery(
-        *services, language.get(), text.get(), WBEM_FLAG_FORWARD_ONLY | WBEM_FLAG_RETURN_IMMEDIATELY,
-        nullptr, enumerator);
+        *services, language.get(), text.get(),
+        WBEM_FLAG_FORWARD_ONLY | WBEM_FLAG_RETURN_IMMEDIATELY, nullptr, enumerator);
     if (FAILED(result)) {
         // Deliberate: whatever was asked for, and with two blanks.
         fail("Query for operating system name failed.  Error code = 0x" + codeText(result));
@@ -170,9 +170,8 @@ void getInfo(IEnumWbemClassObject* enumerator, const std::vector<std::wstring>& 
     for (;;) {
         IWbemClassObject* next = nullptr;
         ULONG count = 0;
-        const HRESULT result =
-            os().IEnumWbemClassObject_Next(enumerator, static_cast<LONG>(WBEM_INFINITE), 1, &next,
-                                           &count);
+        const HRESULT result = os().IEnumWbemClassObject_Next(
+            enumerator, static_cast<LONG>(WBEM_INFINITE), 1, &next, &count);
         if (FAILED(result)) {
             const std::wstring message =
                 std::wstring(L"Wmi query <") + query + L"> failed: " +

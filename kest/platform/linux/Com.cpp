@@ -1,5 +1,5 @@
-// COM's own calls: the thread's apartment, the process's security, texts and values, and the one class
-// that there is. The objects themselves are in ManagementObjects.cpp.
+// COM's own calls: the thread's apartment, the process's security, texts and values, and the one
+// class that there is. The objects themselves are in ManagementObjects.cpp.
 
 #include <atomic>
 #include <cstdint>
@@ -16,8 +16,8 @@
 namespace Tallowmere::platform::standin {
 namespace {
 
-/// How often multithreaded COM is in use in the process. A thread that did nothing itself belongs to
-/// that apartment as long as there is one.
+/// How often multithreaded COM is in use in the process. A thread that did nothing itself belongs
+/// to that apartment as long as there is one.
 constinit std::atomic<int> g_multithreaded = 0;
 
 /// Set once and for good.

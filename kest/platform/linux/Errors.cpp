@@ -100,8 +100,8 @@ void SetLastError(DWORD code) {
     t_lastError = code;
 }
 
-DWORD FormatMessageW(DWORD flags, const void* source, DWORD code, DWORD language,
-                     wchar_t* buffer, DWORD size, va_list* /*arguments*/) {
+DWORD FormatMessageW(DWORD flags, const void* source, DWORD code, DWORD language, wchar_t* buffer,
+                     DWORD size, va_list* /*arguments*/) {
     if (buffer == nullptr) {
         return failWith(ERROR_INVALID_PARAMETER);
     }

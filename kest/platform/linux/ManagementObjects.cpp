@@ -1,6 +1,6 @@
-// The objects of the management service: locator, services, enumerator, and class objects, which stand
-// for a class, an instance, or the parameters of a method. Methods take no account of flags, contexts
-// and time-outs: everything is here at once.
+// The objects of the management service: locator, services, enumerator, and class objects, which
+// stand for a class, an instance, or the parameters of a method. Methods take no account of flags,
+// contexts and time-outs: everything is here at once.
 
 #include "kest/platform/linux/ManagementObjects.h"
 
@@ -115,7 +115,8 @@ HRESULT setText(const std::wstring& text, VARIANT& value) {
     return WBEM_S_NO_ERROR;
 }
 
-/// As the service gives numbers: what 32 bits hold, signed or not, as those bits; any other as text.
+/// As the service gives numbers: what 32 bits hold, signed or not, as those bits; any other as
+/// text.
 HRESULT setInteger(const mof::Integer& number, VARIANT& value) {
     constexpr std::uint64_t kLargest = std::numeric_limits<std::uint32_t>::max();
     constexpr std::uint64_t kSmallest = std::uint64_t{1} << 31;
@@ -362,9 +363,8 @@ HRESULT IWbemServices_ExecQuery(IWbemServices* /*services*/, BSTR language, BSTR
 }
 
 HRESULT IWbemServices_ExecMethod(IWbemServices* /*services*/, BSTR path, BSTR method,
-                                 LONG /*flags*/, IWbemContext* /*context*/,
-                                 IWbemClassObject* input, IWbemClassObject** output,
-                                 IWbemCallResult** /*result*/) {
+                                 LONG /*flags*/, IWbemContext* /*context*/, IWbemClassObject* input,
+                                 IWbemClassObject** output, IWbemCallResult** /*result*/) {
     if (isEmpty(path) || isEmpty(method)) {
         return WBEM_E_INVALID_PARAMETER;
     }

@@ -91,8 +91,8 @@ std::string requestLine(std::uint32_t sequenceNumber) {
     return line;
 }
 
-/// Adds a line to a file that may not be there yet, all or nothing, whatever happens meanwhile: a new
-/// file takes the old one's place. Nobody else does so at the same time.
+/// Adds a line to a file that may not be there yet, all or nothing, whatever happens meanwhile: a
+/// new file takes the old one's place. Nobody else does so at the same time.
 bool addLine(const std::string& path, const std::string& line) {
     std::string bytes;
     if (const Descriptor old = openFile(path); old) {
@@ -119,7 +119,8 @@ bool addLine(const std::string& path, const std::string& line) {
     return false;
 }
 
-/// So that the new name outlasts a power cut; some file systems do not know how, which is no failure.
+/// So that the new name outlasts a power cut; some file systems do not know how, which is no
+/// failure.
 void syncFolderOf(const std::string& path) {
     const std::size_t slash = path.rfind('/');
     const std::string folder = slash == path.npos ? "." : path.substr(0, slash + 1);

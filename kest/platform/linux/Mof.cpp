@@ -61,8 +61,8 @@ std::optional<Integer> integer(std::wstring_view text) {
     if (text.empty()) {
         return std::nullopt;
     }
-    const std::uint64_t largest = result.isNegative ? std::uint64_t{1} << 63
-                                                    : std::numeric_limits<std::uint64_t>::max();
+    const std::uint64_t largest =
+        result.isNegative ? std::uint64_t{1} << 63 : std::numeric_limits<std::uint64_t>::max();
     for (const wchar_t c : text) {
         const int digit = digitValue(c);
         if (digit < 0 || static_cast<unsigned>(digit) >= base ||
@@ -171,9 +171,7 @@ private:
         return true;
     }
 
-    bool isNext(wchar_t c) {
-        return skipBlanks() && m_at < m_text.size() && m_text[m_at] == c;
-    }
+    bool isNext(wchar_t c) { return skipBlanks() && m_at < m_text.size() && m_text[m_at] == c; }
 
     bool takeName(std::wstring& name) {
         if (!skipBlanks() || m_at == m_text.size() || !isNameStart(m_text[m_at])) {
@@ -240,8 +238,7 @@ private:
         while (!take(L'}')) {
             Property property;
             if (!skipQualifiers() || !takeName(property.name) || !take(L'=') ||
-                !readValue(property.value) || !take(L';') ||
-                hasProperty(instance, property.name)) {
+                !readValue(property.value) || !take(L';') || hasProperty(instance, property.name)) {
                 return false;
             }
             instance.properties.push_back(std::move(property));
@@ -296,9 +293,8 @@ private:
             return false;
         }
         const std::size_t start = m_at;
-        while (m_at < m_text.size() &&
-               (isNamePart(m_text[m_at]) || m_text[m_at] == L'.' || m_text[m_at] == L'+' ||
-                m_text[m_at] == L'-')) {
+        while (m_at < m_text.size() && (isNamePart(m_text[m_at]) || m_text[m_at] == L'.' ||
+                                        m_text[m_at] == L'+' || m_text[m_at] == L'-')) {
             ++m_at;
         }
         const std::wstring_view text = m_text.substr(start, m_at - start);

@@ -17,9 +17,9 @@
 ///     };
 ///
 /// Understood: both kinds of comments; strings with escapes and concatenation; integers (decimal,
-/// hexadecimal, octal, binary), real numbers, booleans, characters, NULL, arrays of these; qualifiers
-/// and pragmas, which are skipped, and an alias behind the class, which nothing refers to. Keywords
-/// and names are without regard to case. Nothing else: no classes, no references.
+/// hexadecimal, octal, binary), real numbers, booleans, characters, NULL, arrays of these;
+/// qualifiers and pragmas, which are skipped, and an alias behind the class, which nothing refers
+/// to. Keywords and names are without regard to case. Nothing else: no classes, no references.
 namespace Tallowmere::platform::mof {
 
 /// NULL.
@@ -46,8 +46,8 @@ struct Instance {
     std::vector<Property> properties;
 };
 
-/// Reads a file: UTF-8, or UTF-16 with a byte-order mark. False when it is damaged; `instances` then
-/// holds what stands before the damage.
+/// Reads a file: UTF-8, or UTF-16 with a byte-order mark. False when it is damaged; `instances`
+/// then holds what stands before the damage.
 bool read(std::string_view bytes, std::vector<Instance>& instances);
 
 /// Whether two names are the same, without regard to the case of ASCII letters.

@@ -171,7 +171,7 @@ bool MemoryDisk::isRoot(std::wstring_view text) const {
 }
 
 std::wstring MemoryDisk::fold(const std::wstring& name) const {
-    return MemoryImage(m_store.options().ignoresCase).fold(name);
+    return MemoryImage::fold(name, m_store.options().ignoresCase);
 }
 
 // Reading.

@@ -41,7 +41,7 @@ std::vector<MemoryLoss> lossesOf(const MemoryStore& store, const LossBounds& bou
         std::mt19937 random(bounds.seed + static_cast<std::uint32_t>(count));
         for (int i = 0; i < bounds.random; ++i) {
             // Now few survive, now many.
-            const std::uint32_t share = random() % 7 + 1;
+            const auto share = random() % 7 + 1;
             std::vector<bool> subset(count);
             for (std::size_t j = 0; j < count; ++j) {
                 subset[j] = random() % 8 < share;

@@ -245,6 +245,17 @@ std::string MemoryStore::state() const {
     return result;
 }
 
+std::uint64_t MemoryStore::fingerprint() const {
+    std::uint64_t sum = 0;
+    for (const Volume& volume : m_volumes) {
+        sum = sum * 31 + volume.now.fingerprint();
+        for (const Volume::Logged& logged : volume.log) {
+            sum = sum * 31 + logged.fingerprint + (logged.lasts ? 1 : 0);
+        }
+    }
+    return sum;
+}
+
 // The end.
 
 std::vector<const MemoryChange*> MemoryStore::unsynced() const {
@@ -296,7 +307,9 @@ const MemoryNode* MemoryStore::find(const MemoryPosition& position) const {
 void MemoryStore::change(int volume, MemoryChange change) {
     Volume& changed = m_volumes[volume];
     changed.now.apply(change);
-    changed.log.push_back({std::make_shared<const MemoryChange>(std::move(change)), false});
+    const std::uint64_t fingerprint = change.fingerprint();
+    changed.log.push_back(
+        {std::make_shared<const MemoryChange>(std::move(change)), false, fingerprint});
 }
 
 void MemoryStore::syncVolume(int volume) {

@@ -82,8 +82,10 @@ public:
     std::map<std::string, std::string> snapshot(const std::wstring& top) const;
     /// "/", or the drives.
     std::vector<std::wstring> roots() const;
-    /// For comparing: all that is on all volumes, and what is not durable yet.
+    /// For a failure's text: all that is on all volumes, and what is not durable yet.
     std::string state() const;
+    /// The same for equal states.
+    std::uint64_t fingerprint() const;
     std::size_t size(int volume) const { return m_volumes[volume].now.size(); }
 
     // The end.
@@ -102,6 +104,7 @@ public:
         struct Logged {
             std::shared_ptr<const MemoryChange> change;
             bool lasts = false;
+            std::uint64_t fingerprint = 0;
         };
         MemoryImage now;
         std::shared_ptr<const MemoryImage> sure;

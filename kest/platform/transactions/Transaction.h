@@ -19,25 +19,35 @@
 /// States and what holds in each:
 ///
 ///   open        Nothing outside the stage has changed. The view is the disk with m_changes laid
-///   over
-///               it: a name is removed, or it is staged, that is, it stands in the stage under a
-///               slot. Below a staged directory everything is ordinary work on the disk, so a tree
+///               over it: a name is removed, or it is staged, that is, it stands in the stage under
+///               a slot. Below a staged directory everything is ordinary work on the disk, so a tree
 ///               costs one change whatever its size. A directory whose entries were all removed and
 ///               which is removed itself is one change, too.
-///   publishing  The stage is durable. One change is one step on the disk; several, or one that the
-///               disk cannot make in one step, go through the journal.
-///   committed   The disk shows the view. Old entries are in the stage and are destroyed.
+///   refused     Open, but a question about a place could not be answered, and the reason was not
+///               that nothing is there. The caller may have taken it for that and gone on, so from
+///               now on every call gets the same error, the commit, too.
+///   publishing  The stage stands in a directory that changes, and is durable with all that is in
+///               it. One change is one step on the disk; several, or one that the disk cannot make
+///               in one step, go through the journal.
+///   committed   The disk shows the view, durably. Old entries are in the stage and are destroyed.
 ///   ended       Rolled back, or committed and done: only the state is left.
 ///
-/// A process that ends in the first or second state leaves an orphaned stage, which the next
-/// transaction that comes by discards, or finishes if its journal is there (see Stage.h).
+/// A process that ends in the first three states leaves an orphaned stage, which the next transaction
+/// that comes by discards, or finishes if its journal is there (see Stage.h). While a step that has
+/// put something old into the stage may still be lost, or a journal may be there, the stage is never
+/// destroyed by its owner either, but left as an orphan (m_keepsStage).
+///
+/// An error means that the disk is as it was and stays so. Only when the disk itself fails more than
+/// once in the same commit, so that a change can be neither vouched for nor taken back, the old or
+/// the new may be there after an error; whole in any case, once the next transaction has come by.
 namespace Tallowmere::platform::transactions {
 
 class Search;
 
 class Transaction {
 public:
-    explicit Transaction(Disk& disk) : m_disk(disk) {}
+    explicit Transaction(Disk& disk);
+    /// Rolls back what was not committed.
     ~Transaction();
     Transaction(const Transaction&) = delete;
     Transaction& operator=(const Transaction&) = delete;
@@ -88,6 +98,8 @@ private:
         std::unordered_set<std::wstring> removed;
         /// By folded name.
         std::unordered_map<std::wstring, Change> others;
+
+        bool publishesNothing() const;
     };
 
     /// A directory as the transaction sees it.
@@ -127,13 +139,17 @@ private:
     void remember(const ViewPtr& view);
     void forget(const Place& place);
     DWORD recover(const Place& place);
+    DWORD answer(const wchar_t* path, WIN32_FILE_ATTRIBUTE_DATA& data);
     std::wstring foldPath(const std::wstring& canonical) const;
     DirectoryChanges* changesOf(const std::wstring& canonical);
     Change* changeOf(const Place& place);
     bool isRemoved(const Place& place);
     Standing standing(const Place& place);
     const Kind* known(const Place& place) const;
-    DWORD kindOf(const Place& place, const Standing& standing, Kind& kind);
+    DWORD kindOf(const Place& place, const Standing& standing, Kind& kind, DWORD& attributes);
+    DWORD openInStage(const DirectoryPtr& base, const std::wstring& relative,
+                      DirectoryPtr& directory);
+    bool isOwnStage(const std::wstring& name) const;
 
     // Searching (TransactionSearch.cpp).
     DWORD nextRecord(Search& search, Record& record);
@@ -142,23 +158,40 @@ private:
 
     // Changing (TransactionChanges.cpp).
     DirectoryChanges& changesFor(const View& view);
-    DWORD stageFor(const DirectoryPtr& where);
+    DWORD stageFor(const View& where);
     DWORD newPlace(const Place& place, bool& hadOld);
     void setStaged(const Place& place, const std::wstring& slot, bool hadOld);
     DWORD replaceFile(const Place& place, const Standing& source, Links links);
     DWORD remove(const Place& place, const Standing& standing, Kind kind);
 
     // Publishing (TransactionCommit.cpp).
+    using ChangedDirectories = std::vector<DirectoryChanges*>;
     DWORD publish();
+    DWORD changedDirectories(ChangedDirectories& directories);
+    DWORD settleStage(ChangedDirectories& directories);
+    DWORD entriesOf(const ChangedDirectories& directories, std::vector<JournalEntry>& entries);
+    DWORD spellOldNames(const DirectoryPtr& directory, std::vector<JournalEntry>& entries,
+                        std::size_t number);
+    DWORD meetRivals(const ChangedDirectories& directories,
+                     const std::vector<JournalEntry>& entries);
     DWORD publishOne(const JournalEntry& entry, const DirectoryPtr& directory, bool& isDone);
-    DWORD publishAll(const std::vector<JournalEntry>& entries);
+    DWORD publishAll(const ChangedDirectories& directories,
+                     const std::vector<JournalEntry>& entries);
     void end(State state);
     DWORD checkOpen() const;
 
     Disk& m_disk;
+    /// Whether the disk takes names that differ in letter case for the same.
+    const bool m_foldsCase;
     std::mutex m_mutex;
     State m_state = State::Open;
+    /// The error of a question that could not be answered.
+    DWORD m_refusal = ERROR_SUCCESS;
     std::unique_ptr<Stage> m_stage;
+    /// The directory in which the stage stands, as a key of m_changes.
+    std::wstring m_stageWhere;
+    /// Whether the stage has to be left for the next who comes by.
+    bool m_keepsStage = false;
     /// By folded canonical text.
     std::map<std::wstring, DirectoryChanges> m_changes;
     /// Least recently used last.
@@ -174,6 +207,7 @@ private:
     std::weak_ptr<View> m_lastDirectory;
     std::wstring m_lastName;
     Kind m_lastKind = Kind::File;
+    DWORD m_lastAttributes = 0;
     /// The directory that a search has just read to its end, and how many entries the disk has
     /// there; -1 when some of them are hidden.
     std::wstring m_listedDirectory;

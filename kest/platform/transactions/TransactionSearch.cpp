@@ -99,6 +99,7 @@ DWORD Transaction::findNext(HANDLE handle, Search& search, WIN32_FIND_DATAW& dat
         m_lastDirectory = search.m_view;
         m_lastName = record.name;
         m_lastKind = record.kind;
+        m_lastAttributes = record.attributes;
         return fill(record, data);
     }
     if (error == ERROR_NO_MORE_FILES) {
@@ -123,22 +124,24 @@ DWORD Transaction::nextRecord(Search& search, Record& record) {
     };
     DWORD error = ERROR_SUCCESS;
     while ((error = search.m_listing->next(record)) == ERROR_SUCCESS) {
+        if (isOwnStage(record.name)) {
+            continue;
+        }
         if (isStageName(record.name)) {
             ViewPtr view;
-            bool isStage = false;
-            bool changed = false;
+            Met met;
             error = locateDirectory(search.m_text, view);
             if (error == ERROR_SUCCESS) {
-                error = recoverStage(m_disk, view->directory, record.name, isStage, changed);
+                error = meetStage(m_disk, view->directory, record.name, met);
             }
             if (error != ERROR_SUCCESS) {
                 return error;
             }
-            if (changed) {
+            if (met.changed) {
                 // What was listed so far is no longer what is there. The next attempt finds it so.
                 return ERROR_TRANSACTIONAL_CONFLICT;
             }
-            if (isStage) {
+            if (met.isStage) {
                 Kind kind{};
                 search.m_hides = search.m_hides || m_disk.describe(view->directory, record.name,
                                                                    kind, nullptr) == ERROR_SUCCESS;
@@ -222,6 +225,9 @@ DWORD Transaction::checkEmpty(const Place& place) {
     }
     Record record;
     while (error == ERROR_SUCCESS && (error = listing->next(record)) == ERROR_SUCCESS) {
+        if (isOwnStage(record.name)) {
+            continue;
+        }
         if (changes == nullptr || changes->removed.count(m_disk.fold(record.name)) == 0) {
             return ERROR_DIR_NOT_EMPTY;
         }

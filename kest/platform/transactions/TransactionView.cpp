@@ -1,6 +1,7 @@
 // How a transaction finds what a path means to it.
 
 #include <algorithm>
+#include <utility>
 
 #include "kest/platform/transactions/Texts.h"
 #include "kest/platform/transactions/Transaction.h"
@@ -44,11 +45,20 @@ void Transaction::remember(const ViewPtr& view) {
 /// Forgets what stands for a place and for all below it, found by where it is and by how it is
 /// called: what was reached through a link is somewhere else.
 void Transaction::forget(const Place& place) {
-    const std::wstring canonical = join(place.parent->canonical, place.name);
-    const std::wstring text = join(place.parent->text, place.name);
+    const auto spelled = [&](const std::wstring& text) {
+        return m_foldsCase ? m_disk.fold(text) : text;
+    };
+    const std::wstring canonical = spelled(join(place.parent->canonical, place.name));
+    const std::wstring text = spelled(join(place.parent->text, place.name));
+    const auto isAtOrBelow = [&](const std::wstring& at, const std::wstring& top) {
+        return at.size() >= top.size() && (at == top || isBelow(at, top));
+    };
     const auto isGone = [&](const ViewPtr& view) {
-        return view->canonical == canonical || isBelow(view->canonical, canonical) ||
-               view->text == text || isBelow(view->text, text);
+        if (!m_foldsCase) {
+            return isAtOrBelow(view->canonical, canonical) || isAtOrBelow(view->text, text);
+        }
+        return isAtOrBelow(m_disk.fold(view->canonical), canonical) ||
+               isAtOrBelow(m_disk.fold(view->text), text);
     };
     m_views.remove_if(isGone);
     m_pinned.erase(std::remove_if(m_pinned.begin(), m_pinned.end(), isGone), m_pinned.end());
@@ -103,15 +113,41 @@ const Kind* Transaction::known(const Place& place) const {
                                                                               : nullptr;
 }
 
-DWORD Transaction::kindOf(const Place& place, const Standing& standing, Kind& kind) {
+DWORD Transaction::kindOf(const Place& place, const Standing& standing, Kind& kind,
+                          DWORD& attributes) {
     if (standing.directory == nullptr) {
         return ERROR_FILE_NOT_FOUND;
     }
     if (const Kind* const told = known(place)) {
         kind = *told;
+        attributes = m_lastAttributes;
         return ERROR_SUCCESS;
     }
-    return m_disk.describe(standing.directory, standing.name, kind, nullptr);
+    WIN32_FILE_ATTRIBUTE_DATA data{};
+    const DWORD error = m_disk.describe(standing.directory, standing.name, kind, &data);
+    attributes = data.dwFileAttributes;
+    return error;
+}
+
+/// Whether a name is that of this transaction's own stage, which is part of no view.
+bool Transaction::isOwnStage(const std::wstring& name) const {
+    return m_stage != nullptr && name == m_stage->name();
+}
+
+/// Opens what lies somewhere below a staged directory, one name after the other: a link between
+/// would lead out of the stage, where every change is one at once.
+DWORD Transaction::openInStage(const DirectoryPtr& base, const std::wstring& relative,
+                               DirectoryPtr& directory) {
+    directory = base;
+    DWORD error = ERROR_SUCCESS;
+    for (std::size_t at = 0; error == ERROR_SUCCESS && at < relative.size();) {
+        const std::size_t end = std::min(relative.find(L'/', at), relative.size());
+        DirectoryPtr next;
+        error = m_disk.openBelow(directory, relative.substr(at, end - at), Links::Refuse, next);
+        directory = std::move(next);
+        at = end + 1;
+    }
+    return error == ERROR_CANT_RESOLVE_FILENAME ? DWORD{ERROR_NOT_SUPPORTED} : error;
 }
 
 DWORD Transaction::locate(const wchar_t* path, Place& place) {
@@ -147,7 +183,7 @@ DWORD Transaction::locateDirectory(const std::wstring& text, ViewPtr& view) {
         if (const ViewPtr parent = cached(parentOf(text))) {
             return stepInto(parent, nameOf(text), text, view);
         }
-        // A long way below a staged directory: everything between is ours and holds no links.
+        // A long way below a staged directory.
         for (std::wstring at = parentOf(text); !m_disk.isRoot(at) && at != L".";
              at = parentOf(at)) {
             const ViewPtr base = cached(at);
@@ -162,8 +198,7 @@ DWORD Transaction::locateDirectory(const std::wstring& text, ViewPtr& view) {
             found->text = text;
             found->canonical = join(base->canonical, relative);
             found->staged = true;
-            const DWORD error =
-                m_disk.openBelow(base->directory, relative, Links::Refuse, found->directory);
+            const DWORD error = openInStage(base->directory, relative, found->directory);
             if (error == ERROR_SUCCESS) {
                 remember(found);
                 view = found;
@@ -226,8 +261,7 @@ DWORD Transaction::openChanged(const std::wstring& text, const std::wstring& can
         staged->staged = true;
         const std::wstring relative =
             found->second.slot + (end == std::wstring::npos ? L"" : canonical.substr(end));
-        const DWORD error =
-            m_disk.openBelow(m_stage->directory(), relative, Links::Refuse, staged->directory);
+        const DWORD error = openInStage(m_stage->directory(), relative, staged->directory);
         if (error == ERROR_SUCCESS) {
             remember(staged);
             view = staged;

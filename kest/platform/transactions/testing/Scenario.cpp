@@ -28,7 +28,7 @@ void addSource(MemoryStore& store, const std::wstring& top, const std::wstring& 
     store.makeDirectory(top + L"/empty");
     store.makeDirectory(top + L"/sub");
     store.write(top + L"/sub/two.txt", "two");
-    store.makeLink(top + L"/sub/link", canary, false);
+    store.makeLink(top + L"/sub/link", canary + L"/bird", false);
     store.makeLink(top + L"/way", canary, true);
 }
 
@@ -318,8 +318,10 @@ Trial::Trial(const Scenario& tried)
     : scenario(tried), start(built(tried)), before(everything(start)) {
     MemoryStore store = start;
     MemoryDisk disk(store);
+    disk.clock.watch = [this](int, platform::testing::Primitive primitive) {
+        steps.push_back(primitive);
+    };
     answer = operate(scenario, disk);
-    steps = disk.clock.count();
     after = everything(store);
 }
 

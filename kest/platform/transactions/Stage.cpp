@@ -158,13 +158,14 @@ DWORD meetStage(Disk& disk, const DirectoryPtr& where, const std::wstring& name,
     }
     const DWORD locked = disk.lock(stage.m_directory, stage.m_lock);
     if (locked == ERROR_LOCK_VIOLATION) {
-        // The draft stays the journal's beginning, so one of the two is there once it was written.
+        // A draft that is not whole yet does not count: when it is, its owner will look for rivals.
         DWORD error = readDraft(disk, stage.m_directory, met.publishing);
+        met.isPublishing = error == ERROR_SUCCESS;
         if (error == ERROR_FILE_NOT_FOUND) {
+            // It may have become the journal.
             error = readJournal(disk, stage.m_directory, met.publishing);
+            met.isPublishing = error != ERROR_FILE_NOT_FOUND;
         }
-        // One that is being written counts: it may hold any name.
-        met.isPublishing = error != ERROR_FILE_NOT_FOUND;
         return ERROR_SUCCESS;
     }
     if (locked != ERROR_SUCCESS || !disk.isEntry(where, name, stage.m_directory)) {

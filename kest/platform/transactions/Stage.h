@@ -30,7 +30,8 @@ struct Met {
     bool isStage = false;
     /// Entries outside the stage were changed to finish what it had begun.
     bool changed = false;
-    /// Its owner lives and is about to publish, or publishes, these changes.
+    /// Its owner lives and is about to publish, or publishes, these changes; any change when none
+    /// can be read.
     bool isPublishing = false;
     Journal publishing;
 };

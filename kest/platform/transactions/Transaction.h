@@ -98,6 +98,9 @@ private:
         std::unordered_set<std::wstring> removed;
         /// By folded name.
         std::unordered_map<std::wstring, Change> others;
+        /// How many entries the disk had when a search had listed the directory to its end; -1 when
+        /// none has. Stages do not count.
+        std::int64_t seen = -1;
 
         bool publishesNothing() const;
     };
@@ -174,6 +177,8 @@ private:
                         std::size_t number);
     DWORD meetRivals(const ChangedDirectories& directories,
                      const std::vector<JournalEntry>& entries);
+    DWORD checkSeen(const ChangedDirectories& directories,
+                    const std::vector<JournalEntry>& entries);
     DWORD publishOne(const JournalEntry& entry, const DirectoryPtr& directory, bool& isDone);
     DWORD publishAll(const ChangedDirectories& directories,
                      const std::vector<JournalEntry>& entries);
@@ -212,6 +217,7 @@ private:
     /// there; -1 when some of them are hidden.
     std::wstring m_listedDirectory;
     std::int64_t m_listedCount = -1;
+    std::int64_t m_listedSeen = -1;
 };
 
 /// A search in a directory of a transaction's view. It keeps no directory open: a walk has as many
@@ -232,6 +238,7 @@ private:
     /// Folded names staged in the directory that were not given yet.
     std::unordered_set<std::wstring> m_staging;
     std::int64_t m_listed = 0;
+    std::int64_t m_seen = 0;
     bool m_hides = false;
     /// The directory that takes over what the system keeps about this one when the search ends.
     std::wstring m_adopter;

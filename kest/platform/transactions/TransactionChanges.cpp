@@ -119,6 +119,7 @@ Transaction::DirectoryChanges& Transaction::changesFor(const View& view) {
         changes.directory = view.directory;
         changes.text = view.canonical;
         changes.throughLink = view.throughLink;
+        changes.seen = view.canonical == m_listedDirectory ? m_listedSeen : -1;
     } else if (changes.throughLink != view.throughLink) {
         changes.throughLink.clear();
     }

@@ -103,6 +103,9 @@ DWORD Transaction::publish() {
         error = meetRivals(directories, entries);
         bool isDone = false;
         if (error == ERROR_SUCCESS) {
+            error = checkSeen(directories, entries);
+        }
+        if (error == ERROR_SUCCESS) {
             error = publishOne(entries.front(), directories.front()->directory, isDone);
         }
         if (isDone || error != ERROR_SUCCESS) {
@@ -267,6 +270,41 @@ DWORD Transaction::meetRivals(const ChangedDirectories& directories,
     return ERROR_SUCCESS;
 }
 
+/// Where a whole directory was listed and its entries then changed one by one, as those of a drive
+/// are, nothing may have come or gone meanwhile: the result would be neither what was meant nor what
+/// a rival meant.
+DWORD Transaction::checkSeen(const ChangedDirectories& directories,
+                             const std::vector<JournalEntry>& entries) {
+    for (std::size_t i = 0; i < directories.size(); ++i) {
+        if (directories[i]->seen < 0) {
+            continue;
+        }
+        std::unordered_set<std::wstring> olds;
+        for (const JournalEntry& entry : entries) {
+            if (entry.directory == i && entry.takesOld) {
+                olds.insert(m_disk.fold(entry.oldName));
+            }
+        }
+        std::int64_t seen = 0;
+        std::unique_ptr<Listing> listing;
+        DWORD error = m_disk.list(directories[i]->directory, listing);
+        Record record;
+        while (error == ERROR_SUCCESS && (error = listing->next(record)) == ERROR_SUCCESS) {
+            if (!isStageName(record.name)) {
+                ++seen;
+                olds.erase(m_disk.fold(record.name));
+            }
+        }
+        if (error != ERROR_NO_MORE_FILES) {
+            return error;
+        }
+        if (seen != directories[i]->seen || !olds.empty()) {
+            return ERROR_TRANSACTIONAL_CONFLICT;
+        }
+    }
+    return ERROR_SUCCESS;
+}
+
 /// One change in one step of the disk. `isDone` stays false when the disk has no such step.
 DWORD Transaction::publishOne(const JournalEntry& entry, const DirectoryPtr& directory,
                               bool& isDone) {
@@ -338,6 +376,9 @@ DWORD Transaction::publishAll(const ChangedDirectories& directories,
     DWORD error = writeDraft(m_disk, stage, journal);
     if (error == ERROR_SUCCESS) {
         error = meetRivals(directories, entries);
+    }
+    if (error == ERROR_SUCCESS) {
+        error = checkSeen(directories, entries);
     }
     if (error != ERROR_SUCCESS) {
         return error;

@@ -149,6 +149,7 @@ DWORD Transaction::nextRecord(Search& search, Record& record) {
             }
         }
         ++search.m_listed;
+        search.m_seen += isStageName(record.name) ? 0 : 1;
         if (search.m_staged) {
             return ERROR_SUCCESS;
         }
@@ -188,6 +189,11 @@ DWORD Transaction::nextRecord(Search& search, Record& record) {
 DWORD Transaction::finishSearch(Search& search) {
     m_listedDirectory = search.m_canonical;
     m_listedCount = search.m_hides ? -1 : search.m_listed;
+    m_listedSeen = search.m_seen;
+    DirectoryChanges* const changes = search.m_staged ? nullptr : changesOf(search.m_canonical);
+    if (changes != nullptr && changes->seen < 0) {
+        changes->seen = search.m_seen;
+    }
     if (search.m_adopter.empty()) {
         return ERROR_SUCCESS;
     }

@@ -25,6 +25,6 @@ exports_nothing_internal() {
 check "no exported name is internal" exports_nothing_internal
 
 exports_something() {
-    exported_names | grep -qF 'Tallowmere::CopyDirectoryTransacted('
+    exported_names | grep -F 'Tallowmere::CopyDirectoryTransacted(' >/dev/null
 }
 check "the C++ interface is exported" exports_something

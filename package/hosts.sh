@@ -24,25 +24,31 @@ host_in() {
 
 # A host copies a tree over an older one.
 copies() {
-    local host=$1 name=$2 place
+    local host=$1 name=$2 place source target
     place=$(mktemp -d -p "$scratch")
+    source=$(host_path "$place/source")
+    target=$(host_path "$place/target")
     make_tree "$place/source"
     mkdir "$place/target" && printf 'old\n' >"$place/target/old.txt"
-    host_in "$place" "$host" "$name" source target || { cat "$scratch/errors"; return 1; }
+    if ! host_in "$place" "$host" "$name" "$source" "$target"; then
+        cat "$scratch/errors"
+        return 1
+    fi
     same "copied" "$(cat "$scratch/output")" && same "" "$(cat "$scratch/errors")" &&
         diff -r "$place/source" "$place/target" &&
-        grep -qE $'\tTransactedFS:L[0-9]{5} +\tCopyFileTransacted source\\\\one.txt -> target\\\\one.txt' \
-            "$place/$name.log"
+        grep -F $'\tTransactedFS:L' "$place/$name.log" |
+        grep -F "CopyFileTransacted $source\one.txt -> $target\one.txt" >/dev/null
 }
 
 # A host prints why its copy failed, and nothing has changed.
 tells_why() {
-    local host=$1 name=$2 place
+    local host=$1 name=$2 place missing
     place=$(mktemp -d -p "$scratch")
+    missing=$(host_path "$place/missing")
     mkdir "$place/target" && printf 'old\n' >"$place/target/old.txt"
-    host_in "$place" "$host" "$name" missing target
+    host_in "$place" "$host" "$name" "$missing" "$(host_path "$place/target")"
     same 1 $? && same "" "$(cat "$scratch/output")" &&
-        same "$name: Copy failed: missing does not exist" "$(cat "$scratch/errors")" &&
+        same "$name: Copy failed: $missing does not exist" "$(cat "$scratch/errors")" &&
         same "old" "$(cat "$place/target/old.txt")" &&
         same $'target/old.txt' "$(cd "$place" && find . -type f ! -name '*.log' -printf '%P\n')"
 }

@@ -32,3 +32,8 @@ run_host() {
     shift 2
     "$folder/$name" "$@"
 }
+
+# A path as a host is given it.
+host_path() {
+    printf '%s' "$1"
+}

@@ -20,7 +20,7 @@ needed_libraries() {
 # In the package, or part of every Windows.
 is_at_hand() {
     case ${1,,} in
-    kernel32.dll | msvcrt.dll | ktmw32.dll | advapi32.dll) ;;
+    kernel32.dll | ntdll.dll | msvcrt.dll | advapi32.dll | bcrypt.dll | ktmw32.dll) ;;
     *) [ -e "$kest/bin/$1" ] ;;
     esac
 }
@@ -34,4 +34,9 @@ run_host() {
     shift 2
     cp -n "$kest"/bin/* "$folder/"
     KEST_WINE_BARE=1 "$top/cmake/under-wine.sh" "$folder/$name.exe" "$@"
+}
+
+# A path as a host is given it: full, because the library removes directories by their literal names.
+host_path() {
+    printf 'Z:%s' "${1//\//\\}"
 }

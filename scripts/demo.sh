@@ -28,9 +28,9 @@ broken_promise() {
 
 # Every entry below $1, one a line: kind, size, name, and what a link holds.
 list() {
-    (cd "$1" && find . -mindepth 1 \( -type l -printf '    link   %6s  %P -> %l\n' \
-        -o -type d -printf '    folder         %P\n' -o -printf '    file   %6s  %P\n' \) |
-        LC_ALL=C sort -k 3)
+    (cd "$1" && find . -mindepth 1 \( -type l -printf '%P\t    link   %6s  %P -> %l\n' \
+        -o -type d -printf '%P\t    folder         %P\n' -o -printf '%P\t    file   %6s  %P\n' \) |
+        LC_ALL=C sort | cut -f 2-)
 }
 
 # All that can be told of what lies here: names, kinds, rights, owners, times, links, contents.
@@ -84,7 +84,7 @@ status=0
 (
     trap '' XFSZ
     ulimit -f 100
-    exec "$kest" copy documents backup --trace ../failed.log
+    exec "$kest" copy documents backup --trace ../failed.log 2>&1
 ) || status=$?
 echo "(exit status $status)"
 [ "$status" = 1 ] || broken_promise "the copy should have failed"

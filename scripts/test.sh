@@ -1,7 +1,7 @@
 #!/bin/bash
 # All builds and all tests: natively with GCC, with clang's address, undefined-behaviour and thread
-# sanitizers, for Windows under Wine, and what only an installed package can show. Goes on after a
-# failure; the last line is the sum. Logs are left in build/logs.
+# sanitizers, for Windows under Wine, with kills at many moments, and what only an installed package
+# can show. Goes on after a failure; the last line is the sum. Logs are left in build/logs.
 set -uo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 logs=build/logs
@@ -80,6 +80,9 @@ test_package() {
 }
 
 build_and_test linux
+if quietly "Kills" kills scripts/crash.sh short; then
+    passed=$((passed + 1))
+fi
 build_and_test linux-asan
 build_and_test linux-tsan
 echo

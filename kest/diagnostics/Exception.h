@@ -12,7 +12,8 @@ namespace Tallowmere {
 /// `__LINE__`, call setReason, throw it by value; catch it by reference.
 class KEST_API Exception {
 public:
-    /// `file` is kept as passed, each byte widened to one character. The reason is empty at first.
+    /// `file` is kept as passed, folders and all, each byte widened to one character as by
+    /// convertToWString; null stands for no name. The reason is empty at first.
     Exception(const char* file, int line);
     virtual ~Exception();
 

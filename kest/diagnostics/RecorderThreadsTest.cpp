@@ -244,7 +244,8 @@ TEST_F(RecorderThreadsTest, TakesNoValueOfAnotherThreadForItsMarkers) {
               stream.str());
 }
 
-/// Tells when a thread finds the mutex taken and so has to wait.
+/// Tells when a thread finds the mutex taken and so has to wait (or is through, where it should not
+/// be).
 std::atomic<bool> g_isWaiting{false};
 DWORD (*g_wait)(HANDLE, DWORD) = nullptr;
 
@@ -268,6 +269,7 @@ TEST_F(RecorderThreadsTest, MakesAllOthersWaitAfterAPathOnAServerNamedLikeASever
     std::thread other([] {
         FixedTrace::setThreadId(102);
         logLine(2, 0);
+        g_isWaiting = true;
     });
     while (!g_isWaiting) {
         std::this_thread::yield();
@@ -299,6 +301,83 @@ TEST_F(RecorderThreadsTest, ForgetsALineWhoseThreadHasEnded) {
             cut + expectedLine(1, 7) + "\n" + expectedLine(2, 7) + "\n" + expectedLine(3, 7) + "\n",
             narrow(stream.str()));
     }
+}
+
+TEST_F(RecorderThreadsTest, EndsTheLineThatFollowsOneWhoseThreadHasEnded) {
+    trace().setStream(&stream, nullptr, false);
+    std::thread([] { trace() << L"!~Sev:ERROR"; }).join();
+    FixedTrace::setThreadId(101);
+    logLine(1, 7);
+    // Outside any line again, so another thread's line leaves this marker alone.
+    trace() << L"!~Fil:";
+    std::thread([] { logLine(2, 7); }).join();
+    stream.str(L"");
+    trace() << "mine" << L"!~Lin:" << 1;
+    FixedTrace::setThreadId(4711);
+    EXPECT_EQ(L"mine:L00001                         \t", stream.str());
+}
+
+std::atomic<DWORD> g_fileSize{0};
+
+BOOL fileSize(const wchar_t*, GET_FILEEX_INFO_LEVELS, void* data) {
+    static_cast<WIN32_FILE_ATTRIBUTE_DATA*>(data)->nFileSizeHigh = 0;
+    static_cast<WIN32_FILE_ATTRIBUTE_DATA*>(data)->nFileSizeLow = g_fileSize;
+    return TRUE;
+}
+
+/// A roll-over by a flush that ends no line, while another thread's line is half written.
+class RollOverBesideALine : public RecorderThreadsTest {
+protected:
+    RollOverBesideALine() {
+        g_wait = platform::g_calls.WaitForSingleObject;
+        platform::g_calls.WaitForSingleObject = &tellingWait;
+        platform::g_calls.GetFileAttributesExW = &fileSize;
+        g_isWaiting = false;
+        g_fileSize = 10485760;
+        trace().setFile(file.path().c_str());
+    }
+
+    /// The file's text after that; it has `sizeAtLast` bytes once the line has ended.
+    std::string textAfter(DWORD sizeAtLast) {
+        FixedTrace::setThreadId(101);
+        trace() << L"!~Sev:INFO" << L"!~Fil:" << "file1" << L"!~Lin:" << 7;
+        std::thread other([] {
+            for (int i = 0; i < 10; ++i) {
+                trace().flush();
+            }
+            g_isWaiting = true;
+        });
+        while (!g_isWaiting) {
+            std::this_thread::yield();
+        }
+        g_fileSize = sizeAtLast;
+        trace() << "thread 1 line 7 of 500." << '\n';
+        trace().flush();
+        FixedTrace::setThreadId(4711);
+        other.join();
+        return file.text();
+    }
+
+    ScratchFile file;
+};
+
+TEST_F(RollOverBesideALine, WaitsForTheEndOfTheLine) {
+    EXPECT_EQ("Trace file rolled over\n", textAfter(10485760));
+    // And has given the mutex back.
+    std::thread([] {
+        FixedTrace::setThreadId(102);
+        logLine(2, 0);
+    }).join();
+    EXPECT_EQ("Trace file rolled over\n" + expectedLine(2, 0) + "\n", file.text());
+}
+
+TEST_F(RollOverBesideALine, LooksAgainAfterTheWait) {
+    EXPECT_EQ(expectedLine(1, 7) + "\n", textAfter(10485759));
+    std::thread([] {
+        FixedTrace::setThreadId(102);
+        logLine(2, 0);
+    }).join();
+    EXPECT_EQ(expectedLine(1, 7) + "\n" + expectedLine(2, 0) + "\n", file.text());
 }
 
 }  // namespace

@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "kest/platform/Utf8.h"
+
 namespace Tallowmere {
 namespace {
 
-constexpr std::uint32_t kReplacement = 0xFFFD;
+using platform::utf8::kReplacement;
+
 constexpr std::size_t kGatheredAtMost = 1U << 16;
 
 bool isHighSurrogate(std::uint32_t unit) {
@@ -85,26 +88,8 @@ void Utf8Buffer::append(wchar_t unit) {
 }
 
 void Utf8Buffer::appendCharacter(std::uint32_t character) {
-    if (character < 0x80) {
-        put(character);
-    } else if (character < 0x800) {
-        put(0xC0 | character >> 6);
-        put(0x80 | (character & 0x3F));
-    } else if (character < 0x10000) {
-        put(0xE0 | character >> 12);
-        put(0x80 | (character >> 6 & 0x3F));
-        put(0x80 | (character & 0x3F));
-    } else {
-        put(0xF0 | character >> 18);
-        put(0x80 | (character >> 12 & 0x3F));
-        put(0x80 | (character >> 6 & 0x3F));
-        put(0x80 | (character & 0x3F));
-    }
+    platform::utf8::append(character, m_gathered);
     limit();
-}
-
-void Utf8Buffer::put(std::uint32_t byte) {
-    m_gathered.push_back(static_cast<char>(static_cast<unsigned char>(byte)));
 }
 
 /// Text that is never flushed must not grow without end.

@@ -32,7 +32,6 @@ protected:
 private:
     void append(wchar_t unit);
     void appendCharacter(std::uint32_t character);
-    void put(std::uint32_t byte);
     void limit();
     void handOn();
 

@@ -1,6 +1,5 @@
 #include "kest/text/HistoryPaths.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <string_view>
 

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstring>
 #include <string_view>
+#include <utility>
 
 #include "kest/platform/Calls.h"
 #include "kest/platform/Characters.h"

@@ -61,6 +61,15 @@ void writeLastError() {
     platform::consoleErrors() << text << std::flush;
 }
 
+/// In decimal, with zeros in front up to three digits.
+std::wstring threeDigits(unsigned int number) {
+    std::wstring digits;
+    for (; number != 0 || digits.size() < 3; number /= 10) {
+        digits.insert(digits.begin(), static_cast<wchar_t>(L'0' + number % 10));
+    }
+    return digits;
+}
+
 }  // namespace
 
 DateTimeImpl::DateTimeImpl() : m_time{} {
@@ -95,10 +104,12 @@ DateTimeImpl::DateTimeImpl(unsigned short year, unsigned short month, unsigned s
 DateTimeImpl& DateTimeImpl::operator+=(unsigned long seconds) {
     constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
     std::int64_t ticks = 0;
-    if (!toTicks(ticks)) {
+    // A count of ticks with its top bit set, which some systems give, is beyond all conversion.
+    if (!toTicks(ticks) || ticks < 0) {
         return *this;
     }
-    // Where unsigned long has 64 bits the sum may not fit; such a time is beyond the calendar anyway.
+    // Our choice: where unsigned long has 64 bits they all count. A sum that does not fit is no
+    // time of the calendar and leaves the value as it is, like one that the system refuses.
     if (seconds <= static_cast<std::uint64_t>((kMost - ticks) / kTicksPerSecond)) {
         (void)fromTicks(ticks + static_cast<std::int64_t>(seconds) * kTicksPerSecond, m_time);
     }
@@ -123,11 +134,7 @@ std::wstring DateTimeImpl::toString(bool toLocalTime, const wchar_t* dateFormat,
             // PM. In front of a last digit the milliseconds tear the second apart: "8:30:0.0070".
             position = text.size() - 1;
         }
-        std::wstring digits = std::to_wstring(shown.wMilliseconds);
-        if (digits.size() < 3) {
-            digits.insert(0, 3 - digits.size(), L'0');
-        }
-        text.insert(position, L"." + digits);
+        text.insert(position, L'.' + threeDigits(shown.wMilliseconds));
     }
     return text;
 }

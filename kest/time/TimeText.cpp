@@ -14,8 +14,8 @@ namespace {
 constexpr int kBufferUnits = 64;
 
 /// Both halves, each in a buffer of its own.
-std::wstring formatted(const SYSTEMTIME& time, const wchar_t* datePicture,
-                       const wchar_t* separator, const wchar_t* timePicture) {
+std::wstring formatted(const SYSTEMTIME& time, const wchar_t* datePicture, const wchar_t* separator,
+                       const wchar_t* timePicture) {
     wchar_t date[kBufferUnits];
     if (os().GetDateFormatW(os().GetThreadLocale(), 0, &time, datePicture, date, kBufferUnits) ==
         0) {

@@ -29,8 +29,8 @@ KEST_API std::wstring systemTimeToStringCoded(const SYSTEMTIME& time);
 /// for a time that was never recorded.
 ///
 /// `toLocalTime` shifts it by the present difference between local time and UTC, so a summer time is
-/// an hour off when it is shown in winter. A file time that is no time of the calendar fails as above,
-/// in both halves alike or in the date alone.
+/// an hour off when it is shown in winter. A file time that is no time of the calendar has no date,
+/// as above, and a time of day of zero: "-00.00.00".
 KEST_API std::wstring filetimeToString(FILETIME time, bool toLocalTime, bool human);
 
 }  // namespace Tallowmere

@@ -1,5 +1,5 @@
-// Takes the address of every function that a host may call, under its exact type: what is misspelled
-// does not compile, and what is not exported does not link.
+// Takes the address of every function that a host may call, under its exact type: what is
+// misspelled does not compile, and what is not exported does not link.
 
 #include <kest/kest.h>
 
@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -53,7 +54,9 @@ void diagnostics() {
     member<Recorder, bool() const>(&Recorder::isStreamSet);
     member<Recorder, void()>(&Recorder::flush);
     member<Recorder, Recorder&(const Text&)>(&Recorder::operator<<);
-    static_assert(std::is_copy_constructible_v<Recorder>);
+    // Anybody may copy the recorder, nobody but itself may destroy one.
+    static_assert(
+        std::is_same_v<decltype(new Recorder(std::declval<const Recorder&>())), Recorder*>);
     static_assert(!std::is_default_constructible_v<Recorder>);
 }
 

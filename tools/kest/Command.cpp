@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "Arguments.h"
+#include "FullPath.h"
 #include "Terminal.h"
 #include "TraceTap.h"
 
@@ -18,9 +19,9 @@ enum ExitStatus { done = 0, failed = 1, wrongUse = 2 };
 
 void perform(const Request& request) {
     if (request.verb == Request::Verb::copy) {
-        CopyDirectoryTransacted(request.paths[0], request.paths[1]);
+        CopyDirectoryTransacted(fullPath(request.paths[0]), fullPath(request.paths[1]));
     } else {
-        DeleteDirectoryTransacted(request.paths[0]);
+        DeleteDirectoryTransacted(fullPath(request.paths[0]));
     }
 }
 

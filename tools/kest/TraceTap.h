@@ -15,8 +15,8 @@ struct CloseFile {
 using File = std::unique_ptr<std::FILE, CloseFile>;
 
 /// While it lives, the library's trace comes here instead of the console, so that the command's
-/// standard output stays clean, and goes on into a file if there is one, as UTF-8, line by line. Our
-/// choice: the file holds the whole trace of the command, it is not rolled over.
+/// standard output stays clean, and goes on into a file if there is one, as UTF-8, line by line.
+/// Our choice: the file holds the whole trace of the command, it is not rolled over.
 ///
 /// It keeps the last ERROR line too: the library's exceptions carry their message with every
 /// character cut to its low byte, the trace has it whole.

@@ -29,16 +29,18 @@ bool isLastWeek(const SYSTEMTIME& day) {
     return day.wDay + 7 > calendar::daysInMonth(day.wYear, day.wMonth);
 }
 
-/// In how many of the years around `year` the offset changes in the same way at `date`.
-int agreement(const SYSTEMTIME& date, int year, long before, long after) {
+/// In how many of the years around `year`, the one that `change` lies in, the offset changes in the
+/// same way at `date`.
+int agreement(const SYSTEMTIME& date, int year, std::time_t change, long before, long after) {
     constexpr int kYears = 5;
     int agreeing = 0;
     for (int other = year - kYears; other <= year + kYears; ++other) {
         // A date one millisecond before midnight stands for midnight.
         const std::int64_t wall =
             (switchTicks(date, other) + calendar::kTicksPerMillisecond) / calendar::kTicksPerSecond;
-        const std::time_t change = wall - calendar::kSecondsFrom1601To1970 - before;
-        if (other != year && offsetAt(change - 1) == before && offsetAt(change) == after) {
+        const std::time_t at = wall - calendar::kSecondsFrom1601To1970 - before;
+        // The end of a year is the beginning of the next one.
+        if (at != change && offsetAt(at - 1) == before && offsetAt(at) == after) {
             ++agreeing;
         }
     }
@@ -78,7 +80,7 @@ SYSTEMTIME switchDate(std::time_t change) {
     std::size_t best = 0;
     int most = -1;
     for (std::size_t i = 0; i < count; ++i) {
-        const int agreeing = agreement(candidates[i], day.wYear, before, after);
+        const int agreeing = agreement(candidates[i], day.wYear, change, before, after);
         if (agreeing > most) {
             most = agreeing;
             best = i;

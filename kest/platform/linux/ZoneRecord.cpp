@@ -4,9 +4,9 @@
 #include <time.h>
 
 #include <cstdlib>
-#include <cstring>
 #include <iterator>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -70,28 +70,20 @@ void copyName(std::time_t at, wchar_t (&name)[32]) {
     name[length] = L'\0';
 }
 
-/// What decides which zone the C library answers for.
-struct Setting {
-    bool named = false;
-    std::string name;
+/// The file that the machine's own setting stands in, as it is now.
+struct MachineSetting {
     dev_t device = 0;
     ino_t file = 0;
     timespec changed{};
 
-    bool operator==(const Setting& other) const {
-        return named == other.named && name == other.name && device == other.device &&
-               file == other.file && changed.tv_sec == other.changed.tv_sec &&
-               changed.tv_nsec == other.changed.tv_nsec;
+    bool operator==(const MachineSetting& other) const {
+        return device == other.device && file == other.file &&
+               changed.tv_sec == other.changed.tv_sec && changed.tv_nsec == other.changed.tv_nsec;
     }
 };
 
-Setting presentSetting() {
-    Setting setting;
-    if (const char* const name = std::getenv("TZ")) {
-        setting.named = true;
-        setting.name = name;
-        return setting;
-    }
+MachineSetting machineSetting() {
+    MachineSetting setting;
     struct stat file{};
     if (stat("/etc/localtime", &file) == 0) {
         setting.device = file.st_dev;
@@ -101,11 +93,20 @@ Setting presentSetting() {
     return setting;
 }
 
+/// A record and what it was derived under.
 struct Kept {
     std::mutex mutex;
     bool filled = false;
-    Setting setting;
     Record record{};
+    /// TZ, which goes before the machine's setting.
+    std::optional<std::string> name;
+    MachineSetting machine;
+
+    bool isFor(const char* zone, const MachineSetting& setting, std::time_t now) const {
+        const bool sameName = zone == nullptr ? !name : name && *name == zone;
+        return filled && sameName && machine == setting && record.validFrom <= now &&
+               now < record.validUntil;
+    }
 };
 
 }  // namespace
@@ -175,15 +176,16 @@ Record deriveRecord(std::time_t now) {
 TIME_ZONE_INFORMATION currentRecord() {
     // Never destroyed: a trace line may be written while the process ends.
     static Kept* const s_kept = new Kept;
-    const Setting setting = presentSetting();
+    const char* const name = std::getenv("TZ");
+    const MachineSetting machine = name == nullptr ? machineSetting() : MachineSetting();
     const std::time_t now = std::time(nullptr);
 
     const std::lock_guard<std::mutex> guard(s_kept->mutex);
-    const Record& record = s_kept->record;
-    if (!s_kept->filled || !(s_kept->setting == setting) || now < record.validFrom ||
-        now >= record.validUntil) {
+    if (!s_kept->isFor(name, machine, now)) {
+        s_kept->filled = false;
         s_kept->record = deriveRecord(now);
-        s_kept->setting = setting;
+        s_kept->name = name == nullptr ? std::nullopt : std::optional<std::string>(name);
+        s_kept->machine = machine;
         s_kept->filled = true;
     }
     return s_kept->record.zone;

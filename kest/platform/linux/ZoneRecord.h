@@ -25,8 +25,9 @@ struct Record {
 /// one month of the year (Morocco).
 ///
 /// Our choice: where the offset changes once, the other switch is put at the beginning of the year,
-/// as the system's own records do it, so that every time of this year is right. Where it changes more
-/// than twice, the record holds the changes on both sides of `now`, so that the present is right.
+/// as the records of Windows do it, so that this year is right, but for at most its first or last
+/// hours. Where it changes more than twice, the record holds the changes on both sides of `now`, so
+/// that the present is right.
 Record deriveRecord(std::time_t now);
 
 /// The record of now. Kept from call to call, on every thread, until the year ends, the next switch

@@ -7,7 +7,7 @@ namespace Tallowmere::platform::testing {
 const char* nameOf(Primitive primitive) {
     static constexpr const char* kNames[] = {
         "openDirectory", "openBelow",       "describe",       "list",
-        "next",          "mayRemoveFrom",   "sameVolume",     "isEntry",
+        "next",          "mayRemoveFrom",   "mayRemove", "spelling", "sameVolume",     "isEntry",
         "makeDirectory", "makePrivateDirectory", "copyFile",  "copyFile (content)",
         "makeLink",      "adopt",           "removeFile",     "removeDirectory",
         "rename",        "exchange",        "syncVolume",     "syncDirectory",
@@ -67,8 +67,10 @@ const std::vector<DWORD>& errorsOf(Primitive primitive) {
         case Primitive::List:
         case Primitive::Next:
         case Primitive::MayRemoveFrom:
+        case Primitive::MayRemove:
         case Primitive::ReadFile:
             return kRead;
+        case Primitive::Spelling:
         case Primitive::SameVolume:
         case Primitive::IsEntry:
         case Primitive::IsPrivateOfOurs:

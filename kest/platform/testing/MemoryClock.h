@@ -17,6 +17,8 @@ enum class Primitive {
     List,
     Next,
     MayRemoveFrom,
+    MayRemove,
+    Spelling,
     SameVolume,
     IsEntry,
     MakeDirectory,

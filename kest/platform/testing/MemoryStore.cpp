@@ -327,6 +327,22 @@ void MemoryStore::syncDirectory(const MemoryPosition& directory) {
     }
 }
 
+void MemoryStore::syncBelow(const MemoryPosition& directory) {
+    Volume& volume = m_volumes[directory.volume];
+    for (Volume::Logged& logged : volume.log) {
+        const MemoryChange& change = *logged.change;
+        const auto isBelow = [&](NodeId node) {
+            return node != 0 && volume.now.isSameOrBelow(node, directory.node);
+        };
+        const bool isContent = change.what == MemoryChange::What::Write ||
+                               change.what == MemoryChange::What::Keep;
+        logged.lasts = logged.lasts ||
+                       (m_options.syncs && (isContent ? isBelow(change.node)
+                                                      : isBelow(change.parent) ||
+                                                            isBelow(change.oldParent)));
+    }
+}
+
 void MemoryStore::syncFile(const MemoryPosition& file) {
     for (Volume::Logged& logged : m_volumes[file.volume].log) {
         const bool isContent = logged.change->what == MemoryChange::What::Write;

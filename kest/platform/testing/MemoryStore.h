@@ -23,11 +23,13 @@ struct MemoryOptions {
     bool keepsPrivate = true;
     /// Whether a directory cannot be moved while one in it is being listed.
     bool listingsPin = false;
+    /// Whether syncVolume makes durable no more than what is below the directory.
+    bool syncsBelow = false;
     /// Whether what is told to be durable is. A disk that lies is there to see that tests notice.
     bool syncs = true;
 
     static MemoryOptions linux() { return {}; }
-    static MemoryOptions windows() { return {true, true, false, true, true, true}; }
+    static MemoryOptions windows() { return {true, true, false, true, true, true, true}; }
 };
 
 /// A directory or another entry, as long as it exists.
@@ -121,6 +123,7 @@ public:
     /// Carries out a change and logs it.
     void change(int volume, MemoryChange change);
     void syncVolume(int volume);
+    void syncBelow(const MemoryPosition& directory);
     void syncDirectory(const MemoryPosition& directory);
     /// The content of a file; its name is a matter of its directory.
     void syncFile(const MemoryPosition& file);

@@ -36,7 +36,9 @@ TempTree::~TempTree() {
 }
 
 std::wstring TempTree::wide(const std::string& relative) const {
-    return (m_root / relative).wstring();
+    fs::path path = m_root / relative;
+    // Behind a "\\?\" Windows takes nothing but its own separator.
+    return path.make_preferred().wstring();
 }
 
 void TempTree::makeDirectory(const std::string& relative) const {

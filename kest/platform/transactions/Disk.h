@@ -85,6 +85,19 @@ public:
     virtual DWORD list(const DirectoryPtr& directory, std::unique_ptr<Listing>& listing) = 0;
     /// Whether entries may be taken out of the directory: ERROR_ACCESS_DENIED when not.
     virtual DWORD mayRemoveFrom(const DirectoryPtr& directory) = 0;
+    /// Whether this one entry may be removed, for a disk whose entries have a say in it themselves.
+    /// What could not be destroyed after a commit is refused before it.
+    virtual DWORD mayRemove(const DirectoryPtr& parent, const std::wstring& name) {
+        (void)parent;
+        (void)name;
+        return ERROR_SUCCESS;
+    }
+    /// The name of an existing entry as the disk spells it, for a disk that finds a name in any
+    /// case. What is not there, or cannot be asked for, is answered as it was given.
+    virtual std::wstring spelling(const DirectoryPtr& parent, const std::wstring& name) {
+        (void)parent;
+        return name;
+    }
     virtual bool sameVolume(const DirectoryPtr& left, const DirectoryPtr& right) = 0;
     /// Whether `name` in `parent` still is that very directory.
     virtual bool isEntry(const DirectoryPtr& parent, const std::wstring& name,
@@ -106,6 +119,8 @@ public:
     /// Gives `directory`, which was made empty, what the system keeps about `source`: owner, mode,
     /// times and the like.
     virtual DWORD adopt(const DirectoryPtr& source, const DirectoryPtr& directory) = 0;
+    /// Removes anything that is not a directory, be it read-only or not: whether it may go was
+    /// asked before (see mayRemove).
     virtual DWORD removeFile(const DirectoryPtr& parent, const std::wstring& name) = 0;
     /// Removes an empty directory or a link to one.
     virtual DWORD removeDirectory(const DirectoryPtr& parent, const std::wstring& name) = 0;
@@ -119,7 +134,8 @@ public:
 
     // Lasting.
 
-    /// All that was written to the directory's volume survives a power cut.
+    /// All that was written below the directory survives a power cut; what else was written to its
+    /// volume does so, too, where that is the cheaper way.
     virtual DWORD syncVolume(const DirectoryPtr& directory) = 0;
     /// The directory's entries survive a power cut.
     virtual DWORD syncDirectory(const DirectoryPtr& directory) = 0;
@@ -131,8 +147,18 @@ public:
 
     // Stages.
 
-    /// ERROR_LOCK_VIOLATION while another owner holds it.
+    /// ERROR_LOCK_VIOLATION while another owner holds it. What a lock may take up in the directory
+    /// is not listed through `directory` while it is held.
     virtual DWORD lock(const DirectoryPtr& directory, std::unique_ptr<DirectoryLock>& lock) = 0;
+    /// Removes an empty directory and gives back the lock that is held on it, in the order that the
+    /// disk needs.
+    virtual DWORD removeLocked(const DirectoryPtr& parent, const std::wstring& name,
+                               std::unique_ptr<DirectoryLock> lock) {
+        // Only at the end, so that nobody comes near meanwhile.
+        const DWORD error = removeDirectory(parent, name);
+        lock.reset();
+        return error;
+    }
     /// Whether the directory is one that makePrivateDirectory made for this user: nobody else can
     /// have planted it or changed what is in it.
     virtual bool isPrivateOfOurs(const DirectoryPtr& directory) = 0;

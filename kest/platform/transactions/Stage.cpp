@@ -47,8 +47,9 @@ DWORD Stage::create(Disk& disk, const DirectoryPtr& where, std::unique_ptr<Stage
             return ERROR_SUCCESS;
         }
         // Whoever may have taken it for an orphan is removing it, too.
-        made->m_directory.reset();
-        (void)disk.removeDirectory(where, made->m_name);
+        (void)(made->m_lock != nullptr
+                   ? disk.removeLocked(where, made->m_name, std::move(made->m_lock))
+                   : disk.removeDirectory(where, made->m_name));
         if (error != ERROR_LOCK_VIOLATION && error != ERROR_FILE_NOT_FOUND) {
             return error;
         }
@@ -70,9 +71,6 @@ DWORD Stage::own() {
         // A disk that gives everybody the same rights: what is in the stage could be changed by
         // others, and nobody could tell an orphan of ours.
         error = ERROR_ACCESS_DENIED;
-    }
-    if (error != ERROR_SUCCESS) {
-        m_lock.reset();
     }
     return error;
 }
@@ -102,9 +100,7 @@ DWORD Stage::discard() {
     for (const std::wstring& name : names) {
         note(removeTree(m_disk, m_directory, name));
     }
-    note(m_disk.removeDirectory(m_where, m_name));
-    // Only now: while the lock is held nobody else comes near.
-    m_lock.reset();
+    note(m_disk.removeLocked(m_where, m_name, std::move(m_lock)));
     return first;
 }
 
@@ -178,7 +174,10 @@ DWORD meetStage(Disk& disk, const DirectoryPtr& where, const std::wstring& name,
         // It may hold somebody's only copy: better an error than a guess.
         return error;
     }
-    error = disk.syncVolume(stage.m_directory);
+    error = disk.syncDirectory(stage.m_directory);
+    if (error == ERROR_SUCCESS) {
+        error = disk.syncDirectory(where);
+    }
     if (error == ERROR_SUCCESS && isCommitted) {
         met.changed = true;
         error = finish(disk, where, stage.m_directory, journal);

@@ -149,7 +149,7 @@ private:
     bool isRemoved(const Place& place);
     Standing standing(const Place& place);
     const Kind* known(const Place& place) const;
-    DWORD kindOf(const Place& place, const Standing& standing, Kind& kind, DWORD& attributes);
+    DWORD kindOf(const Place& place, const Standing& standing, Kind& kind);
     DWORD openInStage(const DirectoryPtr& base, const std::wstring& relative,
                       DirectoryPtr& directory);
     bool isOwnStage(const std::wstring& name) const;
@@ -172,9 +172,7 @@ private:
     DWORD publish();
     DWORD changedDirectories(ChangedDirectories& directories);
     DWORD settleStage(ChangedDirectories& directories);
-    DWORD entriesOf(const ChangedDirectories& directories, std::vector<JournalEntry>& entries);
-    DWORD spellOldNames(const DirectoryPtr& directory, std::vector<JournalEntry>& entries,
-                        std::size_t number);
+    std::vector<JournalEntry> entriesOf(const ChangedDirectories& directories);
     DWORD meetRivals(const ChangedDirectories& directories,
                      const std::vector<JournalEntry>& entries);
     DWORD checkSeen(const ChangedDirectories& directories,
@@ -212,7 +210,6 @@ private:
     std::weak_ptr<View> m_lastDirectory;
     std::wstring m_lastName;
     Kind m_lastKind = Kind::File;
-    DWORD m_lastAttributes = 0;
     /// The directory that a search has just read to its end, and how many entries the disk has
     /// there; -1 when some of them are hidden.
     std::wstring m_listedDirectory;

@@ -284,14 +284,14 @@ DWORD Transaction::copyFile(const wchar_t* source, const wchar_t* destination, D
 DWORD Transaction::replaceFile(const Place& place, const Standing& source, Links links) {
     const Standing old = standing(place);
     Kind kind{};
-    WIN32_FILE_ATTRIBUTE_DATA data{};
     DWORD error = old.directory == nullptr
                       ? ERROR_ACCESS_DENIED
-                      : m_disk.describe(old.directory, old.name, kind, &data);
-    if (error == ERROR_SUCCESS &&
-        (kind == Kind::Directory || kind == Kind::DirectoryLink ||
-         (data.dwFileAttributes & FILE_ATTRIBUTE_READONLY) != 0)) {
+                      : m_disk.describe(old.directory, old.name, kind, nullptr);
+    if (error == ERROR_SUCCESS && (kind == Kind::Directory || kind == Kind::DirectoryLink)) {
         error = ERROR_ACCESS_DENIED;
+    }
+    if (error == ERROR_SUCCESS) {
+        error = m_disk.mayRemove(old.directory, old.name);
     }
     if (error == ERROR_SUCCESS) {
         error = stageFor(*place.parent);
@@ -358,7 +358,6 @@ DWORD Transaction::deleteFile(const wchar_t* path) {
     m_justCreated.clear();
     Place place;
     Kind kind{};
-    DWORD attributes = 0;
     DWORD error = checkOpen();
     if (error == ERROR_SUCCESS) {
         error = locate(path, place);
@@ -370,12 +369,11 @@ DWORD Transaction::deleteFile(const wchar_t* path) {
         return ERROR_ACCESS_DENIED;
     }
     const Standing stands = standing(place);
-    error = kindOf(place, stands, kind, attributes);
+    error = kindOf(place, stands, kind);
     if (error != ERROR_SUCCESS) {
         return error;
     }
-    if (kind == Kind::Directory || kind == Kind::DirectoryLink ||
-        (attributes & FILE_ATTRIBUTE_READONLY) != 0) {
+    if (kind == Kind::Directory || kind == Kind::DirectoryLink) {
         return ERROR_ACCESS_DENIED;
     }
     return remove(place, stands, kind);
@@ -385,7 +383,6 @@ DWORD Transaction::removeDirectory(const wchar_t* path) {
     m_justCreated.clear();
     Place place;
     Kind kind{};
-    DWORD attributes = 0;
     DWORD error = checkOpen();
     if (error == ERROR_SUCCESS) {
         error = locate(path, place);
@@ -397,15 +394,12 @@ DWORD Transaction::removeDirectory(const wchar_t* path) {
         return ERROR_BUSY;
     }
     const Standing stands = standing(place);
-    error = kindOf(place, stands, kind, attributes);
+    error = kindOf(place, stands, kind);
     if (error != ERROR_SUCCESS) {
         return error;
     }
     if (kind != Kind::Directory && kind != Kind::DirectoryLink) {
         return ERROR_DIRECTORY;
-    }
-    if ((attributes & FILE_ATTRIBUTE_READONLY) != 0) {
-        return ERROR_ACCESS_DENIED;
     }
     const std::wstring canonical = join(place.parent->canonical, place.name);
     if (kind == Kind::DirectoryLink) {
@@ -446,8 +440,12 @@ DWORD Transaction::removeDirectory(const wchar_t* path) {
 
 DWORD Transaction::remove(const Place& place, const Standing& standing, Kind kind) {
     const bool isDirectory = kind == Kind::Directory || kind == Kind::DirectoryLink;
+    DWORD error = m_disk.mayRemove(standing.directory, standing.name);
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
     if (standing.staged) {
-        const DWORD error = isDirectory ? m_disk.removeDirectory(standing.directory, standing.name)
+        error = isDirectory ? m_disk.removeDirectory(standing.directory, standing.name)
                                         : m_disk.removeFile(standing.directory, standing.name);
         if (error != ERROR_SUCCESS) {
             return error;
@@ -470,7 +468,7 @@ DWORD Transaction::remove(const Place& place, const Standing& standing, Kind kin
     if (changes == nullptr || changes->removed.empty()) {
         // Asked once for each directory: what could not be destroyed after the commit is refused
         // now.
-        const DWORD error = m_disk.mayRemoveFrom(place.parent->directory);
+        error = m_disk.mayRemoveFrom(place.parent->directory);
         if (error != ERROR_SUCCESS) {
             return error;
         }

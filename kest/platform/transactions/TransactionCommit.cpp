@@ -75,26 +75,20 @@ DWORD Transaction::commit() {
 
 DWORD Transaction::publish() {
     ChangedDirectories directories;
-    std::vector<JournalEntry> entries;
     DWORD error = changedDirectories(directories);
     if (error != ERROR_SUCCESS || directories.empty()) {
         return error;
     }
     error = settleStage(directories);
-    if (error == ERROR_SUCCESS) {
-        error = entriesOf(directories, entries);
-    }
     if (error != ERROR_SUCCESS) {
         return error;
     }
+    const std::vector<JournalEntry> entries = entriesOf(directories);
     const bool stages = std::any_of(entries.begin(), entries.end(),
                                     [](const JournalEntry& entry) { return entry.putsNew; });
     if (stages) {
         // Before anything is published: a name must never be durable before what it names.
         error = m_disk.syncVolume(m_stage->directory());
-    } else if (entries.size() > 1) {
-        // Nor old entries be in a stage that is itself not durable.
-        error = m_disk.syncDirectory(directories.front()->directory);
     }
     if (error != ERROR_SUCCESS) {
         return error;
@@ -192,52 +186,30 @@ DWORD Transaction::settleStage(ChangedDirectories& directories) {
     return error;
 }
 
-DWORD Transaction::entriesOf(const ChangedDirectories& directories,
-                             std::vector<JournalEntry>& entries) {
+std::vector<JournalEntry> Transaction::entriesOf(const ChangedDirectories& directories) {
+    std::vector<JournalEntry> entries;
     for (std::size_t i = 0; i < directories.size(); ++i) {
+        // The old entry by the disk's own spelling, so that it comes back as it was if it has to.
+        const auto spelled = [&](const std::wstring& name) {
+            return m_disk.spelling(directories[i]->directory, name);
+        };
         for (const std::wstring& name : directories[i]->removed) {
-            entries.push_back({i, name, name, m_stage->newSlot(), true, false});
+            const std::wstring old = spelled(name);
+            entries.push_back({i, old, old, m_stage->newSlot(), true, false});
         }
         for (const auto& [folded, change] : directories[i]->others) {
             if (change.what == Change::What::Staged) {
-                entries.push_back({i, change.name, change.name, change.slot, change.hadOld, true});
+                entries.push_back({i, change.name,
+                                   change.hadOld ? spelled(change.name) : change.name, change.slot,
+                                   change.hadOld, true});
             }
-        }
-        const DWORD error = spellOldNames(directories[i]->directory, entries, i);
-        if (error != ERROR_SUCCESS) {
-            return error;
         }
     }
     // What may be refused because a rival has come first is tried first: nothing has to be taken
     // back then that another rival may have replaced meanwhile.
     std::stable_partition(entries.begin(), entries.end(),
                           [](const JournalEntry& entry) { return !entry.takesOld; });
-    return ERROR_SUCCESS;
-}
-
-/// Where the disk does not tell letter case apart, finds out how it spells the names of old entries,
-/// so that they come back as they were if they have to.
-DWORD Transaction::spellOldNames(const DirectoryPtr& directory, std::vector<JournalEntry>& entries,
-                                 std::size_t number) {
-    std::unordered_map<std::wstring, JournalEntry*> olds;
-    for (JournalEntry& entry : entries) {
-        if (m_foldsCase && entry.directory == number && entry.takesOld) {
-            olds[m_disk.fold(entry.oldName)] = &entry;
-        }
-    }
-    if (olds.empty()) {
-        return ERROR_SUCCESS;
-    }
-    std::unique_ptr<Listing> listing;
-    DWORD error = m_disk.list(directory, listing);
-    Record record;
-    while (error == ERROR_SUCCESS && (error = listing->next(record)) == ERROR_SUCCESS) {
-        const auto found = olds.find(m_disk.fold(record.name));
-        if (found != olds.end()) {
-            found->second->oldName = record.name;
-        }
-    }
-    return error == ERROR_NO_MORE_FILES ? DWORD{ERROR_SUCCESS} : error;
+    return entries;
 }
 
 /// Brings what others have begun in the changed directories to its end, and refuses to interfere
@@ -373,7 +345,11 @@ DWORD Transaction::publishAll(const ChangedDirectories& directories,
         opened.push_back(changes->directory);
     }
     journal.entries = entries;
-    DWORD error = writeDraft(m_disk, stage, journal);
+    // The stage itself has to last before anything old is put into it.
+    DWORD error = m_disk.syncDirectory(directories.front()->directory);
+    if (error == ERROR_SUCCESS) {
+        error = writeDraft(m_disk, stage, journal);
+    }
     if (error == ERROR_SUCCESS) {
         error = meetRivals(directories, entries);
     }

@@ -99,7 +99,6 @@ DWORD Transaction::findNext(HANDLE handle, Search& search, WIN32_FIND_DATAW& dat
         m_lastDirectory = search.m_view;
         m_lastName = record.name;
         m_lastKind = record.kind;
-        m_lastAttributes = record.attributes;
         return fill(record, data);
     }
     if (error == ERROR_NO_MORE_FILES) {

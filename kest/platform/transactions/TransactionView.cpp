@@ -113,20 +113,15 @@ const Kind* Transaction::known(const Place& place) const {
                                                                               : nullptr;
 }
 
-DWORD Transaction::kindOf(const Place& place, const Standing& standing, Kind& kind,
-                          DWORD& attributes) {
+DWORD Transaction::kindOf(const Place& place, const Standing& standing, Kind& kind) {
     if (standing.directory == nullptr) {
         return ERROR_FILE_NOT_FOUND;
     }
     if (const Kind* const told = known(place)) {
         kind = *told;
-        attributes = m_lastAttributes;
         return ERROR_SUCCESS;
     }
-    WIN32_FILE_ATTRIBUTE_DATA data{};
-    const DWORD error = m_disk.describe(standing.directory, standing.name, kind, &data);
-    attributes = data.dwFileAttributes;
-    return error;
+    return m_disk.describe(standing.directory, standing.name, kind, nullptr);
 }
 
 /// Whether a name is that of this transaction's own stage, which is part of no view.

@@ -1,0 +1,90 @@
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <string>
+
+#include "kest/c_api.h"
+#include "kest/platform/testing/ScriptedTree.h"
+#include "kest/text/Strings.h"
+#include "kest/transacted/testing/TraceCapture.h"
+
+namespace Tallowmere {
+namespace {
+
+using platform::testing::ScriptedTree;
+
+class TransactedExports : public ::testing::Test {
+protected:
+    ~TransactedExports() override { deleteKESTArray(&error); }
+
+    testing::TraceCapture trace;
+    ScriptedTree tree;
+    wchar_t* error = nullptr;
+};
+
+TEST_F(TransactedExports, SuccessIsTrueAndLeavesNoText) {
+    wchar_t left[] = L"left from before";
+    wchar_t* result = left;
+    tree.file(L"C:\\from\\a", L"1");
+    EXPECT_TRUE(::CopyDirectoryTransacted(L"C:\\from", L"C:\\to", &result));
+    EXPECT_EQ(nullptr, result);
+    EXPECT_EQ(L"file 1", tree.snapshot()[L"C:\\to\\a"]);
+}
+
+TEST_F(TransactedExports, TheResultIsOneByte) {
+    EXPECT_EQ(1U, sizeof(::CopyDirectoryTransacted(L"", L"", &error)));
+}
+
+TEST_F(TransactedExports, FailureIsFalseAndHandsTheTextOver) {
+    EXPECT_FALSE(::CopyDirectoryTransacted(L"C:\\from", L"C:\\to", &error));
+    EXPECT_STREQ(L"Copy failed: C:\\from does not exist", error);
+    deleteKESTArray(&error);
+    EXPECT_EQ(nullptr, error);
+}
+
+TEST_F(TransactedExports, TheTextKeepsTheSystemsLineEnd) {
+    tree.file(L"C:\\from\\a");
+    tree.fail(L"CommitTransaction", ERROR_TRANSACTION_NOT_ACTIVE);
+    EXPECT_FALSE(::CopyDirectoryTransacted(L"C:\\from", L"C:\\to", &error));
+    EXPECT_EQ(convertToWString(
+                  testing::failureText(L"CommitTransaction", ERROR_TRANSACTION_NOT_ACTIVE).c_str()),
+              error);
+}
+
+TEST_F(TransactedExports, TheTextIsNullAlreadyWhileTheCopyRuns) {
+    wchar_t left[] = L"left from before";
+    wchar_t* result = left;
+    tree.before(L"CreateTransaction", [&] { EXPECT_EQ(nullptr, result); });
+    tree.file(L"C:\\from\\a");
+    EXPECT_TRUE(::CopyDirectoryTransacted(L"C:\\from", L"C:\\to", &result));
+    EXPECT_EQ(nullptr, result);
+}
+
+TEST_F(TransactedExports, EachCharacterOfTheTextIsCutToAByteAndWidenedWithItsSign) {
+    // U+00E9 is byte 0xE9, which comes back as U+FFE9; U+0141 has lost its upper byte.
+    EXPECT_FALSE(::CopyDirectoryTransacted(L"C:\\\u00E9\u0141", L"C:\\to", &error));
+    EXPECT_STREQ(L"Copy failed: C:\\\uFFE9A does not exist", error);
+    EXPECT_EQ(L"ERROR Utilities: Copy failed: C:\\\u00E9\u0141 does not exist",
+              trace.lines().back());
+}
+
+TEST_F(TransactedExports, AnyStandardExceptionIsCaught) {
+    tree.file(L"C:\\from\\a");
+    tree.before(L"CopyFileTransactedW", [] { throw std::bad_alloc(); });
+    EXPECT_FALSE(::CopyDirectoryTransacted(L"C:\\from", L"C:\\to", &error));
+    EXPECT_EQ(convertToWString(std::bad_alloc().what()), error);
+    EXPECT_EQ(1, tree.rollbacks());
+}
+
+TEST_F(TransactedExports, AForeignExceptionPassesThrough) {
+    wchar_t left[] = L"left from before";
+    wchar_t* result = left;
+    tree.file(L"C:\\from\\a");
+    tree.before(L"CopyFileTransactedW", [] { throw 42; });
+    EXPECT_THROW(::CopyDirectoryTransacted(L"C:\\from", L"C:\\to", &result), int);
+    EXPECT_EQ(nullptr, result);
+    EXPECT_TRUE(tree.isTransactionOpen());
+}
+
+}  // namespace
+}  // namespace Tallowmere

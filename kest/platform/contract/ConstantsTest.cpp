@@ -1,0 +1,199 @@
+// The numbers, sizes and layouts that the library relies on, for the system's headers and for our
+// declarations alike. All of it is checked by the compiler; the test only shows that it was.
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+#include "kest/platform/Win32.h"
+
+namespace Tallowmere::platform {
+namespace {
+
+/// A constant as a number: handles and flags have various types in the system's headers.
+template <class T>
+constexpr std::int64_t number(T value) {
+    return static_cast<std::int64_t>(value);
+}
+
+/// Without the sign that some headers give to a 32-bit code.
+template <class T>
+constexpr std::uint32_t code(T value) {
+    return static_cast<std::uint32_t>(value);
+}
+
+// Types.
+static_assert(sizeof(BOOL) == 4 && std::is_signed_v<BOOL>);
+static_assert(sizeof(BOOLEAN) == 1 && std::is_unsigned_v<BOOLEAN>);
+static_assert(sizeof(BYTE) == 1 && std::is_unsigned_v<BYTE>);
+static_assert(sizeof(WORD) == 2 && std::is_unsigned_v<WORD>);
+static_assert(sizeof(DWORD) == 4 && std::is_unsigned_v<DWORD>);
+static_assert(sizeof(LONG) == 4 && std::is_signed_v<LONG>);
+static_assert(sizeof(LCID) == 4 && std::is_unsigned_v<LCID>);
+static_assert(sizeof(HANDLE) == 8 && std::is_pointer_v<HANDLE>);
+static_assert(sizeof(HLOCAL) == 8 && std::is_pointer_v<HLOCAL>);
+static_assert(number(TRUE) == 1 && number(FALSE) == 0);
+static_assert(number(MAX_PATH) == 260);
+
+// Time records.
+static_assert(sizeof(SYSTEMTIME) == 16);
+static_assert(offsetof(SYSTEMTIME, wYear) == 0 && offsetof(SYSTEMTIME, wMonth) == 2);
+static_assert(offsetof(SYSTEMTIME, wDayOfWeek) == 4 && offsetof(SYSTEMTIME, wDay) == 6);
+static_assert(offsetof(SYSTEMTIME, wHour) == 8 && offsetof(SYSTEMTIME, wMinute) == 10);
+static_assert(offsetof(SYSTEMTIME, wSecond) == 12 && offsetof(SYSTEMTIME, wMilliseconds) == 14);
+static_assert(sizeof(FILETIME) == 8 && alignof(FILETIME) == 4);
+static_assert(offsetof(FILETIME, dwLowDateTime) == 0 && offsetof(FILETIME, dwHighDateTime) == 4);
+static_assert(offsetof(TIME_ZONE_INFORMATION, Bias) == 0);
+static_assert(offsetof(TIME_ZONE_INFORMATION, StandardName) == 4);
+static_assert(sizeof(TIME_ZONE_INFORMATION::StandardName) == 32 * sizeof(wchar_t));
+static_assert(sizeof(TIME_ZONE_INFORMATION::DaylightName) == 32 * sizeof(wchar_t));
+static_assert(offsetof(TIME_ZONE_INFORMATION, StandardDate) == 4 + 32 * sizeof(wchar_t));
+static_assert(offsetof(TIME_ZONE_INFORMATION, StandardBias) == 20 + 32 * sizeof(wchar_t));
+static_assert(offsetof(TIME_ZONE_INFORMATION, DaylightName) == 24 + 32 * sizeof(wchar_t));
+static_assert(offsetof(TIME_ZONE_INFORMATION, DaylightDate) == 24 + 64 * sizeof(wchar_t));
+static_assert(offsetof(TIME_ZONE_INFORMATION, DaylightBias) == 40 + 64 * sizeof(wchar_t));
+static_assert(sizeof(TIME_ZONE_INFORMATION) == 44 + 64 * sizeof(wchar_t));
+
+// File records.
+static_assert(sizeof(WIN32_FILE_ATTRIBUTE_DATA) == 36);
+static_assert(offsetof(WIN32_FILE_ATTRIBUTE_DATA, dwFileAttributes) == 0);
+static_assert(offsetof(WIN32_FILE_ATTRIBUTE_DATA, ftCreationTime) == 4);
+static_assert(offsetof(WIN32_FILE_ATTRIBUTE_DATA, ftLastAccessTime) == 12);
+static_assert(offsetof(WIN32_FILE_ATTRIBUTE_DATA, ftLastWriteTime) == 20);
+static_assert(offsetof(WIN32_FILE_ATTRIBUTE_DATA, nFileSizeHigh) == 28);
+static_assert(offsetof(WIN32_FILE_ATTRIBUTE_DATA, nFileSizeLow) == 32);
+static_assert(offsetof(WIN32_FIND_DATAW, dwFileAttributes) == 0);
+static_assert(offsetof(WIN32_FIND_DATAW, nFileSizeHigh) == 28);
+static_assert(offsetof(WIN32_FIND_DATAW, nFileSizeLow) == 32);
+static_assert(offsetof(WIN32_FIND_DATAW, dwReserved0) == 36);
+static_assert(offsetof(WIN32_FIND_DATAW, dwReserved1) == 40);
+static_assert(offsetof(WIN32_FIND_DATAW, cFileName) == 44);
+static_assert(sizeof(WIN32_FIND_DATAW::cFileName) == 260 * sizeof(wchar_t));
+static_assert(offsetof(WIN32_FIND_DATAW, cAlternateFileName) == 44 + 260 * sizeof(wchar_t));
+static_assert(sizeof(WIN32_FIND_DATAW::cAlternateFileName) == 14 * sizeof(wchar_t));
+
+// Message texts: the two combinations of flags that the library asks with.
+static_assert(number(FORMAT_MESSAGE_ALLOCATE_BUFFER) == 0x100);
+static_assert(number(FORMAT_MESSAGE_IGNORE_INSERTS) == 0x200);
+static_assert(number(FORMAT_MESSAGE_FROM_HMODULE) == 0x800);
+static_assert(number(FORMAT_MESSAGE_FROM_SYSTEM) == 0x1000);
+static_assert((FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_HMODULE |
+               FORMAT_MESSAGE_IGNORE_INSERTS) == 0x0B00);
+static_assert((FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM |
+               FORMAT_MESSAGE_IGNORE_INSERTS) == 0x1300);
+
+// Waiting.
+static_assert(code(INFINITE) == 0xFFFFFFFF);
+static_assert(code(WAIT_OBJECT_0) == 0);
+static_assert(code(WAIT_ABANDONED) == 0x80);
+static_assert(code(WAIT_TIMEOUT) == 0x102);
+static_assert(code(WAIT_FAILED) == 0xFFFFFFFF);
+
+// Time zones and locales.
+static_assert(code(TIME_ZONE_ID_UNKNOWN) == 0);
+static_assert(code(TIME_ZONE_ID_STANDARD) == 1);
+static_assert(code(TIME_ZONE_ID_DAYLIGHT) == 2);
+static_assert(code(TIME_ZONE_ID_INVALID) == 0xFFFFFFFF);
+static_assert(code(LOCALE_NEUTRAL) == 0);
+static_assert(code(LOCALE_USER_DEFAULT) == 0x400);
+static_assert(code(LOCALE_SYSTEM_DEFAULT) == 0x800);
+static_assert(code(LOCALE_CUSTOM_DEFAULT) == 0xC00);
+static_assert(code(LOCALE_CUSTOM_UNSPECIFIED) == 0x1000);
+
+// Files.
+static_assert(code(GENERIC_READ) == 0x80000000);
+static_assert(code(FILE_SHARE_READ) == 1);
+static_assert(code(FILE_SHARE_WRITE) == 2);
+static_assert(code(FILE_SHARE_DELETE) == 4);
+static_assert(code(OPEN_EXISTING) == 3);
+static_assert(code(FILE_FLAG_BACKUP_SEMANTICS) == 0x02000000);
+static_assert(code(FILE_ATTRIBUTE_READONLY) == 0x1);
+static_assert(code(FILE_ATTRIBUTE_HIDDEN) == 0x2);
+static_assert(code(FILE_ATTRIBUTE_SYSTEM) == 0x4);
+static_assert(code(FILE_ATTRIBUTE_DIRECTORY) == 0x10);
+static_assert(code(FILE_ATTRIBUTE_ARCHIVE) == 0x20);
+static_assert(code(FILE_ATTRIBUTE_NORMAL) == 0x80);
+static_assert(code(FILE_ATTRIBUTE_REPARSE_POINT) == 0x400);
+static_assert(code(INVALID_FILE_ATTRIBUTES) == 0xFFFFFFFF);
+static_assert(code(IO_REPARSE_TAG_MOUNT_POINT) == 0xA0000003);
+static_assert(code(IO_REPARSE_TAG_SYMLINK) == 0xA000000C);
+static_assert(code(COPY_FILE_FAIL_IF_EXISTS) == 0x1);
+static_assert(code(COPY_FILE_COPY_SYMLINK) == 0x800);
+static_assert(code(SYMBOLIC_LINK_FLAG_DIRECTORY) == 0x1);
+static_assert(number(GetFileExInfoStandard) == 0);
+static_assert(number(FindExInfoStandard) == 0);
+static_assert(number(FindExInfoBasic) == 1);
+static_assert(number(FindExSearchNameMatch) == 0);
+static_assert(number(FindExSearchLimitToDirectories) == 1);
+
+// Error codes.
+static_assert(code(ERROR_SUCCESS) == 0);
+static_assert(code(ERROR_INVALID_FUNCTION) == 1);
+static_assert(code(ERROR_FILE_NOT_FOUND) == 2);
+static_assert(code(ERROR_PATH_NOT_FOUND) == 3);
+static_assert(code(ERROR_TOO_MANY_OPEN_FILES) == 4);
+static_assert(code(ERROR_ACCESS_DENIED) == 5);
+static_assert(code(ERROR_INVALID_HANDLE) == 6);
+static_assert(code(ERROR_NOT_ENOUGH_MEMORY) == 8);
+static_assert(code(ERROR_INVALID_DATA) == 13);
+static_assert(code(ERROR_OUTOFMEMORY) == 14);
+static_assert(code(ERROR_INVALID_DRIVE) == 15);
+static_assert(code(ERROR_CURRENT_DIRECTORY) == 16);
+static_assert(code(ERROR_NOT_SAME_DEVICE) == 17);
+static_assert(code(ERROR_NO_MORE_FILES) == 18);
+static_assert(code(ERROR_WRITE_PROTECT) == 19);
+static_assert(code(ERROR_BAD_UNIT) == 20);
+static_assert(code(ERROR_NOT_READY) == 21);
+static_assert(code(ERROR_GEN_FAILURE) == 31);
+static_assert(code(ERROR_SHARING_VIOLATION) == 32);
+static_assert(code(ERROR_LOCK_VIOLATION) == 33);
+static_assert(code(ERROR_HANDLE_DISK_FULL) == 39);
+static_assert(code(ERROR_NOT_SUPPORTED) == 50);
+static_assert(code(ERROR_FILE_EXISTS) == 80);
+static_assert(code(ERROR_CANNOT_MAKE) == 82);
+static_assert(code(ERROR_INVALID_PARAMETER) == 87);
+static_assert(code(ERROR_BROKEN_PIPE) == 109);
+static_assert(code(ERROR_DISK_FULL) == 112);
+static_assert(code(ERROR_CALL_NOT_IMPLEMENTED) == 120);
+static_assert(code(ERROR_INSUFFICIENT_BUFFER) == 122);
+static_assert(code(ERROR_INVALID_NAME) == 123);
+static_assert(code(ERROR_MOD_NOT_FOUND) == 126);
+static_assert(code(ERROR_PROC_NOT_FOUND) == 127);
+static_assert(code(ERROR_DIR_NOT_EMPTY) == 145);
+static_assert(code(ERROR_BAD_PATHNAME) == 161);
+static_assert(code(ERROR_BUSY) == 170);
+static_assert(code(ERROR_ALREADY_EXISTS) == 183);
+static_assert(code(ERROR_FILENAME_EXCED_RANGE) == 206);
+static_assert(code(ERROR_FILE_TOO_LARGE) == 223);
+static_assert(code(ERROR_MORE_DATA) == 234);
+static_assert(code(ERROR_DIRECTORY) == 267);
+static_assert(code(ERROR_NOT_OWNER) == 288);
+static_assert(code(ERROR_MR_MID_NOT_FOUND) == 317);
+static_assert(code(ERROR_OPERATION_ABORTED) == 995);
+static_assert(code(ERROR_INVALID_FLAGS) == 1004);
+static_assert(code(ERROR_IO_DEVICE) == 1117);
+static_assert(code(ERROR_TOO_MANY_LINKS) == 1142);
+static_assert(code(ERROR_NOT_FOUND) == 1168);
+static_assert(code(ERROR_DISK_QUOTA_EXCEEDED) == 1295);
+static_assert(code(ERROR_PRIVILEGE_NOT_HELD) == 1314);
+static_assert(code(ERROR_FILE_CORRUPT) == 1392);
+static_assert(code(ERROR_NO_SYSTEM_RESOURCES) == 1450);
+static_assert(code(ERROR_RESOURCE_TYPE_NOT_FOUND) == 1813);
+static_assert(code(ERROR_RESOURCE_LANG_NOT_FOUND) == 1815);
+static_assert(code(ERROR_CANT_RESOLVE_FILENAME) == 1921);
+static_assert(code(ERROR_NOT_A_REPARSE_POINT) == 4390);
+static_assert(code(ERROR_INVALID_TRANSACTION) == 6700);
+static_assert(code(ERROR_TRANSACTION_NOT_ACTIVE) == 6701);
+static_assert(code(ERROR_TRANSACTION_ALREADY_ABORTED) == 6704);
+static_assert(code(ERROR_TRANSACTION_ALREADY_COMMITTED) == 6705);
+static_assert(code(ERROR_TRANSACTIONAL_CONFLICT) == 6800);
+
+TEST(ConstantsContract, TheInvalidHandleIsAllOnes) {
+    // An address, which the compiler cannot compare.
+    EXPECT_EQ(UINT64_MAX, reinterpret_cast<std::uintptr_t>(INVALID_HANDLE_VALUE));
+}
+
+}  // namespace
+}  // namespace Tallowmere::platform

@@ -1,0 +1,141 @@
+// What is particular to this system's mutexes; what they share with Windows is in contract/.
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <latch>
+#include <thread>
+
+#include "kest/platform/Calls.h"
+#include "kest/platform/HandleTable.h"
+#include "kest/platform/linux/testing/FailingAllocation.h"
+#include "kest/sync/Lock.h"
+
+namespace Tallowmere::platform {
+namespace {
+
+using testing::FailingAllocation;
+
+TEST(LinuxSync, RefusesANamedMutex) {
+    EXPECT_EQ(nullptr, os().CreateMutexW(nullptr, FALSE, L"Tallowmere"));
+    EXPECT_EQ(50U, os().GetLastError());
+}
+
+TEST(LinuxSync, RefusesAHandleOfAnotherKind) {
+    int object = 0;
+    const HANDLE transaction = issueHandle(HandleKind::Search, &object);
+    EXPECT_EQ(WAIT_FAILED, os().WaitForSingleObject(transaction, 0));
+    EXPECT_EQ(6U, os().GetLastError());
+    os().SetLastError(0);
+    EXPECT_FALSE(os().ReleaseMutex(transaction));
+    EXPECT_EQ(6U, os().GetLastError());
+    EXPECT_EQ(&object, retireHandle(transaction, HandleKind::Search));
+}
+
+TEST(LinuxSync, GivesEachHandleBack) {
+    const int before = openHandles(HandleKind::Mutex);
+    {
+        const Lock first;
+        const Lock second;
+        EXPECT_EQ(before + 2, openHandles(HandleKind::Mutex));
+    }
+    EXPECT_EQ(before, openHandles(HandleKind::Mutex));
+}
+
+TEST(LinuxSync, DoesNotGiveAMutexToWhoWaitsWhileItIsClosed) {
+    for (const DWORD timeout : {DWORD{60000}, INFINITE}) {
+        const HANDLE mutex = os().CreateMutexW(nullptr, TRUE, nullptr);
+        std::latch started(1);
+        std::thread waiting([&] {
+            started.count_down();
+            EXPECT_EQ(WAIT_FAILED, os().WaitForSingleObject(mutex, timeout));
+            EXPECT_EQ(6U, os().GetLastError());
+            EXPECT_FALSE(os().ReleaseMutex(mutex));
+        });
+        started.wait();
+        EXPECT_TRUE(os().CloseHandle(mutex));
+        waiting.join();
+        // Whatever memory it has, the next one is free.
+        const HANDLE next = os().CreateMutexW(nullptr, FALSE, nullptr);
+        std::thread([&] {
+            EXPECT_EQ(WAIT_OBJECT_0, os().WaitForSingleObject(next, INFINITE));
+            EXPECT_TRUE(os().ReleaseMutex(next));
+        }).join();
+        EXPECT_TRUE(os().CloseHandle(next));
+    }
+}
+
+TEST(LinuxSync, SaysSoWhenMemoryRunsOut) {
+    const int before = openHandles(HandleKind::Mutex);
+    // So many that those that lie ready are used up and more are needed.
+    HANDLE mutexes[2000];
+    int made = 0;
+    HANDLE failed = INVALID_HANDLE_VALUE;
+    {
+        const FailingAllocation noMemory(1);
+        while (made < 2000 && failed != nullptr) {
+            failed = os().CreateMutexW(nullptr, FALSE, nullptr);
+            if (failed != nullptr) {
+                mutexes[made++] = failed;
+            }
+        }
+    }
+    ASSERT_EQ(nullptr, failed);
+    EXPECT_EQ(8U, os().GetLastError());
+    EXPECT_EQ(before + made, openHandles(HandleKind::Mutex));
+    for (int i = 0; i < made; ++i) {
+        EXPECT_TRUE(os().CloseHandle(mutexes[i]));
+    }
+}
+
+TEST(LinuxSync, MakesALockThatCannotBeAcquiredWhenMemoryRunsOut) {
+    alignas(Lock) unsigned char memory[sizeof(Lock)];
+    Lock* lock = nullptr;
+    int failed = 0;
+    {
+        const FailingAllocation noMemory(1);
+        lock = new (memory) Lock;
+        failed = noMemory.failed();
+    }
+    EXPECT_EQ(1, failed);
+    EXPECT_FALSE(lock->acquire(0));
+    EXPECT_FALSE(lock->release());
+    EXPECT_FALSE(LockGuard(*lock, -1).acquired());
+    lock->~Lock();
+}
+
+TEST(LinuxSync, NumbersThreadsAsTheKernelDoes) {
+    EXPECT_EQ(static_cast<DWORD>(gettid()), os().GetCurrentThreadId());
+    std::thread([] {
+        EXPECT_EQ(static_cast<DWORD>(gettid()), os().GetCurrentThreadId());
+    }).join();
+}
+
+TEST(LinuxSync, NumbersTheThreadOfAChildProcessAnew) {
+    (void)os().GetCurrentThreadId();
+    const pid_t child = fork();
+    if (child == 0) {
+        _exit(os().GetCurrentThreadId() == static_cast<DWORD>(gettid()) ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(child, waitpid(child, &status, 0));
+    EXPECT_EQ(0, status);
+}
+
+TEST(LinuxSync, DoesNotLetAChildProcessReleaseWhatItsParentOwns) {
+    const HANDLE mutex = os().CreateMutexW(nullptr, TRUE, nullptr);
+    const pid_t child = fork();
+    if (child == 0) {
+        const bool released = os().ReleaseMutex(mutex) != FALSE;
+        _exit(!released && os().GetLastError() == ERROR_NOT_OWNER ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(child, waitpid(child, &status, 0));
+    EXPECT_EQ(0, status);
+    EXPECT_TRUE(os().ReleaseMutex(mutex));
+    EXPECT_TRUE(os().CloseHandle(mutex));
+}
+
+}  // namespace
+}  // namespace Tallowmere::platform

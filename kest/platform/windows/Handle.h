@@ -1,0 +1,56 @@
+#pragma once
+
+#include <string>
+#include <utility>
+
+#include "kest/platform/Win32.h"
+
+namespace Tallowmere::platform {
+
+/// Owns a handle of the file system, which is invalid when all ones.
+class Handle {
+public:
+    explicit Handle(HANDLE handle = INVALID_HANDLE_VALUE) : m_handle(handle) {}
+    Handle(Handle&& other) noexcept
+        : m_handle(std::exchange(other.m_handle, INVALID_HANDLE_VALUE)) {}
+    Handle& operator=(Handle&& other) noexcept {
+        std::swap(m_handle, other.m_handle);
+        return *this;
+    }
+    ~Handle() { close(); }
+
+    explicit operator bool() const { return m_handle != INVALID_HANDLE_VALUE; }
+    HANDLE get() const { return m_handle; }
+    void close() {
+        if (m_handle != INVALID_HANDLE_VALUE) {
+            ::CloseHandle(std::exchange(m_handle, INVALID_HANDLE_VALUE));
+        }
+    }
+
+private:
+    HANDLE m_handle;
+};
+
+/// Stands in the way of nobody.
+inline constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
+/// Opens an existing entry of any kind, a link itself and not what it leads to.
+inline Handle openEntry(const std::wstring& path, DWORD access) {
+    return Handle(::CreateFileW(path.c_str(), access, kShareAll, nullptr, OPEN_EXISTING,
+                                FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT,
+                                nullptr));
+}
+
+/// Gives the thread its last error back at the end of a scope.
+class LastErrorKept {
+public:
+    LastErrorKept() : m_error(::GetLastError()) {}
+    ~LastErrorKept() { ::SetLastError(m_error); }
+    LastErrorKept(const LastErrorKept&) = delete;
+    LastErrorKept& operator=(const LastErrorKept&) = delete;
+
+private:
+    DWORD m_error;
+};
+
+}  // namespace Tallowmere::platform

@@ -44,9 +44,10 @@ protected:
                ", " + kSpans[static_cast<int>(span)];
     }
 
-    /// Runs the operation with each fault of a span in turn.
-    template <class Check>
-    static int sweep(const Trial& trial, MemoryFaultSpan span, Check check) {
+    /// Runs the operation with each fault of a span in turn. `meanwhile` is called before each later
+    /// step that changes something, `check` in the end.
+    template <class Meanwhile, class Check>
+    static int sweep(const Trial& trial, MemoryFaultSpan span, Meanwhile meanwhile, Check check) {
         int runs = 0;
         for (std::size_t step = 0; step < trial.steps.size(); ++step) {
             if (span == MemoryFaultSpan::SamePrimitive &&
@@ -55,17 +56,26 @@ protected:
                 continue;
             }
             for (const DWORD error : errorsOf(trial.steps[step])) {
+                const int number = static_cast<int>(step) + 1;
+                // A tree that seems to be a volume of its own has the stage within, where the look
+                // that follows does not go.
+                const bool seemsMounted = trial.steps[step] == Primitive::SameVolume;
+                const std::string how = text(number, trial.steps[step], error, span);
                 MemoryStore store = trial.start;
                 DWORD answer = ERROR_SUCCESS;
                 {
                     MemoryDisk disk(store);
-                    disk.clock.failAt(static_cast<int>(step) + 1, error, span);
+                    disk.clock.failAt(number, error, span);
+                    disk.clock.watch = [&](int now, Primitive primitive) {
+                        if (now > number && changes(primitive) && !seemsMounted) {
+                            meanwhile(store, how + ", before step " + std::to_string(now) + " (" +
+                                                 nameOf(primitive) + ")");
+                        }
+                    };
                     answer = operate(trial.scenario, disk);
                 }
                 ++runs;
-                check(store, answer,
-                      text(static_cast<int>(step) + 1, trial.steps[step], error, span),
-                      trial.steps[step]);
+                check(store, answer, how, trial.steps[step]);
                 if (HasFailure()) {
                     return runs;
                 }
@@ -80,6 +90,9 @@ TEST_P(FailureTest, OnceEachStep) {
     ASSERT_EQ(0U, trial.answer);
     Recoveries recoveries(trial, false, {});
     const int runs = sweep(trial, MemoryFaultSpan::Once,
+                           [&](const MemoryStore& store, const std::string& how) {
+                               recoveries.addCuts(store, Expected::OldOrNew, how);
+                           },
                            [&](const MemoryStore& store, DWORD answer, const std::string& how,
                                Primitive failed) {
                                const bool isDone = answer == ERROR_SUCCESS;
@@ -92,8 +105,6 @@ TEST_P(FailureTest, OnceEachStep) {
                                recoveries.addLeft(store, isDone ? Expected::New : Expected::Old,
                                                   how + ", answered " + std::to_string(answer));
                                if (failed == Primitive::SameVolume) {
-                                   // A tree that seemed to be a volume of its own had the stage
-                                   // within, where this look does not go.
                                    return;
                                }
                                recoveries.addCuts(store, isDone ? Expected::New : Expected::Old,
@@ -111,7 +122,7 @@ TEST_P(FailureTest, EachTimeFromAStepOn) {
     ASSERT_EQ(0U, trial.answer);
     Recoveries recoveries(trial, false, {});
     const int runs = sweep(
-        trial, MemoryFaultSpan::SamePrimitive,
+        trial, MemoryFaultSpan::SamePrimitive, [](const MemoryStore&, const std::string&) {},
         [&](const MemoryStore& store, DWORD answer, const std::string& how, Primitive) {
             recoveries.addLeft(store, answer == ERROR_SUCCESS ? Expected::New : Expected::Old,
                                how + ", answered " + std::to_string(answer));
@@ -127,7 +138,7 @@ TEST_P(FailureTest, EverythingFromAStepOn) {
     ASSERT_EQ(0U, trial.answer);
     Recoveries recoveries(trial, false, {});
     const int runs = sweep(
-        trial, MemoryFaultSpan::Everything,
+        trial, MemoryFaultSpan::Everything, [](const MemoryStore&, const std::string&) {},
         [&](const MemoryStore& store, DWORD answer, const std::string& how, Primitive) {
             recoveries.addLeft(store, answer == ERROR_SUCCESS ? Expected::New : Expected::OldOrNew,
                                how + ", answered " + std::to_string(answer));

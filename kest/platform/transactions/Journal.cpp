@@ -265,8 +265,7 @@ DWORD undo(Disk& disk, const DirectoryPtr& stage, const std::vector<DirectoryPtr
 }
 
 DWORD giveUpJournal(Disk& disk, const DirectoryPtr& stage) {
-    const DWORD error = disk.writeFile(stage, kGivenUp, std::string());
-    return error == ERROR_SUCCESS ? disk.syncDirectory(stage) : error;
+    return disk.writeFile(stage, kGivenUp, std::string());
 }
 
 DWORD isJournalGivenUp(Disk& disk, const DirectoryPtr& stage, bool& isGivenUp) {

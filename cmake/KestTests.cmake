@@ -32,6 +32,12 @@ function(kest_add_tests target)
                          PROPERTIES TIMEOUT 300 ${ARGN})
 endfunction()
 
+if(KEST_SANITIZERS MATCHES "thread")
+    # The thread sanitizer's run-time brings operators new and delete of its own, which cannot be made
+    # to fail. What tests the two stand-ins without memory runs in every other build.
+    list(FILTER kest_tests EXCLUDE
+         REGEX "linux/testing/FailingAllocation|linux/ErrorsTest|linux/SyncTest")
+endif()
 add_executable(kest_tests ${kest_tests})
 target_link_libraries(kest_tests PRIVATE kest_objects kest_boost)
 target_compile_definitions(kest_tests PRIVATE KEST_SOURCE_DIR="${CMAKE_CURRENT_SOURCE_DIR}")

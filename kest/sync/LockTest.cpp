@@ -7,7 +7,6 @@
 #include <cstddef>
 #include <cstring>
 #include <functional>
-#include <latch>
 #include <new>
 #include <string>
 #include <thread>
@@ -16,6 +15,7 @@
 
 #include "kest/platform/testing/CallLog.h"
 #include "kest/platform/testing/FaultSweep.h"
+#include "kest/platform/testing/Latch.h"
 #include "kest/platform/testing/ScopedCall.h"
 #include "kest/sync/LockImpl.h"
 
@@ -73,8 +73,8 @@ public:
     }
 
 private:
-    std::latch m_held{1};
-    std::latch m_told{1};
+    platform::testing::Latch m_held{1};
+    platform::testing::Latch m_told{1};
     std::thread m_thread;
 };
 
@@ -172,8 +172,8 @@ TEST(Lock, IsAcquiredAgainByTheOwnerOfAnAbandonedMutex) {
 TEST(Lock, WakesAWaitingThreadWhenItsOwnerEnds) {
     for (const int timeout : {60000, -1}) {
         Lock lock;
-        std::latch held(1);
-        std::latch told(1);
+        platform::testing::Latch held(1);
+        platform::testing::Latch told(1);
         std::thread owner([&] {
             EXPECT_TRUE(lock.acquire(-1));
             held.count_down();
@@ -247,11 +247,11 @@ TEST(Lock, MakesTheCallsInOrder) {
         EXPECT_TRUE(lock.release());
         const LockGuard guard(lock, -1);
     }
-    EXPECT_EQ((std::vector<std::wstring>{
-                  L"CreateMutexW(null, 0, null)", L"WaitForSingleObject(#1, 250)",
-                  L"ReleaseMutex(#1)", L"WaitForSingleObject(#1, 4294967295)", L"ReleaseMutex(#1)",
-                  L"CloseHandle(#1)"}),
-              log.calls());
+    EXPECT_EQ(
+        (std::vector<std::wstring>{L"CreateMutexW(null, 0, null)", L"WaitForSingleObject(#1, 250)",
+                                   L"ReleaseMutex(#1)", L"WaitForSingleObject(#1, 4294967295)",
+                                   L"ReleaseMutex(#1)", L"CloseHandle(#1)"}),
+        log.calls());
 }
 
 TEST(Lock, PassesTheTimeoutOnAsAnUnsignedValue) {
@@ -269,7 +269,8 @@ TEST(Lock, PassesTheTimeoutOnAsAnUnsignedValue) {
 
 TEST(Lock, IsAcquiredByOneAnswerOnly) {
     Lock lock;
-    for (const DWORD answer : {DWORD{WAIT_TIMEOUT}, DWORD{WAIT_ABANDONED}, DWORD{WAIT_FAILED}, DWORD{1}}) {
+    for (const DWORD answer :
+         {DWORD{WAIT_TIMEOUT}, DWORD{WAIT_ABANDONED}, DWORD{WAIT_FAILED}, DWORD{1}}) {
         const ScopedCall<&Calls::WaitForSingleObject> wait(
             [&](HANDLE, DWORD) { return static_cast<DWORD>(answer); });
         EXPECT_FALSE(lock.acquire(0));
@@ -281,9 +282,8 @@ TEST(Lock, IsAcquiredByOneAnswerOnly) {
 }
 
 TEST(Lock, WithoutAMutexAnswersFalseAndAsksNobody) {
-    const ScopedCall<&Calls::CreateMutexW> create([](auto...) {
-        return failing<HANDLE>(nullptr, ERROR_NO_SYSTEM_RESOURCES);
-    });
+    const ScopedCall<&Calls::CreateMutexW> create(
+        [](auto...) { return failing<HANDLE>(nullptr, ERROR_NO_SYSTEM_RESOURCES); });
     CallLog log(Sync | Transactions);
     {
         Lock lock;
@@ -347,7 +347,7 @@ TEST(Lock, LetsOneThreadInAtATime) {
     Lock lock;
     // Not atomic on purpose: the lock alone protects it.
     int counter = 0;
-    std::latch start(kThreads);
+    platform::testing::Latch start(kThreads);
     std::vector<std::thread> threads;
     for (int i = 0; i < kThreads; ++i) {
         threads.emplace_back([&, i] {

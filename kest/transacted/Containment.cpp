@@ -120,7 +120,8 @@ Relation relationOfFinalPaths(std::wstring_view path, std::wstring_view top) {
 }
 
 /// Nothing when one of the two cannot be resolved.
-std::optional<Relation> relationOnDisk(const std::wstring& source, const std::wstring& destination) {
+std::optional<Relation> relationOnDisk(const std::wstring& source,
+                                       const std::wstring& destination) {
     Resolver resolver;
     std::wstring top;
     if (resolver.resolve(source, top) != Resolution::Resolved) {
@@ -130,7 +131,8 @@ std::optional<Relation> relationOnDisk(const std::wstring& source, const std::ws
     Resolution resolution = resolver.resolve(destination, found);
     if (resolution == Resolution::Resolved) {
         const Relation relation = relationOfFinalPaths(found, top);
-        if (relation != Relation::Apart) {
+        // The root of a drive has nothing above it, however it was called.
+        if (relation != Relation::Apart || isSeparator(found.back())) {
             return relation;
         }
     }

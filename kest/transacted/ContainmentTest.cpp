@@ -41,10 +41,10 @@ protected:
             refuseCopyIntoItself(source, destination);
         } catch (const std::runtime_error& failure) {
             EXPECT_EQ(0U, tree.openFiles());
-            EXPECT_EQ((Lines{L"ERROR Utilities: " + std::wstring(failure.what(),
-                                                                 failure.what() +
-                                                                     std::strlen(failure.what()))}),
-                      trace.lines());
+            EXPECT_EQ(
+                (Lines{L"ERROR Utilities: " +
+                       std::wstring(failure.what(), failure.what() + std::strlen(failure.what()))}),
+                trace.lines());
             const std::string text = failure.what();
             return text == "Copy failed: " + to + " is the same as " + from ? "same"
                    : text == "Copy failed: " + to + " is inside " + from    ? "inside"

@@ -108,19 +108,18 @@ TEST_F(CopyTree, TracesEachStep) {
     tree.file(L"C:\\from\\sub\\deep.txt");
     tree.file(L"C:\\from\\file");
     EXPECT_EQ("", copy(L"C:\\from", L"C:\\to"));
-    EXPECT_EQ(
-        (Lines{
-            isMissing,
-            L"INFO TransactedFS: CreateDirectoryTransacted C:\\to",
-            isMissing,
-            L"INFO TransactedFS: CopyFileTransacted C:\\from\\sub -> C:\\to\\sub",
-            L"INFO TransactedFS: CreateDirectoryTransacted C:\\to\\sub",
-            isMissing,
-            L"INFO TransactedFS: CopyFileTransacted C:\\from\\sub\\deep.txt -> "
-            L"C:\\to\\sub\\deep.txt",
-            L"INFO TransactedFS: CopyFileTransacted C:\\from\\file -> C:\\to\\file",
-        }),
-        trace.lines());
+    EXPECT_EQ((Lines{
+                  isMissing,
+                  L"INFO TransactedFS: CreateDirectoryTransacted C:\\to",
+                  isMissing,
+                  L"INFO TransactedFS: CopyFileTransacted C:\\from\\sub -> C:\\to\\sub",
+                  L"INFO TransactedFS: CreateDirectoryTransacted C:\\to\\sub",
+                  isMissing,
+                  L"INFO TransactedFS: CopyFileTransacted C:\\from\\sub\\deep.txt -> "
+                  L"C:\\to\\sub\\deep.txt",
+                  L"INFO TransactedFS: CopyFileTransacted C:\\from\\file -> C:\\to\\file",
+              }),
+              trace.lines());
 }
 
 TEST_F(CopyTree, CopiesWhatThereIs) {
@@ -260,16 +259,15 @@ TEST_F(CopyTree, AJunctionBecomesASymbolicLinkToItsResolvedTarget) {
     EXPECT_FALSE(wasMade(L"CopyFileTransactedW"));
     Lines calls = tree.calls();
     calls.erase(calls.begin(), calls.end() - 6);
-    EXPECT_EQ(
-        (Lines{
-            L"CreateFileW(\"C:\\from\\junction\", 2147483648, 1, null, 3, 33554432, null)",
-            L"GetFinalPathNameByHandleW(F3, data, 32768, 0)",
-            L"CloseHandle(F3)",
-            L"CreateSymbolicLinkTransactedW(\"C:\\to\\junction\", \"\\\\?\\D:\\Real\", 1, T)",
-            L"FindNextFileW(S1, data)",
-            L"CommitTransaction(T)",
-        }),
-        calls);
+    EXPECT_EQ((Lines{
+                  L"CreateFileW(\"C:\\from\\junction\", 2147483648, 1, null, 3, 33554432, null)",
+                  L"GetFinalPathNameByHandleW(F3, data, 32768, 0)",
+                  L"CloseHandle(F3)",
+                  L"CreateSymbolicLinkTransactedW(\"C:\\to\\junction\", \"\\\\?\\D:\\Real\", 1, T)",
+                  L"FindNextFileW(S1, data)",
+                  L"CommitTransaction(T)",
+              }),
+              calls);
     EXPECT_EQ(L"INFO TransactedFS: CopyFileTransacted C:\\from\\junction -> C:\\to\\junction",
               trace.lines().back());
 }
@@ -285,8 +283,9 @@ TEST_F(CopyTree, ALinkToAFileIsCopiedAsItIs) {
     tree.link(L"C:\\from\\link", L"C:\\nowhere", false);
     EXPECT_EQ("", copy(L"C:\\from", L"C:\\to"));
     EXPECT_EQ(L"link C:\\nowhere", tree.snapshot()[L"C:\\to\\link"]);
-    EXPECT_TRUE(wasMade(L"CopyFileTransactedW(\"C:\\from\\link\", \"C:\\to\\link\", null, null, "
-                        L"null, 2048, T)"));
+    EXPECT_TRUE(
+        wasMade(L"CopyFileTransactedW(\"C:\\from\\link\", \"C:\\to\\link\", null, null, "
+                L"null, 2048, T)"));
 }
 
 TEST_F(CopyTree, OtherReparseTagsAreOrdinary) {
@@ -318,8 +317,7 @@ TEST_F(CopyTree, ALinksTagAloneMakesNoLink) {
 }
 
 TEST_F(CopyTree, OtherAttributesDoNotMatter) {
-    constexpr DWORD kAll =
-        FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
+    constexpr DWORD kAll = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
     tree.entry(L"C:\\from\\folder", FILE_ATTRIBUTE_DIRECTORY | kAll, 0);
     tree.entry(L"C:\\from\\file", FILE_ATTRIBUTE_NORMAL | kAll, 0);
     EXPECT_EQ("", copy(L"C:\\from", L"C:\\to"));
@@ -341,22 +339,21 @@ TEST_F(CopyTree, SystemFoldersAreSkippedAtADrivesRootAlone) {
     tree.file(L"D:\\SYSTEM Volume Information\\x");
     tree.file(L"D:\\folder\\$RECYCLE.BIN\\x", L"1");
     EXPECT_EQ("", copy(L"D:", L"C:\\to"));
-    EXPECT_EQ(
-        (Lines{
-            isMissing,
-            L"INFO TransactedFS: CreateDirectoryTransacted C:\\to",
-            isMissing,
-            L"INFO TransactedFS: CopyFileTransacted D:\\folder -> C:\\to\\folder",
-            L"INFO TransactedFS: CreateDirectoryTransacted C:\\to\\folder",
-            isMissing,
-            L"INFO TransactedFS: CopyFileTransacted D:\\folder\\$RECYCLE.BIN -> "
-            L"C:\\to\\folder\\$RECYCLE.BIN",
-            L"INFO TransactedFS: CreateDirectoryTransacted C:\\to\\folder\\$RECYCLE.BIN",
-            isMissing,
-            L"INFO TransactedFS: CopyFileTransacted D:\\folder\\$RECYCLE.BIN\\x -> "
-            L"C:\\to\\folder\\$RECYCLE.BIN\\x",
-        }),
-        trace.lines());
+    EXPECT_EQ((Lines{
+                  isMissing,
+                  L"INFO TransactedFS: CreateDirectoryTransacted C:\\to",
+                  isMissing,
+                  L"INFO TransactedFS: CopyFileTransacted D:\\folder -> C:\\to\\folder",
+                  L"INFO TransactedFS: CreateDirectoryTransacted C:\\to\\folder",
+                  isMissing,
+                  L"INFO TransactedFS: CopyFileTransacted D:\\folder\\$RECYCLE.BIN -> "
+                  L"C:\\to\\folder\\$RECYCLE.BIN",
+                  L"INFO TransactedFS: CreateDirectoryTransacted C:\\to\\folder\\$RECYCLE.BIN",
+                  isMissing,
+                  L"INFO TransactedFS: CopyFileTransacted D:\\folder\\$RECYCLE.BIN\\x -> "
+                  L"C:\\to\\folder\\$RECYCLE.BIN\\x",
+              }),
+              trace.lines());
     EXPECT_FALSE(wasMade(L"D:\\$recycle.bin"));
     EXPECT_FALSE(wasMade(L"D:\\SYSTEM"));
 }
@@ -372,7 +369,8 @@ TEST_F(CopyTree, AFileWithASystemFoldersNameIsSkippedToo) {
 TEST_F(CopyTree, OnlyTheSourcesPathDecides) {
     // The copy of it would stand at the root of a drive, where the same walk would skip it.
     tree.file(L"C:\\from\\$RECYCLE.BIN\\x", L"1");
-    tree.directory(L"D:\\");
+    // A drive's root is never empty, and could not be searched if it were.
+    tree.directory(L"D:\\System Volume Information");
     EXPECT_EQ("", copy(L"C:\\from", L"D:"));
     EXPECT_EQ(L"file 1", tree.snapshot()[L"D:\\$RECYCLE.BIN\\x"]);
 }
@@ -412,20 +410,20 @@ TEST_F(CopyTree, ADoubledSeparatorStays) {
 TEST_F(CopyTree, APrefixOnBothSidesStaysToo) {
     tree.file(L"C:\\from\\sub\\a", L"1");
     EXPECT_EQ("", copy(L"\\\\?\\C:\\from", L"\\\\?\\C:\\to"));
-    EXPECT_TRUE(wasMade(
-        L"CopyFileTransactedW(\"\\\\?\\C:\\from\\sub\\a\", \"\\\\?\\C:\\to\\sub\\a\", "));
+    EXPECT_TRUE(
+        wasMade(L"CopyFileTransactedW(\"\\\\?\\C:\\from\\sub\\a\", \"\\\\?\\C:\\to\\sub\\a\", "));
 }
 
 TEST_F(CopyTree, APathThatSpellsAMarkerIsTracedWhole) {
     tree.file(L"\\\\Fileserver\\Seven\\a", L"1");
     tree.directory(L"\\\\Linux01\\share");
     EXPECT_EQ("", copy(L"\\\\Fileserver\\Seven", L"\\\\Linux01\\share\\to"));
-    EXPECT_EQ((Lines{isMissing,
-                     L"INFO TransactedFS: CreateDirectoryTransacted \\\\Linux01\\share\\to",
-                     isMissing,
-                     L"INFO TransactedFS: CopyFileTransacted \\\\Fileserver\\Seven\\a -> "
-                     L"\\\\Linux01\\share\\to\\a"}),
-              trace.lines());
+    EXPECT_EQ(
+        (Lines{isMissing, L"INFO TransactedFS: CreateDirectoryTransacted \\\\Linux01\\share\\to",
+               isMissing,
+               L"INFO TransactedFS: CopyFileTransacted \\\\Fileserver\\Seven\\a -> "
+               L"\\\\Linux01\\share\\to\\a"}),
+        trace.lines());
 }
 
 TEST_F(CopyTree, ASourceInsideTheDestinationFailsByItselfAndIsRolledBack) {
@@ -499,8 +497,8 @@ INSTANTIATE_TEST_SUITE_P(
     EachCall, CopyTreeFailing,
     ::testing::Values(
         FailingCall{L"CreateTransaction", L"CreateTransaction", ERROR_NO_SYSTEM_RESOURCES},
-        FailingCall{L"FindFirstFileTransactedW(\"C:\\to\\*",
-                    L"FindFirstFileTransacted C:\\to\\*", ERROR_ACCESS_DENIED},
+        FailingCall{L"FindFirstFileTransactedW(\"C:\\to\\*", L"FindFirstFileTransacted C:\\to\\*",
+                    ERROR_ACCESS_DENIED},
         FailingCall{L"FindFirstFileTransactedW(\"C:\\from\\*",
                     L"FindFirstFileTransacted C:\\from\\*", ERROR_PATH_NOT_FOUND},
         FailingCall{L"FindNextFileW(S1", L"FindNextFile", ERROR_FILE_CORRUPT},
@@ -519,8 +517,8 @@ INSTANTIATE_TEST_SUITE_P(
                     ERROR_SHARING_VIOLATION},
         FailingCall{L"GetFinalPathNameByHandleW(F4", L"GetFinalPathNameByHandle C:\\from\\link",
                     ERROR_PATH_NOT_FOUND},
-        FailingCall{L"CreateSymbolicLinkTransactedW",
-                    L"CreateSymbolicLinkTransacted C:\\to\\link", ERROR_PRIVILEGE_NOT_HELD},
+        FailingCall{L"CreateSymbolicLinkTransactedW", L"CreateSymbolicLinkTransacted C:\\to\\link",
+                    ERROR_PRIVILEGE_NOT_HELD},
         FailingCall{L"CommitTransaction", L"CommitTransaction", ERROR_TRANSACTION_NOT_ACTIVE}));
 
 TEST_F(CopyTree, AClosingThatFailsDoesNotHideTheFailure) {

@@ -49,7 +49,8 @@ void CopyWalk::createDirectory(const std::wstring& path) const {
 
 /// Deliberate: the copy of a junction is a symbolic link, and that of a relative link points to the
 /// absolute path of its target.
-void CopyWalk::copyDirectoryLink(const std::wstring& source, const std::wstring& destination) const {
+void CopyWalk::copyDirectoryLink(const std::wstring& source,
+                                 const std::wstring& destination) const {
     const std::wstring target = getLinkTarget(source.c_str(), true);
     const std::wstring failure = L"CreateSymbolicLinkTransacted " + destination;
     if (!os().CreateSymbolicLinkTransactedW(destination.c_str(), target.c_str(),

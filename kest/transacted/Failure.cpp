@@ -17,7 +17,8 @@ void reportFailure(const wchar_t* text, bool throwIt, bool appendSystemError) {
         appendSystemError ? L" failed: " + getSystemErrorMessage(0, nullptr) : std::wstring();
     std::wstring message = text + systemError;
     // Streamed as changeable text, which is never taken for a marker: a message may begin with a
-    // caller's path, and "\\Fileserver\x is not a link" would be swallowed as a file name otherwise.
+    // caller's path, and "\\Fileserver\x is not a link" would be swallowed as a file name
+    // otherwise.
     LOG_ERROR(message.data());
     if (throwIt) {
         throw std::runtime_error(convertToString(message.c_str()));

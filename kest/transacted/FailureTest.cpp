@@ -93,8 +93,12 @@ TEST_F(FailureTest, WhatIsThrownHasLostTheUpperBytes) {
 }
 
 TEST_F(FailureTest, ATextIsNeverTakenForAMarker) {
-    const Lines texts = {L"\\\\Fileserver\\x is not a link", L"\\\\Linux01\\x does not exist",
-                         L"\\\\Seven\\x does not exist", L"!~Sev:INFO", L"!~Fil:", L"!~Lin:"};
+    const Lines texts = {L"\\\\Fileserver\\x is not a link",
+                         L"\\\\Linux01\\x does not exist",
+                         L"\\\\Seven\\x does not exist",
+                         L"!~Sev:INFO",
+                         L"!~Fil:",
+                         L"!~Lin:"};
     Lines expected;
     for (const std::wstring& text : texts) {
         (void)report(text.c_str(), true, false);
@@ -107,9 +111,9 @@ TEST_F(FailureTest, AnEmptyTextIsAMessageToo) {
     EXPECT_EQ("", report(L"", true, false));
     os().SetLastError(10783);
     EXPECT_EQ(" failed: Unknown error code: 0x2a1f", report(L"", true, true));
-    EXPECT_EQ((Lines{L"ERROR Utilities: ",
-                     L"ERROR Utilities:  failed: Unknown error code: 0x2a1f"}),
-              trace.lines());
+    EXPECT_EQ(
+        (Lines{L"ERROR Utilities: ", L"ERROR Utilities:  failed: Unknown error code: 0x2a1f"}),
+        trace.lines());
 }
 
 }  // namespace

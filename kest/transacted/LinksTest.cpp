@@ -80,9 +80,8 @@ TEST_F(GetLinkTarget, ATargetWithoutAFinalPathFailsAndIsClosed) {
     tree.fail(L"CloseHandle", ERROR_INVALID_HANDLE);
     EXPECT_EQ(failureText(L"GetFinalPathNameByHandle C:\\target", ERROR_PATH_NOT_FOUND),
               failureOf(L"C:\\target", true));
-    EXPECT_EQ(
-        (Lines{failureLine(L"GetFinalPathNameByHandle C:\\target", ERROR_PATH_NOT_FOUND)}),
-        trace.lines());
+    EXPECT_EQ((Lines{failureLine(L"GetFinalPathNameByHandle C:\\target", ERROR_PATH_NOT_FOUND)}),
+              trace.lines());
     EXPECT_EQ(L"CloseHandle(F1)", tree.calls().back());
     EXPECT_EQ(0U, tree.openFiles());
 }
@@ -114,10 +113,9 @@ TEST_F(GetLinkTarget, TheLongestFinalPathFits) {
 }
 
 TEST_F(GetLinkTarget, AHandleThatIsNullIsAHandle) {
-    const ScopedCall<&Calls::CreateFileW> opening(
-        [](const wchar_t*, DWORD, DWORD, SECURITY_ATTRIBUTES*, DWORD, DWORD, HANDLE) -> HANDLE {
-            return nullptr;
-        });
+    const ScopedCall<&Calls::CreateFileW> opening([](const wchar_t*, DWORD, DWORD,
+                                                     SECURITY_ATTRIBUTES*, DWORD, DWORD,
+                                                     HANDLE) -> HANDLE { return nullptr; });
     const ScopedCall<&Calls::GetFinalPathNameByHandleW> resolving(
         [](HANDLE file, wchar_t* buffer, DWORD, DWORD) -> DWORD {
             EXPECT_EQ(nullptr, file);

@@ -57,9 +57,9 @@ void TreeWalk::openLevel() {
     message.append(kCall).append(m_here).append(L"\\*");
     // Deliberate: no search is ever closed. Each stays open until the process ends, and so does
     // what the system keeps for it.
-    const HANDLE search = os().FindFirstFileTransactedW(
-        message.c_str() + kCall.size(), FindExInfoStandard, &m_record, FindExSearchNameMatch,
-        nullptr, 0, m_transaction);
+    const HANDLE search =
+        os().FindFirstFileTransactedW(message.c_str() + kCall.size(), FindExInfoStandard, &m_record,
+                                      FindExSearchNameMatch, nullptr, 0, m_transaction);
     if (search == INVALID_HANDLE_VALUE) {
         reportFailure(message.c_str(), true, true);
     }

@@ -39,9 +39,8 @@ std::string expectedFailure(const std::wstring& call, DWORD error) {
     }
     if (name == L"RemoveDirectoryTransactedW") {
         const bool isLink = path.find(L"\\\\?\\") != 0;
-        return failureText(isLink ? L"RemoveDirectoryTransacted"
-                                  : L"RemoveDirectoryTransacted " + path,
-                           error);
+        return failureText(
+            isLink ? L"RemoveDirectoryTransacted" : L"RemoveDirectoryTransacted " + path, error);
     }
     if (name == L"CreateSymbolicLinkTransactedW") {
         return failureText(L"CreateSymbolicLinkTransacted " + path, error);
@@ -125,7 +124,8 @@ TEST_P(WalkSweep, OfACopy) {
             }
             if (call == L"GetFileAttributesTransactedW(\"C:\\from\", 0, data, T)") {
                 EXPECT_EQ("Copy failed: C:\\from does not exist", thrown);
-            } else if (call.find(L"GetFileAttributesTransactedW(\"C:\\to\"") == 0 && thrown.empty()) {
+            } else if (call.find(L"GetFileAttributesTransactedW(\"C:\\to\"") == 0 &&
+                       thrown.empty()) {
                 // The old destination was not found: what is in it stays beside the copy.
                 EXPECT_EQ(L"file new", tree.snapshot()[L"C:\\to\\a"]);
             } else if (call.find(L"GetFinalPathNameByHandleW(F4") == 0) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <string>
 #include <thread>
 
@@ -36,12 +37,23 @@ std::wstring textOf(DWORD code) {
 }
 
 TEST(ErrorsContract, TheLastErrorIsTheThreadsOwn) {
-    os().SetLastError(5);
-    std::thread([] {
+    // Nothing else is called while it counts: beginning and ending a thread makes calls of its own.
+    std::atomic<int> step{0};
+    DWORD seen = 0;
+    std::thread other([&] {
+        while (step != 1) {
+        }
         os().SetLastError(2);
-        EXPECT_EQ(2U, os().GetLastError());
-    }).join();
+        seen = os().GetLastError();
+        step = 2;
+    });
+    os().SetLastError(5);
+    step = 1;
+    while (step != 2) {
+    }
     EXPECT_EQ(5U, os().GetLastError());
+    other.join();
+    EXPECT_EQ(2U, seen);
     os().SetLastError(0xFFFFFFFFU);
     EXPECT_EQ(0xFFFFFFFFU, os().GetLastError());
 }
@@ -104,8 +116,8 @@ TEST(ErrorsContract, TheCallersBufferIsFilled) {
     const std::wstring text = textOf(2);
     const auto length = static_cast<DWORD>(text.size());
     Buffer buffer;
-    EXPECT_EQ(length, os().FormatMessageW(kInto, nullptr, 2, 0x400, buffer.units, length + 1,
-                                          nullptr));
+    EXPECT_EQ(length,
+              os().FormatMessageW(kInto, nullptr, 2, 0x400, buffer.units, length + 1, nullptr));
     EXPECT_EQ(kUntouchedError, os().GetLastError());
     EXPECT_EQ(text + L'\0' + kFiller, std::wstring(buffer.units, length + 2));
 }
@@ -114,11 +126,9 @@ TEST(ErrorsContract, ABufferThatIsTooSmallIsAFailure) {
     const std::wstring text = textOf(2);
     for (const DWORD size : {static_cast<DWORD>(text.size()), DWORD{3}, DWORD{1}}) {
         Buffer buffer;
-        EXPECT_EQ(0U,
-                  os().FormatMessageW(kInto, nullptr, 2, 0x400, buffer.units, size, nullptr));
+        EXPECT_EQ(0U, os().FormatMessageW(kInto, nullptr, 2, 0x400, buffer.units, size, nullptr));
         EXPECT_EQ(DWORD{ERROR_INSUFFICIENT_BUFFER}, os().GetLastError());
-        EXPECT_EQ(text.substr(0, size - 1) + L'\0' + kFiller,
-                  std::wstring(buffer.units, size + 1));
+        EXPECT_EQ(text.substr(0, size - 1) + L'\0' + kFiller, std::wstring(buffer.units, size + 1));
     }
     Buffer buffer;
     EXPECT_EQ(0U, os().FormatMessageW(kInto, nullptr, 2, 0x400, buffer.units, 0, nullptr));
@@ -136,10 +146,9 @@ TEST(ErrorsContract, ANullOutputIsRefused) {
 TEST(ErrorsContract, ACallWithoutASourceIsRefused) {
     wchar_t filler = kFiller;
     wchar_t* text = &filler;
-    EXPECT_EQ(0U, os().FormatMessageW(FORMAT_MESSAGE_ALLOCATE_BUFFER |
-                                          FORMAT_MESSAGE_IGNORE_INSERTS,
-                                      nullptr, 2, 0x400, reinterpret_cast<wchar_t*>(&text), 0,
-                                      nullptr));
+    EXPECT_EQ(
+        0U, os().FormatMessageW(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_IGNORE_INSERTS,
+                                nullptr, 2, 0x400, reinterpret_cast<wchar_t*>(&text), 0, nullptr));
     EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, os().GetLastError());
     EXPECT_EQ(nullptr, text);
 }
@@ -148,9 +157,8 @@ TEST(ErrorsContract, TheSystemAnswersWhenTheModuleCannot) {
     // The program itself, which has no messages.
     const std::wstring text = textOf(2);
     Buffer buffer;
-    const DWORD length =
-        os().FormatMessageW(kInto | FORMAT_MESSAGE_FROM_HMODULE, nullptr, 2, 0x400, buffer.units,
-                            512, nullptr);
+    const DWORD length = os().FormatMessageW(kInto | FORMAT_MESSAGE_FROM_HMODULE, nullptr, 2, 0x400,
+                                             buffer.units, 512, nullptr);
     EXPECT_EQ(text, std::wstring(buffer.units, length));
     EXPECT_EQ(0U, os().FormatMessageW(kInto | FORMAT_MESSAGE_FROM_HMODULE, nullptr, kNoText, 0x400,
                                       buffer.units, 512, nullptr));
@@ -160,8 +168,7 @@ TEST(ErrorsContract, TheSystemAnswersWhenTheModuleCannot) {
 TEST(ErrorsContract, ALanguageThatTheSystemLacksIsAFailure) {
     constexpr DWORD kKazakh = 0x43F;
     Buffer buffer;
-    EXPECT_EQ(0U,
-              os().FormatMessageW(kInto, nullptr, 2, kKazakh, buffer.units, 512, nullptr));
+    EXPECT_EQ(0U, os().FormatMessageW(kInto, nullptr, 2, kKazakh, buffer.units, 512, nullptr));
     EXPECT_EQ(DWORD{ERROR_RESOURCE_LANG_NOT_FOUND}, os().GetLastError());
 }
 

@@ -3,12 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <latch>
 #include <set>
 #include <thread>
 #include <vector>
 
 #include "kest/platform/Calls.h"
+#include "kest/platform/testing/Latch.h"
 
 namespace Tallowmere::platform {
 namespace {
@@ -163,16 +163,16 @@ TEST_F(SyncContract, ClosingLeavesTheLastErrorAlone) {
 }
 
 TEST_F(SyncContract, AMutexMayBeClosedWhoeverOwnsIt) {
-    std::latch owned(1);
-    std::latch closed(1);
+    platform::testing::Latch owned(1);
+    platform::testing::Latch closed(1);
     const HANDLE other = os().CreateMutexW(nullptr, FALSE, nullptr);
     std::thread owner([&] {
         EXPECT_EQ(WAIT_OBJECT_0, os().WaitForSingleObject(other, INFINITE));
         EXPECT_EQ(WAIT_OBJECT_0, os().WaitForSingleObject(other, INFINITE));
         owned.count_down();
         closed.wait();
+        // The handle's number may be another mutex's by now, which is not ours either.
         EXPECT_FALSE(os().ReleaseMutex(other));
-        EXPECT_EQ(DWORD{ERROR_INVALID_HANDLE}, os().GetLastError());
     });
     owned.wait();
     EXPECT_TRUE(os().CloseHandle(other));
@@ -188,13 +188,14 @@ TEST_F(SyncContract, AMutexMayBeClosedWhoeverOwnsIt) {
 }
 
 TEST_F(SyncContract, ManyMutexesAreIndependent) {
+    // Half of them are owned at once; the thread sanitizer keeps count of 64.
     std::vector<HANDLE> mutexes;
-    for (int i = 0; i < 300; ++i) {
+    for (int i = 0; i < 100; ++i) {
         mutexes.push_back(os().CreateMutexW(nullptr, i % 2, nullptr));
     }
-    EXPECT_EQ(300U, std::set<HANDLE>(mutexes.begin(), mutexes.end()).size());
+    EXPECT_EQ(100U, std::set<HANDLE>(mutexes.begin(), mutexes.end()).size());
     onAnotherThread([&] {
-        for (int i = 0; i < 300; ++i) {
+        for (int i = 0; i < 100; ++i) {
             const HANDLE one = mutexes[static_cast<std::size_t>(i)];
             EXPECT_EQ(i % 2 == 0 ? WAIT_OBJECT_0 : DWORD{WAIT_TIMEOUT},
                       os().WaitForSingleObject(one, 0));
@@ -209,7 +210,7 @@ TEST_F(SyncContract, ManyMutexesAreIndependent) {
 TEST_F(SyncContract, EachLivingThreadHasANumberOfItsOwn) {
     constexpr int kThreads = 8;
     std::vector<DWORD> numbers(kThreads);
-    std::latch all(kThreads);
+    platform::testing::Latch all(kThreads);
     std::vector<std::thread> threads;
     for (int i = 0; i < kThreads; ++i) {
         threads.emplace_back([&, i] {

@@ -4,13 +4,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <latch>
 #include <thread>
 
 #include "kest/platform/Calls.h"
 #include "kest/platform/HandleTable.h"
 #include "kest/platform/linux/testing/FailingAllocation.h"
 #include "kest/sync/Lock.h"
+#include "kest/platform/testing/Latch.h"
 
 namespace Tallowmere::platform {
 namespace {
@@ -46,7 +46,7 @@ TEST(LinuxSync, GivesEachHandleBack) {
 TEST(LinuxSync, DoesNotGiveAMutexToWhoWaitsWhileItIsClosed) {
     for (const DWORD timeout : {DWORD{60000}, INFINITE}) {
         const HANDLE mutex = os().CreateMutexW(nullptr, TRUE, nullptr);
-        std::latch started(1);
+        platform::testing::Latch started(1);
         std::thread waiting([&] {
             started.count_down();
             EXPECT_EQ(WAIT_FAILED, os().WaitForSingleObject(mutex, timeout));

@@ -37,8 +37,8 @@ void run(const std::function<void()>& body) {
 void runInto(const std::filesystem::path& file, const std::function<void()>& body) {
     std::FILE* const streams[] = {stdout, stderr};
     int kept[2];
-    const int target = _wopen(file.c_str(), _O_CREAT | _O_WRONLY | _O_APPEND | _O_TEXT,
-                              _S_IREAD | _S_IWRITE);
+    const int target =
+        _wopen(file.c_str(), _O_CREAT | _O_WRONLY | _O_APPEND | _O_TEXT, _S_IREAD | _S_IWRITE);
     for (int i = 0; i < 2; ++i) {
         (void)std::fflush(streams[i]);
         kept[i] = _dup(_fileno(streams[i]));

@@ -114,7 +114,8 @@ MemoryDisk::~MemoryDisk() = default;
 
 DWORD MemoryDisk::step(Primitive primitive) {
     return clock.step(primitive, [this] {
-        std::erase_if(m_store.locks, [&](const auto& lock) { return lock.second.first == m_process; });
+        std::erase_if(m_store.locks,
+                      [&](const auto& lock) { return lock.second.first == m_process; });
         m_store.pins.erase(m_process);
     });
 }
@@ -325,8 +326,8 @@ DWORD MemoryDisk::mayMove(const Entry& entry) const {
         m_store.options().listingsPin &&
         std::any_of(m_store.pins.begin(), m_store.pins.end(), [&](const auto& pin) {
             return pin.second.volume == entry.position.volume &&
-                   m_store.volume(entry.position).now.isSameOrBelow(pin.second.node,
-                                                                    entry.position.node);
+                   m_store.volume(entry.position)
+                       .now.isSameOrBelow(pin.second.node, entry.position.node);
         });
     return isPinned ? ERROR_SHARING_VIOLATION : mayChange(entry.parent);
 }
@@ -402,7 +403,8 @@ DWORD MemoryDisk::copyFile(const DirectoryPtr& sourceParent, const std::wstring&
     if (error != ERROR_SUCCESS) {
         return error;
     }
-    if (source.node->kind == Kind::Directory || m_store.kindOf(source.position) == Kind::DirectoryLink) {
+    if (source.node->kind == Kind::Directory ||
+        m_store.kindOf(source.position) == Kind::DirectoryLink) {
         return ERROR_ACCESS_DENIED;
     }
     if (known != nullptr && *known != m_store.kindOf(source.position)) {
@@ -475,9 +477,9 @@ DWORD MemoryDisk::removeFile(const DirectoryPtr& parent, const std::wstring& nam
     if (error == ERROR_SUCCESS) {
         error = findEntry(parent, name, entry);
     }
-    if (error == ERROR_SUCCESS && (entry.node->kind == Kind::Directory ||
-                                   (m_store.options().hasDrives &&
-                                    entry.node->kind == Kind::DirectoryLink))) {
+    if (error == ERROR_SUCCESS &&
+        (entry.node->kind == Kind::Directory ||
+         (m_store.options().hasDrives && entry.node->kind == Kind::DirectoryLink))) {
         error = ERROR_ACCESS_DENIED;
     }
     if (error == ERROR_SUCCESS) {
@@ -636,7 +638,8 @@ DWORD MemoryDisk::readFile(const DirectoryPtr& parent, const std::wstring& name,
     if (error == ERROR_SUCCESS) {
         error = findEntry(parent, name, entry);
     }
-    if (error == ERROR_SUCCESS && (entry.node->kind != Kind::File || !entry.node->keeps.isReadable)) {
+    if (error == ERROR_SUCCESS &&
+        (entry.node->kind != Kind::File || !entry.node->keeps.isReadable)) {
         error = ERROR_ACCESS_DENIED;
     }
     if (error == ERROR_SUCCESS) {

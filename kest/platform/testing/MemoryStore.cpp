@@ -322,8 +322,7 @@ void MemoryStore::syncVolume(int volume) {
 
 void MemoryStore::syncDirectory(const MemoryPosition& directory) {
     for (Volume::Logged& logged : m_volumes[directory.volume].log) {
-        logged.lasts =
-            logged.lasts || (m_options.syncs && logged.change->touches(directory.node));
+        logged.lasts = logged.lasts || (m_options.syncs && logged.change->touches(directory.node));
     }
 }
 
@@ -346,8 +345,8 @@ void MemoryStore::syncBelow(const MemoryPosition& directory) {
 void MemoryStore::syncFile(const MemoryPosition& file) {
     for (Volume::Logged& logged : m_volumes[file.volume].log) {
         const bool isContent = logged.change->what == MemoryChange::What::Write;
-        logged.lasts = logged.lasts || (m_options.syncs && isContent &&
-                                        logged.change->node == file.node);
+        logged.lasts =
+            logged.lasts || (m_options.syncs && isContent && logged.change->node == file.node);
     }
 }
 
@@ -402,8 +401,8 @@ DWORD MemoryStore::resolveFor(MemoryPosition from, const std::wstring& relative,
         if (directory->kind != Kind::Directory) {
             return m_options.hasDrives ? ERROR_PATH_NOT_FOUND : ERROR_DIRECTORY;
         }
-        const MemoryPosition found = {
-            position.volume, m_volumes[position.volume].now.child(position.node, name)};
+        const MemoryPosition found = {position.volume,
+                                      m_volumes[position.volume].now.child(position.node, name)};
         const MemoryNode* const node = find(found);
         if (node == nullptr) {
             return missing;
@@ -456,10 +455,9 @@ Kind MemoryStore::kindOf(const MemoryPosition& position) const {
         return node.kind;
     }
     MemoryPosition target;
-    const bool isDirectory =
-        resolve({position.volume, node.parent}, node.name, Links::Follow, target) ==
-            ERROR_SUCCESS &&
-        find(target)->kind == Kind::Directory;
+    const bool isDirectory = resolve({position.volume, node.parent}, node.name, Links::Follow,
+                                     target) == ERROR_SUCCESS &&
+                             find(target)->kind == Kind::Directory;
     return isDirectory ? Kind::DirectoryLink : Kind::FileLink;
 }
 

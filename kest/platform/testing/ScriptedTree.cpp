@@ -123,10 +123,9 @@ ScriptedTree::Replacements::Replacements(ScriptedTree& tree)
       }),
       findFirst([&tree](const wchar_t* pattern, FINDEX_INFO_LEVELS level, void* data,
                         FINDEX_SEARCH_OPS operation, void* filter, DWORD flags, HANDLE handle) {
-          const std::wstring call =
-              callText(L"FindFirstFileTransactedW", quoted(pattern), decimal(level),
-                       nullOr(data, L"data"), decimal(operation), nullOr(filter), decimal(flags),
-                       tree.nameOf(handle));
+          const std::wstring call = callText(
+              L"FindFirstFileTransactedW", quoted(pattern), decimal(level), nullOr(data, L"data"),
+              decimal(operation), nullOr(filter), decimal(flags), tree.nameOf(handle));
           HANDLE search = INVALID_HANDLE_VALUE;
           (void)tree.perform(call, [&]() -> DWORD {
               return tree.isIn(handle)
@@ -146,9 +145,8 @@ ScriptedTree::Replacements::Replacements(ScriptedTree& tree)
       }),
       createDirectory([&tree](const wchar_t* pattern, const wchar_t* path,
                               SECURITY_ATTRIBUTES* security, HANDLE handle) -> BOOL {
-          const std::wstring call =
-              callText(L"CreateDirectoryTransactedW", quoted(pattern), quoted(path),
-                       nullOr(security), tree.nameOf(handle));
+          const std::wstring call = callText(L"CreateDirectoryTransactedW", quoted(pattern),
+                                             quoted(path), nullOr(security), tree.nameOf(handle));
           return tree.perform(call, [&]() -> DWORD {
               return tree.isIn(handle) ? tree.createDirectory(path) : ERROR_INVALID_HANDLE;
           });
@@ -198,9 +196,9 @@ ScriptedTree::Replacements::Replacements(ScriptedTree& tree)
           return file;
       }),
       finalPath([&tree](HANDLE handle, wchar_t* buffer, DWORD size, DWORD flags) {
-          const std::wstring call = callText(L"GetFinalPathNameByHandleW", tree.nameOf(handle),
-                                             nullOr(buffer, L"data"), decimal(size),
-                                             decimal(flags));
+          const std::wstring call =
+              callText(L"GetFinalPathNameByHandleW", tree.nameOf(handle), nullOr(buffer, L"data"),
+                       decimal(size), decimal(flags));
           DWORD length = 0;
           (void)tree.perform(call, [&] { return tree.finalPath(handle, buffer, size, length); });
           return length;
@@ -312,13 +310,15 @@ DWORD ScriptedTree::attributes(const wchar_t* path, WIN32_FILE_ATTRIBUTE_DATA& d
     return error;
 }
 
-DWORD ScriptedTree::findFirst(const std::wstring& pattern, WIN32_FIND_DATAW& data,
-                              HANDLE& handle) {
+DWORD ScriptedTree::findFirst(const std::wstring& pattern, WIN32_FIND_DATAW& data, HANDLE& handle) {
     if (pattern.size() < 2 || pattern.compare(pattern.size() - 2, 2, L"\\*") != 0) {
         return ERROR_INVALID_NAME;
     }
     int node = 0;
-    const DWORD error = m_view.find(pattern.substr(0, pattern.size() - 1), true, node);
+    // What is searched is the directory before the separator; only a drive's root needs it.
+    const bool isRoot = pattern.size() > 2 && pattern[pattern.size() - 3] == L':';
+    const DWORD error =
+        m_view.find(pattern.substr(0, pattern.size() - (isRoot ? 1 : 2)), true, node);
     if (error != ERROR_SUCCESS || !m_view[node].isDirectory()) {
         return error == ERROR_SUCCESS || error == ERROR_FILE_NOT_FOUND ? ERROR_PATH_NOT_FOUND
                                                                        : error;

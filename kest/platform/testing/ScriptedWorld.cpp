@@ -232,8 +232,8 @@ void ScriptedWorld::describe(int node, std::map<std::wstring, std::wstring>& all
     std::wstring& text = all[pathOf(node)];
     const bool hasReparse = (described.attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
     if (described.isLink()) {
-        text = (described.tag == IO_REPARSE_TAG_SYMLINK ? L"link " : L"junction ") +
-               described.content;
+        text =
+            (described.tag == IO_REPARSE_TAG_SYMLINK ? L"link " : L"junction ") + described.content;
     } else if (hasReparse) {
         text = L"other " + std::to_wstring(described.attributes) + L" " +
                std::to_wstring(described.tag);

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "kest/platform/Console.h"
+#include "kest/platform/contract/Differs.h"
 #include "kest/platform/testing/CapturedConsole.h"
 
 namespace Tallowmere::platform {
@@ -26,14 +27,19 @@ std::string capturedInMode(int mode, const std::wstring& text) {
         (void)std::fflush(stderr);
         // Left as the host had set it.
         const int after = _setmode(_fileno(stderr), previous);
-        consoleErrors() << (after == mode ? L"" : L" changed");
+        // Which of the wide modes it is the run-time does not always tell.
+        const bool isNarrow = mode == _O_TEXT || mode == _O_BINARY;
+        consoleErrors() << (after == mode || !isNarrow ? L"" : L" changed");
     });
 }
 
 TEST(WindowsConsole, FollowsTheModeOfTheHostsStream) {
     EXPECT_EQ("\xC3\xA9\r\n", capturedInMode(_O_TEXT, L"\u00e9\n"));
     EXPECT_EQ("\xC3\xA9\n", capturedInMode(_O_BINARY, L"\u00e9\n"));
-    EXPECT_EQ("\xC3\xA9\xE6\x97\xA5\r\n", capturedInMode(_O_U8TEXT, L"\u00e9\u65e5\n"));
+    // Wine's run-time takes the mode for UTF-8 for that for UTF-16.
+    KEST_DIFFERS_ON_WINE(
+        "writes UTF-16 in the mode for UTF-8",
+        "\xC3\xA9\xE6\x97\xA5\r\n" == capturedInMode(_O_U8TEXT, L"\u00e9\u65e5\n"));
     EXPECT_EQ(std::string("\xE9\0\xE5\x65\r\0\n\0", 8),
               capturedInMode(_O_U16TEXT, L"\u00e9\u65e5\n"));
 }
@@ -44,10 +50,9 @@ TEST(WindowsConsole, ReplacesHalfPairsOfSurrogatesInEveryMode) {
         "a\xEF\xBF\xBD"
         "b",
         capturedInMode(_O_TEXT, half));
-    EXPECT_EQ(
-        "a\xEF\xBF\xBD"
-        "b",
-        capturedInMode(_O_U8TEXT, half));
+    KEST_DIFFERS_ON_WINE("writes UTF-16 in the mode for UTF-8",
+                         "a\xEF\xBF\xBD"
+                         "b" == capturedInMode(_O_U8TEXT, half));
 }
 
 TEST(WindowsConsole, NarrowStreamsAreNeverMute) {

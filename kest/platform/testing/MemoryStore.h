@@ -95,6 +95,11 @@ public:
     /// The changes that a power cut now may lose.
     std::vector<const MemoryChange*> unsynced() const;
     void cutPower(const MemoryLoss& loss);
+    /// What a power cut leaves on each volume.
+    std::vector<MemoryImage> leftBy(const MemoryLoss& loss) const;
+    /// The fingerprint that the machine has when no more than that is left (see cutPowerTo).
+    static std::uint64_t fingerprintOf(const std::vector<MemoryImage>& left);
+    void cutPowerTo(std::vector<MemoryImage> left);
     /// All processes end, as when they are killed: the disks stay as they are.
     void endProcesses();
 

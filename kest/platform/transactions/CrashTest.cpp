@@ -34,9 +34,10 @@ TEST_P(CrashTest, StoppedAtEachStep) {
                     << "stopped before step " << step << " (" << nameOf(disk.clock.met()) << ")\n"
                     << difference(trial.before, seen);
             }
-            recoveries.addLeft(store, Expected::OldOrNew,
-                                 "killed before step " + std::to_string(step) + " (" +
-                                     nameOf(disk.clock.met()) + ")");
+            recoveries.addLeft(store, Expected::OldOrNew, [&] {
+                return "killed before step " + std::to_string(step) + " (" +
+                       nameOf(disk.clock.met()) + ")";
+            });
         }
     }
     recoveries.run(100000);

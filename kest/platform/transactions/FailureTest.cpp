@@ -1,5 +1,5 @@
-// When any step fails with any of its errors, the operation answers with an error and the disk is as
-// it was, or it is done and says so; and nothing is left beside it.
+// When any step fails with any of its errors, the operation answers with an error and the disk is
+// as it was, or it is done and says so; and nothing is left beside it.
 
 #include <gtest/gtest.h>
 
@@ -44,8 +44,8 @@ protected:
                ", " + kSpans[static_cast<int>(span)];
     }
 
-    /// Runs the operation with each fault of a span in turn. `meanwhile` is called before each later
-    /// step that changes something, `check` in the end.
+    /// Runs the operation with each fault of a span in turn. `meanwhile` is called before each
+    /// later step that changes something, `check` in the end.
     template <class Meanwhile, class Check>
     static int sweep(const Trial& trial, MemoryFaultSpan span, Meanwhile meanwhile, Check check) {
         int runs = 0;
@@ -60,7 +60,7 @@ protected:
                 // A tree that seems to be a volume of its own has the stage within, where the look
                 // that follows does not go.
                 const bool seemsMounted = trial.steps[step] == Primitive::SameVolume;
-                const std::string how = text(number, trial.steps[step], error, span);
+                const auto how = [&] { return text(number, trial.steps[step], error, span); };
                 MemoryStore store = trial.start;
                 DWORD answer = ERROR_SUCCESS;
                 {
@@ -68,14 +68,18 @@ protected:
                     disk.clock.failAt(number, error, span);
                     disk.clock.watch = [&](int now, Primitive primitive) {
                         if (now > number && changes(primitive) && !seemsMounted) {
-                            meanwhile(store, how + ", before step " + std::to_string(now) + " (" +
-                                                 nameOf(primitive) + ")");
+                            meanwhile(store, [&] {
+                                return how() + ", before step " + std::to_string(now) + " (" +
+                                       nameOf(primitive) + ")";
+                            });
                         }
                     };
                     answer = operate(trial.scenario, disk);
                 }
                 ++runs;
-                check(store, answer, how, trial.steps[step]);
+                check(
+                    store, answer, [&] { return how() + ", answered " + std::to_string(answer); },
+                    trial.steps[step]);
                 if (HasFailure()) {
                     return runs;
                 }
@@ -89,27 +93,23 @@ TEST_P(FailureTest, OnceEachStep) {
     const Trial trial(GetParam());
     ASSERT_EQ(0U, trial.answer);
     Recoveries recoveries(trial, false, {});
-    const int runs = sweep(trial, MemoryFaultSpan::Once,
-                           [&](const MemoryStore& store, const std::string& how) {
-                               recoveries.addCuts(store, Expected::OldOrNew, how);
-                           },
-                           [&](const MemoryStore& store, DWORD answer, const std::string& how,
-                               Primitive failed) {
-                               const bool isDone = answer == ERROR_SUCCESS;
-                               const Snapshot& expected = isDone ? trial.after : trial.before;
-                               const Snapshot found = everything(store);
-                               EXPECT_EQ("", difference(expected, isClearing(failed)
-                                                                      ? withoutStages(found)
-                                                                      : found))
-                                   << how << ", answered " << answer;
-                               recoveries.addLeft(store, isDone ? Expected::New : Expected::Old,
-                                                  how + ", answered " + std::to_string(answer));
-                               if (failed == Primitive::SameVolume) {
-                                   return;
-                               }
-                               recoveries.addCuts(store, isDone ? Expected::New : Expected::Old,
-                                                  how + ", answered " + std::to_string(answer));
-                           });
+    const int runs = sweep(
+        trial, MemoryFaultSpan::Once,
+        [&](const MemoryStore& store, const Recoveries::How& how) {
+            recoveries.addCuts(store, Expected::OldOrNew, how);
+        },
+        [&](const MemoryStore& store, DWORD answer, const Recoveries::How& how, Primitive failed) {
+            const bool isDone = answer == ERROR_SUCCESS;
+            const Snapshot& expected = isDone ? trial.after : trial.before;
+            const Snapshot found = everything(store);
+            EXPECT_EQ("", difference(expected, isClearing(failed) ? withoutStages(found) : found))
+                << how();
+            recoveries.addLeft(store, isDone ? Expected::New : Expected::Old, how);
+            if (failed == Primitive::SameVolume) {
+                return;
+            }
+            recoveries.addCuts(store, isDone ? Expected::New : Expected::Old, how);
+        });
     recoveries.run(100000);
     EXPECT_EQ("", recoveries.failure());
     EXPECT_EQ(0U, recoveries.left());
@@ -122,10 +122,9 @@ TEST_P(FailureTest, EachTimeFromAStepOn) {
     ASSERT_EQ(0U, trial.answer);
     Recoveries recoveries(trial, false, {});
     const int runs = sweep(
-        trial, MemoryFaultSpan::SamePrimitive, [](const MemoryStore&, const std::string&) {},
-        [&](const MemoryStore& store, DWORD answer, const std::string& how, Primitive) {
-            recoveries.addLeft(store, answer == ERROR_SUCCESS ? Expected::New : Expected::Old,
-                               how + ", answered " + std::to_string(answer));
+        trial, MemoryFaultSpan::SamePrimitive, [](const MemoryStore&, const Recoveries::How&) {},
+        [&](const MemoryStore& store, DWORD answer, const Recoveries::How& how, Primitive) {
+            recoveries.addLeft(store, answer == ERROR_SUCCESS ? Expected::New : Expected::Old, how);
         });
     recoveries.run(100000);
     EXPECT_EQ("", recoveries.failure());
@@ -138,10 +137,10 @@ TEST_P(FailureTest, EverythingFromAStepOn) {
     ASSERT_EQ(0U, trial.answer);
     Recoveries recoveries(trial, false, {});
     const int runs = sweep(
-        trial, MemoryFaultSpan::Everything, [](const MemoryStore&, const std::string&) {},
-        [&](const MemoryStore& store, DWORD answer, const std::string& how, Primitive) {
+        trial, MemoryFaultSpan::Everything, [](const MemoryStore&, const Recoveries::How&) {},
+        [&](const MemoryStore& store, DWORD answer, const Recoveries::How& how, Primitive) {
             recoveries.addLeft(store, answer == ERROR_SUCCESS ? Expected::New : Expected::OldOrNew,
-                               how + ", answered " + std::to_string(answer));
+                               how);
         });
     recoveries.run(100000);
     EXPECT_EQ("", recoveries.failure());

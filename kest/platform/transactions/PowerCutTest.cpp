@@ -1,6 +1,6 @@
-// When the power is cut at any step and any part of what was not synced is lost, there is the old or
-// the new and nothing else, once the next transaction has looked; and the new, once the operation
-// has answered.
+// When the power is cut at any step and any part of what was not synced is lost, there is the old
+// or the new and nothing else, once the next transaction has looked; and the new, once the
+// operation has answered.
 
 #include <gtest/gtest.h>
 
@@ -25,14 +25,15 @@ TEST_P(PowerCutTest, CutAtEachStep) {
     MemoryDisk disk(store);
     disk.clock.watch = [&](int step, Primitive primitive) {
         if (changes(primitive)) {
-            const std::string how =
-                "before step " + std::to_string(step) + " (" + nameOf(primitive) + ")";
+            const auto how = [&] {
+                return "before step " + std::to_string(step) + " (" + nameOf(primitive) + ")";
+            };
             recoveries.addLeft(store, Expected::OldOrNew, how);
             recoveries.addCuts(store, Expected::OldOrNew, how);
         }
     };
     ASSERT_EQ(0U, operate(trial.scenario, disk));
-    recoveries.addCuts(store, Expected::New, "after the answer");
+    recoveries.addCuts(store, Expected::New, [] { return "after the answer"; });
     recoveries.run(20000);
     EXPECT_EQ("", recoveries.failure());
     RecordProperty("states", static_cast<int>(recoveries.states()));

@@ -1,5 +1,6 @@
-// Two processes that change the same place at the same time: each is done or gets an error, and what
-// is there in the end is wholly the old, wholly the one's or wholly the other's, as they were told.
+// Two processes that change the same place at the same time: each is done or gets an error, and
+// what is there in the end is wholly the old, wholly the one's or wholly the other's, as they were
+// told.
 
 #include <gtest/gtest.h>
 
@@ -90,21 +91,44 @@ MemoryOptions withoutExchange() {
 
 const std::vector<Rivalry>& rivalries() {
     static const std::vector<Rivalry> s_rivalries = {
-        {"ReplaceBoth", MemoryOptions::linux(), build, {replace<kOne, kTo>, replace<kTwo, kTo>},
+        {"ReplaceBoth",
+         MemoryOptions::linux(),
+         build,
+         {replace<kOne, kTo>, replace<kTwo, kTo>},
          kTo},
-        {"ReplaceBothWithoutExchange", withoutExchange(), build,
-         {replace<kOne, kTo>, replace<kTwo, kTo>}, kTo},
-        {"CreateBoth", MemoryOptions::linux(), buildWithoutOld,
-         {replace<kOne, kTo>, replace<kTwo, kTo>}, kTo},
+        {"ReplaceBothWithoutExchange",
+         withoutExchange(),
+         build,
+         {replace<kOne, kTo>, replace<kTwo, kTo>},
+         kTo},
+        {"CreateBoth",
+         MemoryOptions::linux(),
+         buildWithoutOld,
+         {replace<kOne, kTo>, replace<kTwo, kTo>},
+         kTo},
         {"ReplaceAndDelete", MemoryOptions::linux(), build, {replace<kOne, kTo>, erase<kTo>}, kTo},
-        {"ReplaceAndDeleteWithoutExchange", withoutExchange(), build,
-         {replace<kOne, kTo>, erase<kTo>}, kTo},
-        {"ReplaceBothDrives", MemoryOptions::windows(), buildDrives,
-         {replace<kOneOnDrive, kDrive>, replace<kTwoOnDrive, kDrive>}, kDrive},
-        {"Apart", MemoryOptions::linux(), build, {replace<kOne, kTo>, replace<kTwo, kBeside>}, kTo,
+        {"ReplaceAndDeleteWithoutExchange",
+         withoutExchange(),
+         build,
+         {replace<kOne, kTo>, erase<kTo>},
+         kTo},
+        {"ReplaceBothDrives",
+         MemoryOptions::windows(),
+         buildDrives,
+         {replace<kOneOnDrive, kDrive>, replace<kTwoOnDrive, kDrive>},
+         kDrive},
+        {"Apart",
+         MemoryOptions::linux(),
+         build,
+         {replace<kOne, kTo>, replace<kTwo, kBeside>},
+         kTo,
          true},
-        {"ApartWithoutExchange", withoutExchange(), build,
-         {replace<kOne, kTo>, replace<kTwo, kBeside>}, kTo, true},
+        {"ApartWithoutExchange",
+         withoutExchange(),
+         build,
+         {replace<kOne, kTo>, replace<kTwo, kBeside>},
+         kTo,
+         true},
     };
     return s_rivalries;
 }
@@ -118,9 +142,7 @@ protected:
         for (int who = 0; who < 2; ++who) {
             MemoryStore store = *start;
             MemoryDisk disk(store);
-            disk.clock.watch = [&](int, Primitive primitive) {
-                steps[who].push_back(primitive);
-            };
+            disk.clock.watch = [&](int, Primitive primitive) { steps[who].push_back(primitive); };
             ASSERT_EQ(0U, operate(disk, who));
             after[who] = everything(store);
         }
@@ -236,8 +258,7 @@ TEST_P(RivalTest, OneIsKilledWhileTheOtherWorks) {
             {
                 Transaction transaction(looker);
                 WIN32_FILE_ATTRIBUTE_DATA data{};
-                (void)call(
-                    [&] { return transaction.attributes(GetParam().place.c_str(), data); });
+                (void)call([&] { return transaction.attributes(GetParam().place.c_str(), data); });
             }
             const Snapshot found = everything(store);
             ASSERT_TRUE(found == after[0] || found == (answer == ERROR_SUCCESS ? after[1] : before))

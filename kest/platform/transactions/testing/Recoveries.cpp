@@ -8,36 +8,45 @@ namespace Tallowmere::platform::transactions::testing {
 using platform::testing::LossBounds;
 using platform::testing::lossesOf;
 using platform::testing::MemoryDisk;
+using platform::testing::MemoryImage;
 using platform::testing::MemoryLoss;
 using platform::testing::MemoryStore;
 using platform::testing::Primitive;
 
+namespace {
+
+std::uint64_t keyOf(std::uint64_t fingerprint, Expected expected) {
+    return fingerprint * 3 + static_cast<unsigned>(expected);
+}
+
+}  // namespace
+
 Recoveries::Recoveries(const Trial& trial, bool cutsPower, const LossBounds& bounds)
     : m_trial(trial), m_cutsPower(cutsPower), m_bounds(bounds) {}
 
-bool Recoveries::isNew(const MemoryStore& store, Expected expected) {
-    return m_seen.insert(store.fingerprint() * 3 + (static_cast<unsigned>(expected))).second;
-}
-
-void Recoveries::addLeft(MemoryStore store, Expected expected, const std::string& how) {
-    store.endProcesses();
-    if (isNew(store, expected)) {
-        m_open.push_back({std::move(store), expected, how});
+void Recoveries::addLeft(const MemoryStore& store, Expected expected, const How& how) {
+    if (m_seen.insert(keyOf(store.fingerprint(), expected)).second) {
+        m_open.push_back({store, expected, how()});
+        m_open.back().store.endProcesses();
     }
 }
 
-void Recoveries::addCuts(const MemoryStore& store, Expected expected, const std::string& how) {
+void Recoveries::addCuts(const MemoryStore& store, Expected expected, const How& how) {
+    if (!m_cut.insert(keyOf(store.fingerprint(), expected)).second) {
+        return;
+    }
     for (const MemoryLoss& loss : lossesOf(store, m_bounds)) {
-        MemoryStore cut = store;
-        cut.cutPower(loss);
-        if (!isNew(cut, expected)) {
+        std::vector<MemoryImage> left = store.leftBy(loss);
+        std::uint64_t fingerprint = MemoryStore::fingerprintOf(left);
+        if (!m_seen.insert(keyOf(fingerprint, expected)).second) {
             continue;
         }
-        std::string left;
+        std::string survivors;
         for (const bool survives : loss.survives) {
-            left += survives ? '1' : '0';
+            survivors += survives ? '1' : '0';
         }
-        m_open.push_back({std::move(cut), expected, how + ", power cut leaving " + left});
+        m_open.push_back({store, expected, how() + ", power cut leaving " + survivors});
+        m_open.back().store.cutPowerTo(std::move(left));
     }
 }
 
@@ -53,12 +62,13 @@ void Recoveries::lookAt(const Open& open) {
     ++m_looks;
     MemoryStore store = open.store;
     MemoryDisk disk(store);
-    std::vector<std::pair<MemoryStore, std::string>> interrupted;
+    // What comes after a wrong state is of no interest, but that one is known only in the end.
     disk.clock.watch = [&](int number, Primitive primitive) {
         if (changes(primitive)) {
-            interrupted.emplace_back(store, open.how + "; looking, before step " +
-                                                std::to_string(number) + " (" +
-                                                nameOf(primitive) + ")");
+            add(store, open.expected, [&] {
+                return open.how + "; looking, before step " + std::to_string(number) + " (" +
+                       nameOf(primitive) + ")";
+            });
         }
     };
     const DWORD error = look(m_trial.scenario, disk);
@@ -68,21 +78,21 @@ void Recoveries::lookAt(const Open& open) {
     if (error != ERROR_SUCCESS || !isRight) {
         static constexpr const char* kWords[] = {"old or new", "old", "new"};
         m_failure = m_trial.scenario.name + ": " + open.how + ": the next look answers " +
-                    std::to_string(error) + ", expected " + kWords[static_cast<int>(open.expected)] +
-                    "\nagainst the new state:\n" +
+                    std::to_string(error) + ", expected " +
+                    kWords[static_cast<int>(open.expected)] + "\nagainst the new state:\n" +
                     difference(m_trial.after, found) + "against the old state:\n" +
-                    difference(m_trial.before, found) + "found by the look:\n" +
-                    open.store.state();
+                    difference(m_trial.before, found) + "found by the look:\n" + open.store.state();
         return;
     }
     if (m_cutsPower) {
-        interrupted.emplace_back(store, open.how + "; after looking");
+        add(store, open.expected, [&] { return open.how + "; after looking"; });
     }
-    for (const auto& [state, how] : interrupted) {
-        addLeft(state, open.expected, how);
-        if (m_cutsPower) {
-            addCuts(state, open.expected, how);
-        }
+}
+
+void Recoveries::add(const MemoryStore& store, Expected expected, const How& how) {
+    addLeft(store, expected, how);
+    if (m_cutsPower) {
+        addCuts(store, expected, how);
     }
 }
 

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <string>
 #include <unordered_set>
 
@@ -23,11 +24,13 @@ public:
     /// Whether the power may be cut meanwhile, too, and how much of what may be lost is tried.
     Recoveries(const Trial& trial, bool cutsPower, const platform::testing::LossBounds& bounds);
 
+    /// Tells how a state has come about; asked only for states that are new.
+    using How = std::function<std::string()>;
+
     /// A state that processes have left, by themselves or killed.
-    void addLeft(platform::testing::MemoryStore store, Expected expected, const std::string& how);
+    void addLeft(const platform::testing::MemoryStore& store, Expected expected, const How& how);
     /// What a power cut can make of a state.
-    void addCuts(const platform::testing::MemoryStore& store, Expected expected,
-                 const std::string& how);
+    void addCuts(const platform::testing::MemoryStore& store, Expected expected, const How& how);
 
     /// Stops at the first state that is wrong, and after so many states.
     void run(std::size_t most);
@@ -45,13 +48,15 @@ private:
         Expected expected;
         std::string how;
     };
-    bool isNew(const platform::testing::MemoryStore& store, Expected expected);
     void lookAt(const Open& open);
+    void add(const platform::testing::MemoryStore& store, Expected expected, const How& how);
 
     const Trial& m_trial;
     bool m_cutsPower;
     platform::testing::LossBounds m_bounds;
     std::unordered_set<std::uint64_t> m_seen;
+    /// States whose power cuts were all added.
+    std::unordered_set<std::uint64_t> m_cut;
     std::deque<Open> m_open;
     std::size_t m_looks = 0;
     std::string m_failure;

@@ -34,9 +34,7 @@ public:
     }
 
 private:
-    void choose() {
-        m_turn = m_hasEnded[0] ? 1 : m_hasEnded[1] ? 0 : m_schedule(m_steps);
-    }
+    void choose() { m_turn = m_hasEnded[0] ? 1 : m_hasEnded[1] ? 0 : m_schedule(m_steps); }
 
     const Schedule& m_schedule;
     std::mutex m_mutex;

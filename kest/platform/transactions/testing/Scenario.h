@@ -58,9 +58,7 @@ public:
     DWORD answer = ERROR_SUCCESS;
     std::vector<platform::testing::Primitive> steps;
 
-    bool isWhole(const Snapshot& snapshot) const {
-        return snapshot == before || snapshot == after;
-    }
+    bool isWhole(const Snapshot& snapshot) const { return snapshot == before || snapshot == after; }
 };
 
 /// For a failure's text.

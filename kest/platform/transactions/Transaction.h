@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -138,12 +139,16 @@ private:
                       ViewPtr& view);
     DWORD stepInto(const ViewPtr& parent, const std::wstring& name, const std::wstring& text,
                    ViewPtr& view);
-    ViewPtr cached(const std::wstring& text);
+    ViewPtr cached(std::wstring_view text);
+    void makeRoom();
     void remember(const ViewPtr& view);
     void forget(const Place& place);
     DWORD recover(const Place& place);
     DWORD answer(const wchar_t* path, WIN32_FILE_ATTRIBUTE_DATA& data);
     std::wstring foldPath(const std::wstring& canonical) const;
+    /// The folded form of a name or path: the text itself where the disk does not fold, else
+    /// `scratch`.
+    const std::wstring& folded(const std::wstring& text, std::wstring& scratch) const;
     DirectoryChanges* changesOf(const std::wstring& canonical);
     Change* changeOf(const Place& place);
     bool isRemoved(const Place& place);
@@ -197,6 +202,15 @@ private:
     bool m_keepsStage = false;
     /// By folded canonical text.
     std::map<std::wstring, DirectoryChanges> m_changes;
+    /// The directory that changesOf was asked for last, and what it found there. A walk asks for the
+    /// same one several times for each entry. Forgotten when a directory comes to m_changes or goes.
+    struct {
+        bool isKept = false;
+        std::wstring canonical;
+        DirectoryChanges* changes = nullptr;
+    } m_asked;
+    /// For the path of a call, so that it needs no memory of its own.
+    std::wstring m_text;
     /// Least recently used last.
     std::list<ViewPtr> m_views;
     /// Views of staged directories that a change stands for: they cannot be found on the disk by

@@ -116,6 +116,7 @@ Transaction::DirectoryChanges& Transaction::changesFor(const View& view) {
     const auto [found, isNew] = m_changes.try_emplace(foldPath(view.canonical));
     DirectoryChanges& changes = found->second;
     if (isNew) {
+        m_asked.isKept = false;
         changes.directory = view.directory;
         changes.text = view.canonical;
         changes.throughLink = view.throughLink;
@@ -406,6 +407,7 @@ DWORD Transaction::removeDirectory(const wchar_t* path) {
         // Entries that were removed through the link go with the link alone: what it leads to is
         // somewhere else and stays as it is.
         const std::wstring link = foldPath(canonical);
+        m_asked.isKept = false;
         for (auto at = m_changes.begin(); at != m_changes.end();) {
             at = at->second.throughLink == link ? m_changes.erase(at) : std::next(at);
         }
@@ -432,6 +434,7 @@ DWORD Transaction::removeDirectory(const wchar_t* path) {
         (void)changesFor(*view);
         return ERROR_SUCCESS;
     }
+    m_asked.isKept = false;
     m_changes.erase(foldPath(canonical));
     view.reset();
     forget(place);
@@ -476,7 +479,8 @@ DWORD Transaction::remove(const Place& place, const Standing& standing, Kind kin
     } else {
         (void)changesFor(*place.parent);
     }
-    changes->removed.insert(m_disk.fold(place.name));
+    std::wstring scratch;
+    changes->removed.insert(folded(place.name, scratch));
     return ERROR_SUCCESS;
 }
 

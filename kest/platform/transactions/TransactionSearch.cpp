@@ -156,7 +156,8 @@ DWORD Transaction::nextRecord(Search& search, Record& record) {
         if (changes == nullptr) {
             return ERROR_SUCCESS;
         }
-        const std::wstring folded = m_disk.fold(record.name);
+        std::wstring scratch;
+        const std::wstring& folded = this->folded(record.name, scratch);
         if (changes->removed.count(folded) != 0) {
             continue;
         }

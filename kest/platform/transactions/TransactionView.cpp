@@ -20,7 +20,15 @@ std::wstring Transaction::foldPath(const std::wstring& canonical) const {
     return m_disk.fold(canonical);
 }
 
-Transaction::ViewPtr Transaction::cached(const std::wstring& text) {
+const std::wstring& Transaction::folded(const std::wstring& text, std::wstring& scratch) const {
+    if (!m_foldsCase) {
+        return text;
+    }
+    scratch = m_disk.fold(text);
+    return scratch;
+}
+
+Transaction::ViewPtr Transaction::cached(std::wstring_view text) {
     for (auto view = m_views.begin(); view != m_views.end(); ++view) {
         if ((*view)->text == text) {
             m_views.splice(m_views.begin(), m_views, view);
@@ -35,11 +43,18 @@ Transaction::ViewPtr Transaction::cached(const std::wstring& text) {
     return nullptr;
 }
 
-void Transaction::remember(const ViewPtr& view) {
-    m_views.push_front(view);
-    if (m_views.size() > kOpenViews) {
+/// Puts aside what was used least recently. Before another directory is opened and not after, so
+/// that the system's numbers for open files stay without gaps, and two that are opened one after the
+/// other are neighbours, which can be closed in one call.
+void Transaction::makeRoom() {
+    while (m_views.size() >= kOpenViews) {
         m_views.pop_back();
     }
+}
+
+void Transaction::remember(const ViewPtr& view) {
+    makeRoom();
+    m_views.push_front(view);
 }
 
 /// Forgets what stands for a place and for all below it, found by where it is and by how it is
@@ -69,8 +84,15 @@ Transaction::DirectoryChanges* Transaction::changesOf(const std::wstring& canoni
     if (m_changes.empty()) {
         return nullptr;
     }
-    const auto found = m_changes.find(foldPath(canonical));
-    return found == m_changes.end() ? nullptr : &found->second;
+    if (!m_asked.isKept || m_asked.canonical != canonical) {
+        std::wstring scratch;
+        const auto found = m_changes.find(folded(canonical, scratch));
+        m_asked.isKept = false;
+        m_asked.canonical = canonical;
+        m_asked.changes = found == m_changes.end() ? nullptr : &found->second;
+        m_asked.isKept = true;
+    }
+    return m_asked.changes;
 }
 
 Transaction::Change* Transaction::changeOf(const Place& place) {
@@ -81,14 +103,19 @@ Transaction::Change* Transaction::changeOf(const Place& place) {
     if (changes == nullptr) {
         return nullptr;
     }
-    const auto found = changes->others.find(m_disk.fold(place.name));
+    if (changes->others.empty()) {
+        return nullptr;
+    }
+    std::wstring scratch;
+    const auto found = changes->others.find(folded(place.name, scratch));
     return found == changes->others.end() ? nullptr : &found->second;
 }
 
 bool Transaction::isRemoved(const Place& place) {
     const DirectoryChanges* const changes =
         place.parent->staged ? nullptr : changesOf(place.parent->canonical);
-    return changes != nullptr && changes->removed.count(m_disk.fold(place.name)) != 0;
+    std::wstring scratch;
+    return changes != nullptr && changes->removed.count(folded(place.name, scratch)) != 0;
 }
 
 Transaction::Standing Transaction::standing(const Place& place) {
@@ -146,9 +173,20 @@ DWORD Transaction::openInStage(const DirectoryPtr& base, const std::wstring& rel
 }
 
 DWORD Transaction::locate(const wchar_t* path, Place& place) {
-    std::wstring text;
-    const DWORD error = m_disk.normalize(path, text);
-    return error == ERROR_SUCCESS ? locateText(text, place) : error;
+    const DWORD error = m_disk.normalize(path, m_text);
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    // Nearly always the directory is one of those at hand.
+    const std::size_t separator = lastSeparator(m_text);
+    if (separator != 0 && separator != std::wstring::npos && !m_disk.isRoot(m_text)) {
+        place.parent = cached(std::wstring_view(m_text).substr(0, separator));
+        if (place.parent != nullptr) {
+            place.name.assign(m_text, separator + 1);
+            return ERROR_SUCCESS;
+        }
+    }
+    return locateText(m_text, place);
 }
 
 DWORD Transaction::locateText(const std::wstring& text, Place& place) {
@@ -178,6 +216,7 @@ DWORD Transaction::locateDirectory(const std::wstring& text, ViewPtr& view) {
         if (const ViewPtr parent = cached(parentOf(text))) {
             return stepInto(parent, nameOf(text), text, view);
         }
+        makeRoom();
         // A long way below a staged directory.
         for (std::wstring at = parentOf(text); !m_disk.isRoot(at) && at != L".";
              at = parentOf(at)) {
@@ -205,6 +244,7 @@ DWORD Transaction::locateDirectory(const std::wstring& text, ViewPtr& view) {
 }
 
 DWORD Transaction::openText(const std::wstring& text, ViewPtr& view) {
+    makeRoom();
     auto found = std::make_shared<View>();
     found->text = text;
     DWORD error = m_disk.openDirectory(text, found->directory, found->canonical);
@@ -273,6 +313,7 @@ DWORD Transaction::stepInto(const ViewPtr& parent, const std::wstring& name,
     if (stands.directory == nullptr) {
         return ERROR_FILE_NOT_FOUND;
     }
+    makeRoom();
     auto found = std::make_shared<View>();
     found->text = text;
     found->canonical = join(parent->canonical, name);

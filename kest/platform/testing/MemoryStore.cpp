@@ -358,12 +358,12 @@ void MemoryStore::syncBelow(const MemoryPosition& directory) {
         const auto isBelow = [&](NodeId node) {
             return node != 0 && volume.now.isSameOrBelow(node, directory.node);
         };
-        const bool isContent = change.what == MemoryChange::What::Write ||
-                               change.what == MemoryChange::What::Keep;
-        logged.lasts = logged.lasts ||
-                       (m_options.syncs && (isContent ? isBelow(change.node)
-                                                      : isBelow(change.parent) ||
-                                                            isBelow(change.oldParent)));
+        const bool isContent =
+            change.what == MemoryChange::What::Write || change.what == MemoryChange::What::Keep;
+        logged.lasts =
+            logged.lasts ||
+            (m_options.syncs && (isContent ? isBelow(change.node)
+                                           : isBelow(change.parent) || isBelow(change.oldParent)));
     }
 }
 

@@ -79,8 +79,8 @@ public:
     // Looking.
 
     bool exists(const std::wstring& path) const;
-    /// All that is below a directory, by path with "/": "dir", "file CONTENT" or "link TARGET", with
-    /// what is kept behind it. Empty when there is nothing.
+    /// All that is below a directory, by path with "/": "dir", "file CONTENT" or "link TARGET",
+    /// with what is kept behind it. Empty when there is nothing.
     std::map<std::string, std::string> snapshot(const std::wstring& top) const;
     /// "/", or the drives.
     std::vector<std::wstring> roots() const;

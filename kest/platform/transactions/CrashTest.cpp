@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <iostream>
 
 #include "kest/platform/transactions/testing/Recoveries.h"
@@ -40,9 +41,8 @@ TEST_P(CrashTest, StoppedAtEachStep) {
             });
         }
     }
-    recoveries.run(100000);
+    recoveries.run(SIZE_MAX);
     EXPECT_EQ("", recoveries.failure());
-    EXPECT_EQ(0U, recoveries.left());
     RecordProperty("states", static_cast<int>(recoveries.states()));
     std::cout << trial.steps.size() << " steps, " << recoveries.states() << " states\n";
 }

@@ -7,8 +7,8 @@
 
 namespace Tallowmere::platform::transactions {
 
-/// Runs a body that answers with an error code; what it throws, when memory or another resource runs
-/// out, becomes one, so that the caller can go on to put things right.
+/// Runs a body that answers with an error code; what it throws, when memory or another resource
+/// runs out, becomes one, so that the caller can go on to put things right.
 template <class Body>
 DWORD errorOf(Body body) {
     try {

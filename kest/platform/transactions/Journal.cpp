@@ -107,8 +107,7 @@ DWORD look(Disk& disk, const DirectoryPtr& stage, const JournalEntry& entry, Sig
 /// Takes away what stands in the place of an entry.
 DWORD take(Disk& disk, const DirectoryPtr& stage, const DirectoryPtr& directory,
            const JournalEntry& entry, Signs& signs) {
-    const DWORD error =
-        disk.rename(directory, entry.oldName, stage, oldSlot(entry, signs.olds));
+    const DWORD error = disk.rename(directory, entry.oldName, stage, oldSlot(entry, signs.olds));
     if (error == ERROR_SUCCESS) {
         ++signs.olds;
     }
@@ -227,8 +226,7 @@ DWORD readDraft(Disk& disk, const DirectoryPtr& stage, Journal& journal) {
 DWORD redo(Disk& disk, const DirectoryPtr& stage, const std::vector<DirectoryPtr>& directories,
            const std::vector<JournalEntry>& entries, int tries) {
     for (const JournalEntry& entry : entries) {
-        const DWORD error =
-            redoEntry(disk, stage, directories.at(entry.directory), entry, tries);
+        const DWORD error = redoEntry(disk, stage, directories.at(entry.directory), entry, tries);
         if (error != ERROR_SUCCESS) {
             return error;
         }
@@ -247,8 +245,8 @@ DWORD undo(Disk& disk, const DirectoryPtr& stage, const std::vector<DirectoryPtr
                 error = disk.rename(directory, entry->name, stage, entry->slot);
             } else if (error == ERROR_SUCCESS && !takesNewOut && signs.olds > 0) {
                 // The last one that was taken: an earlier one had been replaced by then.
-                error = disk.rename(stage, oldSlot(*entry, signs.olds - 1), directory,
-                                    entry->oldName);
+                error =
+                    disk.rename(stage, oldSlot(*entry, signs.olds - 1), directory, entry->oldName);
             }
             // What another hand has removed or replaced meanwhile is as that hand wanted it.
             if (error != ERROR_SUCCESS && error != ERROR_FILE_NOT_FOUND &&

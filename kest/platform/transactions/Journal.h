@@ -25,7 +25,8 @@
 /// lost, each for itself:
 ///   - the new entries and the stage itself are durable before the journal appears;
 ///   - the journal is durable before the first entry changes;
-///   - all changed directories are durable before the journal goes, and when changes are taken back,
+///   - all changed directories are durable before the journal goes, and when changes are taken
+///   back,
 ///     also between taking new entries out and putting old ones in their place;
 ///   - the journal is gone for good before anything in the stage is destroyed, so an absent "-old"
 ///     always means "not yet taken away";
@@ -51,8 +52,8 @@ struct Journal {
 /// Writes the draft into the stage.
 DWORD writeDraft(Disk& disk, const DirectoryPtr& stage, const Journal& journal);
 
-/// Makes the draft the journal, durably. ERROR_SUCCESS: committed. After an error it may be there or
-/// not: see removeJournal.
+/// Makes the draft the journal, durably. ERROR_SUCCESS: committed. After an error it may be there
+/// or not: see removeJournal.
 DWORD commitDraft(Disk& disk, const DirectoryPtr& stage);
 
 /// Reads the journal or the draft. ERROR_FILE_NOT_FOUND when there is none, ERROR_FILE_CORRUPT when
@@ -60,9 +61,9 @@ DWORD commitDraft(Disk& disk, const DirectoryPtr& stage);
 DWORD readJournal(Disk& disk, const DirectoryPtr& stage, Journal& journal);
 DWORD readDraft(Disk& disk, const DirectoryPtr& stage, Journal& journal);
 
-/// Carries out what is left of the entries and makes it durable. `directories` are the journal's, on
-/// the stage's volume. When somebody puts something in the way meanwhile, it is taken away as well,
-/// so often; then ERROR_ALREADY_EXISTS.
+/// Carries out what is left of the entries and makes it durable. `directories` are the journal's,
+/// on the stage's volume. When somebody puts something in the way meanwhile, it is taken away as
+/// well, so often; then ERROR_ALREADY_EXISTS.
 DWORD redo(Disk& disk, const DirectoryPtr& stage, const std::vector<DirectoryPtr>& directories,
            const std::vector<JournalEntry>& entries, int tries);
 

@@ -15,9 +15,9 @@
 /// durable that its owner may have left in memory:
 ///
 ///   no journal            What is in it is new and was never published, or is old and was
-///                         replaced or removed by one step of the disk. It is destroyed. (Everything
-///                         durable first: else the destruction of an old tree could survive a power
-///                         cut that takes back the step which put it here.)
+///                         replaced or removed by one step of the disk. It is destroyed.
+///                         (Everything durable first: else the destruction of an old tree could
+///                         survive a power cut that takes back the step which put it here.)
 ///   journal               What is left of it is carried out; then as without one.
 ///   journal, given up     What was carried out is taken back; then as without one.
 ///   journal, unreadable   It may hold somebody's only copy: an error, and nothing is touched.

@@ -21,9 +21,9 @@
 ///
 ///   open        Nothing outside the stage has changed. The view is the disk with m_changes laid
 ///               over it: a name is removed, or it is staged, that is, it stands in the stage under
-///               a slot. Below a staged directory everything is ordinary work on the disk, so a tree
-///               costs one change whatever its size. A directory whose entries were all removed and
-///               which is removed itself is one change, too.
+///               a slot. Below a staged directory everything is ordinary work on the disk, so a
+///               tree costs one change whatever its size. A directory whose entries were all
+///               removed and which is removed itself is one change, too.
 ///   refused     Open, but a question about a place could not be answered, and the reason was not
 ///               that nothing is there. The caller may have taken it for that and gone on, so from
 ///               now on every call gets the same error, the commit, too.
@@ -33,14 +33,15 @@
 ///   committed   The disk shows the view, durably. Old entries are in the stage and are destroyed.
 ///   ended       Rolled back, or committed and done: only the state is left.
 ///
-/// A process that ends in the first three states leaves an orphaned stage, which the next transaction
-/// that comes by discards, or finishes if its journal is there (see Stage.h). While a step that has
-/// put something old into the stage may still be lost, or a journal may be there, the stage is never
-/// destroyed by its owner either, but left as an orphan (m_keepsStage).
+/// A process that ends in the first three states leaves an orphaned stage, which the next
+/// transaction that comes by discards, or finishes if its journal is there (see Stage.h). While a
+/// step that has put something old into the stage may still be lost, or a journal may be there, the
+/// stage is never destroyed by its owner either, but left as an orphan (m_keepsStage).
 ///
-/// An error means that the disk is as it was and stays so. Only when the disk itself fails more than
-/// once in the same commit, so that a change can be neither vouched for nor taken back, the old or
-/// the new may be there after an error; whole in any case, once the next transaction has come by.
+/// An error means that the disk is as it was and stays so. Only when the disk itself fails more
+/// than once in the same commit, so that a change can be neither vouched for nor taken back, the
+/// old or the new may be there after an error; whole in any case, once the next transaction has
+/// come by.
 namespace Tallowmere::platform::transactions {
 
 class Search;

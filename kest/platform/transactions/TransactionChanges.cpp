@@ -449,7 +449,7 @@ DWORD Transaction::remove(const Place& place, const Standing& standing, Kind kin
     }
     if (standing.staged) {
         error = isDirectory ? m_disk.removeDirectory(standing.directory, standing.name)
-                                        : m_disk.removeFile(standing.directory, standing.name);
+                            : m_disk.removeFile(standing.directory, standing.name);
         if (error != ERROR_SUCCESS) {
             return error;
         }

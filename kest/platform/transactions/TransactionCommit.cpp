@@ -111,8 +111,7 @@ DWORD Transaction::publish() {
 }
 
 bool Transaction::DirectoryChanges::publishesNothing() const {
-    return removed.empty() &&
-           std::none_of(others.begin(), others.end(), [](const auto& other) {
+    return removed.empty() && std::none_of(others.begin(), others.end(), [](const auto& other) {
                return other.second.what == Change::What::Staged;
            });
 }
@@ -129,8 +128,7 @@ DWORD Transaction::changedDirectories(ChangedDirectories& directories) {
             if (change.what == Change::What::Refilled) {
                 // Its entries change one by one because it is another volume. It must still be so.
                 const DirectoryChanges* const inside = changesOf(join(changes.text, change.name));
-                if (inside == nullptr ||
-                    m_disk.sameVolume(changes.directory, inside->directory)) {
+                if (inside == nullptr || m_disk.sameVolume(changes.directory, inside->directory)) {
                     return ERROR_TRANSACTIONAL_CONFLICT;
                 }
             }
@@ -229,11 +227,12 @@ DWORD Transaction::meetRivals(const ChangedDirectories& directories,
         }
         for (const Met& met : stages) {
             const auto& theirs = met.publishing.entries;
-            const bool collides = met.isPublishing &&
-                                  (theirs.empty() ||
-                                   std::any_of(theirs.begin(), theirs.end(), [&](const auto& entry) {
-                                       return names.count(m_disk.fold(entry.name)) != 0;
-                                   }));
+            const bool collides =
+                met.isPublishing &&
+                (theirs.empty() ||
+                 std::any_of(theirs.begin(), theirs.end(), [&](const auto& entry) {
+                     return names.count(m_disk.fold(entry.name)) != 0;
+                 }));
             if (met.changed || collides) {
                 // What this transaction has seen is no longer what is there.
                 return ERROR_TRANSACTIONAL_CONFLICT;
@@ -244,8 +243,8 @@ DWORD Transaction::meetRivals(const ChangedDirectories& directories,
 }
 
 /// Where a whole directory was listed and its entries then changed one by one, as those of a drive
-/// are, nothing may have come or gone meanwhile: the result would be neither what was meant nor what
-/// a rival meant.
+/// are, nothing may have come or gone meanwhile: the result would be neither what was meant nor
+/// what a rival meant.
 DWORD Transaction::checkSeen(const ChangedDirectories& directories,
                              const std::vector<JournalEntry>& entries) {
     for (std::size_t i = 0; i < directories.size(); ++i) {
@@ -310,9 +309,7 @@ DWORD Transaction::publishOne(const JournalEntry& entry, const DirectoryPtr& dir
     if (error != ERROR_SUCCESS) {
         return error;
     }
-    const auto sync = [&] {
-        return errorOf([&] { return m_disk.syncDirectory(directory); });
-    };
+    const auto sync = [&] { return errorOf([&] { return m_disk.syncDirectory(directory); }); };
     // Until the step is durable the stage may hold what a power cut brings back.
     m_keepsStage = true;
     error = sync();
@@ -362,8 +359,7 @@ DWORD Transaction::publishAll(const ChangedDirectories& directories,
     }
     m_keepsStage = true;
     const auto removed = [&] {
-        m_keepsStage =
-            errorOf([&] { return removeJournal(m_disk, stage); }) != ERROR_SUCCESS;
+        m_keepsStage = errorOf([&] { return removeJournal(m_disk, stage); }) != ERROR_SUCCESS;
         return !m_keepsStage;
     };
     error = errorOf([&] {

@@ -1,6 +1,6 @@
 #!/bin/bash
 # Installs the Debian packages that a goal of the Makefile needs and that are not there yet, and
-# nothing else: install-packages.sh run|test|bench|format. Says what it does; when nothing is missing
+# nothing else: install-packages.sh run|test|bench|bench-trees|format. Says what it does; when nothing is missing
 # it does nothing and says nothing.
 set -euo pipefail
 
@@ -21,11 +21,15 @@ test)
 bench)
     wanted=("${run[@]}" libbenchmark-dev)
     ;;
+bench-trees)
+    # The file systems in images, and what a copy is compared with and watched by.
+    wanted=("${run[@]}" libbenchmark-dev python3 e2fsprogs xfsprogs btrfs-progs mount strace time)
+    ;;
 format)
     wanted=(clang-format)
     ;;
 *)
-    echo "usage: install-packages.sh run|test|bench|format" >&2
+    echo "usage: install-packages.sh run|test|bench|bench-trees|format" >&2
     exit 2
     ;;
 esac

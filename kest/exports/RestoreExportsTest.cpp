@@ -68,23 +68,24 @@ protected:
 TEST_F(RestoreSystem, MakesItsCallsInTheirOrder) {
     EXPECT_TRUE(run());
     EXPECT_EQ(
-        (Texts{L"CoInitializeEx(null, 0)",
-               L"CoInitializeSecurity(null, -1, null, null, 0, 3, null, 0, null)",
-               L"CoCreateInstance(4590F811-24, null, 1, DC12A687-24)",
-               L"IWbemLocator_ConnectServer(locator, \"ROOT\\DEFAULT\", null, null, null, 0, null, "
-               L"null)",
-               L"CoSetProxyBlanket(services, 10, 0, null, 3, 3, null, 0)",
-               L"IWbemServices_GetObject(services, \"SystemRestore\", 0, null, null)",
-               L"IWbemClassObject_GetMethod(class, \"Restore\", 0, null)",
-               L"IWbemClassObject_SpawnInstance(signature, 0)",
-               L"IWbemClassObject_Put(input, \"SequenceNumber\", 0, 3 12, 0)",
-               L"IWbemServices_ExecMethod(services, \"SystemRestore\", \"Restore\", 0, null, input, "
-               L"null)",
-               L"IWbemClassObject_Get(output, \"ReturnValue\", 0, null, null)", L"VariantClear(3)",
-               L"VariantClear(3)", L"IWbemClassObject_Release(class)",
-               L"IWbemClassObject_Release(signature)", L"IWbemClassObject_Release(output)",
-               L"IWbemServices_Release(services)", L"IWbemLocator_Release(locator)",
-               L"CoUninitialize()"}),
+        (Texts{
+            L"CoInitializeEx(null, 0)",
+            L"CoInitializeSecurity(null, -1, null, null, 0, 3, null, 0, null)",
+            L"CoCreateInstance(4590F811-24, null, 1, DC12A687-24)",
+            L"IWbemLocator_ConnectServer(locator, \"ROOT\\DEFAULT\", null, null, null, 0, null, "
+            L"null)",
+            L"CoSetProxyBlanket(services, 10, 0, null, 3, 3, null, 0)",
+            L"IWbemServices_GetObject(services, \"SystemRestore\", 0, null, null)",
+            L"IWbemClassObject_GetMethod(class, \"Restore\", 0, null)",
+            L"IWbemClassObject_SpawnInstance(signature, 0)",
+            L"IWbemClassObject_Put(input, \"SequenceNumber\", 0, 3 12, 0)",
+            L"IWbemServices_ExecMethod(services, \"SystemRestore\", \"Restore\", 0, null, input, "
+            L"null)",
+            L"IWbemClassObject_Get(output, \"ReturnValue\", 0, null, null)", L"VariantClear(3)",
+            L"VariantClear(3)", L"IWbemClassObject_Release(class)",
+            L"IWbemClassObject_Release(signature)", L"IWbemClassObject_Release(output)",
+            L"IWbemServices_Release(services)", L"IWbemLocator_Release(locator)",
+            L"CoUninitialize()"}),
         wmi.calls());
 }
 
@@ -113,9 +114,9 @@ TEST_F(RestoreSystem, AnAnswerOtherThanZeroIsNoFailure) {
         wmi.returnValue = ScriptedWmi::number(answer);
         EXPECT_TRUE(run());
         EXPECT_EQ(nullptr, error);
-        EXPECT_EQ(L"INFO SystemRestoreWin: SystemRestore::Restore() returned" +
-                      std::to_wstring(answer),
-                  trace.lines()[4]);
+        EXPECT_EQ(
+            L"INFO SystemRestoreWin: SystemRestore::Restore() returned" + std::to_wstring(answer),
+            trace.lines()[4]);
     }
 }
 
@@ -214,10 +215,9 @@ TEST_F(RestoreSystem, GivesBackWhenTheSetUpFails) {
         trace.lines());
     EXPECT_EQ(Texts(), wmi.leftBehind());
     EXPECT_EQ(0, wmi.comUses());
-    EXPECT_EQ(
-        (Texts{L"IWbemServices_Release(services)", L"IWbemLocator_Release(locator)",
-               L"CoUninitialize()"}),
-        Texts(wmi.calls().end() - 3, wmi.calls().end()));
+    EXPECT_EQ((Texts{L"IWbemServices_Release(services)", L"IWbemLocator_Release(locator)",
+                     L"CoUninitialize()"}),
+              Texts(wmi.calls().end() - 3, wmi.calls().end()));
 }
 
 TEST_F(RestoreSystem, TheTextKeepsTheLineEndOfTheOneMessageThatHasIt) {
@@ -290,8 +290,8 @@ TEST_F(RestoreSystem, EachCallThatFailsHasItsOutcome) {
         {L"CoSetProxyBlanket", L"Could not set proxy blanket. Error code = 0x80004002", 0, 0},
         {L"SysAllocString", noMemory, 0, 0},
         {L"SysAllocString", noMemory, 0, 0},
-        {L"IWbemServices_GetObject",
-         L"IWbemServices::GetObject() failed. Error code = 0x80041002", 4, 1},
+        {L"IWbemServices_GetObject", L"IWbemServices::GetObject() failed. Error code = 0x80041002",
+         4, 1},
         {L"IWbemClassObject_GetMethod",
          L"IWbemClassObject::GetMethod() failed. Error code = 0x8004102e", 5, 1},
         {L"IWbemClassObject_SpawnInstance",
@@ -320,9 +320,9 @@ TEST_F(RestoreSystem, EachCallThatFailsHasItsOutcome) {
         const Texts lines = trace.lines();
         EXPECT_EQ(kEntering, lines.front()) << fault.number;
         EXPECT_EQ(kExiting, lines.back()) << fault.number;
-        EXPECT_EQ(isRestored || error == noMemory ? 0 : 1,
-                  std::count(lines.begin(), lines.end(),
-                             L"ERROR SystemRestoreWin: " + outcome.message))
+        EXPECT_EQ(
+            isRestored || error == noMemory ? 0 : 1,
+            std::count(lines.begin(), lines.end(), L"ERROR SystemRestoreWin: " + outcome.message))
             << fault.number;
         // The service's own failure ends without a clean-up, everything else with it.
         EXPECT_EQ(outcome.comUses == 1 ? 0 : 1, std::count(lines.begin(), lines.end(), kCleanUp[0]))

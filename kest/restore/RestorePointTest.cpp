@@ -22,9 +22,8 @@ constexpr const wchar_t* kTime = L"20240131235959.000000-000";
 // --- The value type.
 
 TEST(RestorePoint, HasTheCurrentTimeAndEmptyTexts) {
-    const ScopedCall<&Calls::GetSystemTime> now([](SYSTEMTIME* time) {
-        *time = SYSTEMTIME{2026, 11, 1, 16, 5, 35, 54, 123};
-    });
+    const ScopedCall<&Calls::GetSystemTime> now(
+        [](SYSTEMTIME* time) { *time = SYSTEMTIME{2026, 11, 1, 16, 5, 35, 54, 123}; });
     const RestorePoint point;
     EXPECT_EQ(L"", point.description);
     EXPECT_EQ(L"", point.type);
@@ -36,9 +35,7 @@ TEST(RestorePoint, HasTheCurrentTimeAndEmptyTexts) {
 TEST(RestorePoint, HasItsFieldsInOrder) {
     RestorePoint point;
     const auto* const begin = reinterpret_cast<const std::byte*>(&point);
-    const auto at = [&](const void* field) {
-        return static_cast<const std::byte*>(field) - begin;
-    };
+    const auto at = [&](const void* field) { return static_cast<const std::byte*>(field) - begin; };
     EXPECT_EQ(0, at(&point.description));
     EXPECT_LT(at(&point.description), at(&point.type));
     EXPECT_LT(at(&point.type), at(&point.creationTime));
@@ -146,12 +143,14 @@ TEST_F(RestorePoints, AreListedInTheServicesOrder) {
 
 TEST_F(RestorePoints, AreAskedForInOneSession) {
     getRestorePoints(points);
-    EXPECT_EQ(L"IWbemLocator_ConnectServer(locator, \"ROOT\\DEFAULT\", null, null, null, 0, null, "
-              L"null)",
-              wmi.calls()[3]);
-    EXPECT_EQ(L"IWbemServices_ExecQuery(services, \"WQL\", \"Select * from SystemRestore\", 48, "
-              L"null)",
-              wmi.calls()[5]);
+    EXPECT_EQ(
+        L"IWbemLocator_ConnectServer(locator, \"ROOT\\DEFAULT\", null, null, null, 0, null, "
+        L"null)",
+        wmi.calls()[3]);
+    EXPECT_EQ(
+        L"IWbemServices_ExecQuery(services, \"WQL\", \"Select * from SystemRestore\", 48, "
+        L"null)",
+        wmi.calls()[5]);
     EXPECT_EQ(Texts(), wmi.leftBehind());
 }
 

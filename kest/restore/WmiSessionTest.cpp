@@ -64,8 +64,7 @@ Texts endedInReading(const Texts& inside) {
 }
 
 const std::vector<std::wstring> kSetUp = {
-    L"CoInitializeEx(null, 0)",
-    L"CoInitializeSecurity(null, -1, null, null, 0, 3, null, 0, null)",
+    L"CoInitializeEx(null, 0)", L"CoInitializeSecurity(null, -1, null, null, 0, 3, null, 0, null)",
     L"CoCreateInstance(4590F811-24, null, 1, DC12A687-24)",
     L"IWbemLocator_ConnectServer(locator, \"ROOT\\DEFAULT\", null, null, null, 0, null, null)",
     L"CoSetProxyBlanket(services, 10, 0, null, 3, 3, null, 0)"};
@@ -94,9 +93,8 @@ protected:
     /// A session whose set-up fails with this message, having made that many calls.
     void expectFailedSetUp(const std::string& message, std::size_t calls) {
         EXPECT_EQ(message, failure());
-        EXPECT_EQ(
-            endedInSetUp({L"ERROR SystemRestoreWin: " + convertToWString(message.c_str())}),
-            trace.lines());
+        EXPECT_EQ(endedInSetUp({L"ERROR SystemRestoreWin: " + convertToWString(message.c_str())}),
+                  trace.lines());
         Texts expected(kSetUp.begin(), kSetUp.begin() + static_cast<std::ptrdiff_t>(calls));
         if (calls > 4) {
             expected.push_back(L"IWbemServices_Release(services)");
@@ -263,11 +261,11 @@ TEST_F(WmiSession, FailsWhenTheQueryDoes) {
     wmi.answer(L"IWbemServices_ExecQuery", static_cast<HRESULT>(WBEM_E_INVALID_QUERY));
     const std::string message = "Query for operating system name failed.  Error code = 0x80041017";
     EXPECT_EQ(message, failure());
-    EXPECT_EQ((Texts{entering(L"getWmiInfo"), entering(L"setWmiInfo"), exiting(L"setWmiInfo"),
-                     L"ERROR SystemRestoreWin: " + convertToWString(message.c_str()),
-                     entering(L"cleanPointers"), exiting(L"cleanPointers"),
-                     exiting(L"getWmiInfo")}),
-              trace.lines());
+    EXPECT_EQ(
+        (Texts{entering(L"getWmiInfo"), entering(L"setWmiInfo"), exiting(L"setWmiInfo"),
+               L"ERROR SystemRestoreWin: " + convertToWString(message.c_str()),
+               entering(L"cleanPointers"), exiting(L"cleanPointers"), exiting(L"getWmiInfo")}),
+        trace.lines());
     EXPECT_EQ(Texts(), wmi.leftBehind());
     EXPECT_EQ(0, wmi.comUses());
 }
@@ -360,12 +358,13 @@ TEST_F(WmiSession, AMissingPropertyMakesTheRowShorter) {
 
 TEST_F(WmiSession, WritesIntegersInDecimal) {
     wmi.points.clear();
-    for (const LONG number : {12, 0, -1, std::numeric_limits<int>::max(),
-                              std::numeric_limits<int>::min()}) {
+    for (const LONG number :
+         {12, 0, -1, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()}) {
         wmi.points.push_back({{L"SequenceNumber", ScriptedWmi::number(number)}});
     }
     run();
-    EXPECT_EQ((std::vector<Row>{{L"12"}, {L"0"}, {L"-1"}, {L"2147483647"}, {L"-2147483648"}}), rows);
+    EXPECT_EQ((std::vector<Row>{{L"12"}, {L"0"}, {L"-1"}, {L"2147483647"}, {L"-2147483648"}}),
+              rows);
 }
 
 TEST_F(WmiSession, KeepsTextsAsTheyAre) {
@@ -382,16 +381,14 @@ TEST_F(WmiSession, KeepsTextsAsTheyAre) {
 TEST_F(WmiSession, OtherKindsAddNothingAndAreNotCleared) {
     wmi.points.clear();
     for (const int kind : {0, 1, 2, 4, 5, 7, 9, 11, 17, 19, 20, 21, 0x2008, 0x4003}) {
-        wmi.points.push_back(
-            {{L"Description", {static_cast<VARTYPE>(kind), L"", 0, false}},
-             {L"SequenceNumber", ScriptedWmi::number(7)}});
+        wmi.points.push_back({{L"Description", {static_cast<VARTYPE>(kind), L"", 0, false}},
+                              {L"SequenceNumber", ScriptedWmi::number(7)}});
     }
     run();
     EXPECT_EQ(std::vector<Row>(14, {L"7"}), rows);
     EXPECT_EQ(14, std::count(wmi.calls().begin(), wmi.calls().end(), L"VariantClear(3)"));
-    EXPECT_EQ(14, std::count_if(wmi.calls().begin(), wmi.calls().end(), [](const auto& call) {
-                  return call.find(L"VariantClear") == 0;
-              }));
+    EXPECT_EQ(14, std::count_if(wmi.calls().begin(), wmi.calls().end(),
+                                [](const auto& call) { return call.find(L"VariantClear") == 0; }));
 }
 
 TEST_F(WmiSession, AnEmptyResultIsNoRows) {
@@ -451,7 +448,8 @@ TEST_F(WmiSession, RunsOutOfMemoryForATextWithoutLeavingAnything) {
 }
 
 TEST_F(WmiSession, AnExceptionWhileReadingReleasesTheObjectAndTheValue) {
-    wmi.before(L"IWbemClassObject_Get", [] { throw std::length_error("played"); }, 2);
+    wmi.before(
+        L"IWbemClassObject_Get", [] { throw std::length_error("played"); }, 2);
     EXPECT_THROW(run(), std::length_error);
     EXPECT_EQ(Texts(), wmi.leftBehind());
     EXPECT_EQ(endedInReading({}), trace.lines());
@@ -476,10 +474,9 @@ TEST_F(WmiSession, EachCallThatFailsHasItsOutcome) {
         std::string message;
         std::size_t rows;
     };
-    const std::string next =
-        convertToString((L"Wmi query <Select * from SystemRestore> failed: " +
-                         getSystemErrorMessage(0x80041010U, s_messageModule))
-                            .c_str());
+    const std::string next = convertToString((L"Wmi query <Select * from SystemRestore> failed: " +
+                                              getSystemErrorMessage(0x80041010U, s_messageModule))
+                                                 .c_str());
     const std::string noMemory = std::bad_alloc().what();
     const std::vector<Outcome> expected = {
         {L"", "", 2},
@@ -531,10 +528,12 @@ TEST_F(WmiSession, EachCallThatFailsHasItsOutcome) {
                            exiting(L"getWmiInfo")};
         EXPECT_EQ(end, Texts(lines.end() - 3, lines.end())) << fault.number;
         const bool isTold = !message.empty() && message != noMemory;
-        EXPECT_EQ(isTold ? 1 : 0, std::count_if(lines.begin(), lines.end(), [&](const auto& line) {
-                      return line ==
-                             L"ERROR SystemRestoreWin: " + convertToWString(message.c_str());
-                  }))
+        EXPECT_EQ(isTold ? 1 : 0, std::count_if(lines.begin(), lines.end(),
+                                                [&](const auto& line) {
+                                                    return line ==
+                                                           L"ERROR SystemRestoreWin: " +
+                                                               convertToWString(message.c_str());
+                                                }))
             << fault.number;
     };
     EXPECT_EQ(20, sweepFaults(platform::testing::Com, FaultSpan::Once, body, check));

@@ -154,9 +154,9 @@ TEST(Mof, SkipsQualifiersPragmasAndAliases) {
                                   "[Locale(1033), Description(\"with ] in it\")] "
                                   "instance of C as $Alias { [key] P = 1; };"));
     for (const char* text :
-         {"#", "#pragma", "#pragma x", "#pragma x(", "#pragma x()", "#pragma x(\"a\"", "#other x(\"\")",
-          "[", "[a", "[\"]", "[a] ", "instance of C as {};", "instance of C as $ {};",
-          "instance of C as Alias {};"}) {
+         {"#", "#pragma", "#pragma x", "#pragma x(", "#pragma x()", "#pragma x(\"a\"",
+          "#other x(\"\")", "[", "[a", "[\"]", "[a] ", "instance of C as {};",
+          "instance of C as $ {};", "instance of C as Alias {};"}) {
         EXPECT_EQ("damaged", readText(text)) << text;
     }
 }
@@ -167,17 +167,37 @@ TEST(Mof, KeepsWhatStandsBeforeTheDamage) {
 }
 
 TEST(Mof, RefusesDamagedDeclarations) {
-    for (const char* text :
-         {"x", "instance", "instance of", "instance of C", "instance of C {", "instance of C {}",
-          "instance of C { P };", "instance of C { P = };", "instance of C { P = 1 };",
-          "instance of C { = 1; };", "instance of C { P 1; };", "instance of 1C {};",
-          "instanceof C {};", "instance of C {};;", "class C {};", "/*", "/* *", "/", "{};",
-          "instance of C { P = 1; P = 2; };", "instance of C { P = 1; p = 2; };",
-          "instance of C { P = $Alias; };", "instance of C { P = \"; };",
-          "instance of C { P = \"a\nb\"; };", "instance of C { P = \"a\rb\"; };",
-          R"(instance of C { P = "\q"; };)", R"(instance of C { P = "\x"; };)",
-          R"(instance of C { P = "\x0"; };)", R"(instance of C { P = "\)",
-          "instance of C /* { P = 1; };", "instance of C { P = 1; /* };"}) {
+    for (const char* text : {"x",
+                             "instance",
+                             "instance of",
+                             "instance of C",
+                             "instance of C {",
+                             "instance of C {}",
+                             "instance of C { P };",
+                             "instance of C { P = };",
+                             "instance of C { P = 1 };",
+                             "instance of C { = 1; };",
+                             "instance of C { P 1; };",
+                             "instance of 1C {};",
+                             "instanceof C {};",
+                             "instance of C {};;",
+                             "class C {};",
+                             "/*",
+                             "/* *",
+                             "/",
+                             "{};",
+                             "instance of C { P = 1; P = 2; };",
+                             "instance of C { P = 1; p = 2; };",
+                             "instance of C { P = $Alias; };",
+                             "instance of C { P = \"; };",
+                             "instance of C { P = \"a\nb\"; };",
+                             "instance of C { P = \"a\rb\"; };",
+                             R"(instance of C { P = "\q"; };)",
+                             R"(instance of C { P = "\x"; };)",
+                             R"(instance of C { P = "\x0"; };)",
+                             R"(instance of C { P = "\)",
+                             "instance of C /* { P = 1; };",
+                             "instance of C { P = 1; /* };"}) {
         EXPECT_EQ("damaged", readText(text)) << text;
     }
     EXPECT_EQ("damaged", readText(std::string_view("\0", 1)));
@@ -187,7 +207,8 @@ TEST(Mof, RefusesDamagedDeclarations) {
 TEST(Mof, ReadsUtf8) {
     EXPECT_EQ("\"<228><26085><128512>\"", valueOf("\"\u00E4\u65E5\U0001F600\""));
     EXPECT_EQ("C{}", readText("\xEF\xBB\xBFinstance of C {};"));
-    for (const char* text : {"\"\x80\"", "\"\xC3\"", "\"\xC0\x80\"", "\"\xED\xA0\x80\"", "\"\xFF\""}) {
+    for (const char* text :
+         {"\"\x80\"", "\"\xC3\"", "\"\xC0\x80\"", "\"\xED\xA0\x80\"", "\"\xFF\""}) {
         EXPECT_EQ("damaged", valueOf(text)) << text;
     }
 }
@@ -216,7 +237,8 @@ TEST(Mof, EndsAtEachPointOfAWholeFile) {
     for (std::size_t length = 0; length < whole.size(); ++length) {
         std::vector<Instance> instances;
         const bool isWhole = read(whole.substr(0, length), instances);
-        EXPECT_EQ(length == 0 || length == 5 || length == 6 || length == 20 || length == 21, isWhole)
+        EXPECT_EQ(length == 0 || length == 5 || length == 6 || length == 20 || length == 21,
+                  isWhole)
             << length;
     }
 }

@@ -47,8 +47,8 @@ TEST(WbemMessages, AreInEnglishAlone) {
     EXPECT_EQ(0U, os().FormatMessageW(kFlags, module, 2, 0x400, text, 64, nullptr));
     EXPECT_EQ(DWORD{ERROR_MR_MID_NOT_FOUND}, os().GetLastError());
     // The system's table answers in its place when it may.
-    EXPECT_NE(0U, os().FormatMessageW(kFlags | FORMAT_MESSAGE_FROM_SYSTEM, module, 2, 0x400, text, 64,
-                                      nullptr));
+    EXPECT_NE(0U, os().FormatMessageW(kFlags | FORMAT_MESSAGE_FROM_SYSTEM, module, 2, 0x400, text,
+                                      64, nullptr));
 }
 
 TEST(WbemMessages, TheModuleIsFoundInItsPlaceAlone) {

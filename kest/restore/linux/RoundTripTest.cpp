@@ -1,4 +1,5 @@
-// The whole way from a file of instances to the caller and back, with nothing replaced but the clock.
+// The whole way from a file of instances to the caller and back, with nothing replaced but the
+// clock.
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -73,9 +74,9 @@ protected:
 
 TEST_F(RoundTrip, ListsThePointsOfTheFile) {
     const int before = liveObjects();
-    const ScopedRepository file(
-        mofPoint("Vor dem Update \\x00E4", 0, kTime, 12) + "instance of Other { X = 1; };" +
-        mofPoint("b", 7, "20231201000102.500000+060", 7));
+    const ScopedRepository file(mofPoint("Vor dem Update \\x00E4", 0, kTime, 12) +
+                                "instance of Other { X = 1; };" +
+                                mofPoint("b", 7, "20231201000102.500000+060", 7));
     const std::vector<RestorePoint> points = list();
     ASSERT_EQ(2U, points.size());
     EXPECT_EQ(L"Vor dem Update \u00E4", points[0].description);
@@ -146,9 +147,8 @@ TEST_F(RoundTrip, RecordsWhatWasAskedToBeRestored) {
     EXPECT_TRUE(hasLine(L"INFO SystemRestoreWin: SystemRestore::Restore() returned0"));
     EXPECT_TRUE(restore(4294967295));
     EXPECT_TRUE(restore(12));
-    EXPECT_EQ(
-        "2026-11-16T05:35:54Z 12\n2026-11-16T05:35:54Z 4294967295\n2026-11-16T05:35:54Z 12\n",
-        file.requests());
+    EXPECT_EQ("2026-11-16T05:35:54Z 12\n2026-11-16T05:35:54Z 4294967295\n2026-11-16T05:35:54Z 12\n",
+              file.requests());
     EXPECT_FALSE(file.tree().exists("points.mof.restores.new"));
 }
 
@@ -172,8 +172,9 @@ TEST_F(RoundTrip, ADamagedFileFailsTheQuery) {
         EXPECT_EQ("Wmi query <Select * from SystemRestore> failed: Critical error\r\n",
                   whatRestorePointsThrow());
     });
-    EXPECT_TRUE(hasLine(
-        L"ERROR SystemRestoreWin: Wmi query <Select * from SystemRestore> failed: Critical error\r\n"));
+    EXPECT_TRUE(
+        hasLine(L"ERROR SystemRestoreWin: Wmi query <Select * from SystemRestore> failed: Critical "
+                L"error\r\n"));
     EXPECT_EQ(before, liveObjects());
 }
 
@@ -253,8 +254,8 @@ TEST_F(RoundTrip, ASecondSessionFindsSecuritySet) {
     (void)list();
     trace.clear();
     EXPECT_TRUE(list().empty());
-    EXPECT_TRUE(hasLine(
-        L"WARNING SystemRestoreWin: CoInitializeSecurity() has already been called"));
+    EXPECT_TRUE(
+        hasLine(L"WARNING SystemRestoreWin: CoInitializeSecurity() has already been called"));
 }
 
 TEST_F(RoundTrip, AThreadInTheOtherModeIsWarnedServedAndEnded) {
@@ -288,10 +289,10 @@ TEST_F(RoundTrip, OtherClassesCanBeAskedFor) {
         "4294967295; Less = -2147483649; Real = 1.5; List = {1}; Letter = 'x'; };");
     std::vector<wmi::Row> rows;
     apart([&] {
-        wmi::getWmiInfo(L"\\\\.\\root/default", L"select * from thing",
-                        {L"NAME", L"Big", L"Small", L"Most", L"Less", L"Real", L"List", L"Letter",
-                         L"None"},
-                        rows);
+        wmi::getWmiInfo(
+            L"\\\\.\\root/default", L"select * from thing",
+            {L"NAME", L"Big", L"Small", L"Most", L"Less", L"Real", L"List", L"Letter", L"None"},
+            rows);
     });
     EXPECT_EQ((std::vector<wmi::Row>{{L"n", L"8589934592", L"-2147483648", L"-1", L"-2147483649"}}),
               rows);

@@ -62,13 +62,12 @@ struct ScriptedWmi::Replacements {
         [this](void* descriptor, LONG count, SOLE_AUTHENTICATION_SERVICE* services, void* reserved,
                DWORD authentication, DWORD impersonation, void* list, DWORD capabilities,
                void* reserved2) {
-            return wmi.perform(
-                L"CoInitializeSecurity",
-                joined({nullOr(descriptor), std::to_wstring(count), nullOr(services),
-                        nullOr(reserved), std::to_wstring(authentication),
-                        std::to_wstring(impersonation), nullOr(list), std::to_wstring(capabilities),
-                        nullOr(reserved2)}),
-                [] {});
+            return wmi.perform(L"CoInitializeSecurity",
+                               joined({nullOr(descriptor), std::to_wstring(count), nullOr(services),
+                                       nullOr(reserved), std::to_wstring(authentication),
+                                       std::to_wstring(impersonation), nullOr(list),
+                                       std::to_wstring(capabilities), nullOr(reserved2)}),
+                               [] {});
         }};
     ScopedCall<&Calls::CoCreateInstance> create{[this](REFCLSID classId, IUnknown* outer,
                                                        DWORD context, REFIID interfaceId,
@@ -81,13 +80,12 @@ struct ScriptedWmi::Replacements {
     ScopedCall<&Calls::CoSetProxyBlanket> blanket{
         [this](IUnknown* proxy, DWORD authentication, DWORD authorization, wchar_t* principal,
                DWORD level, DWORD impersonation, void* identity, DWORD capabilities) {
-            return wmi.perform(
-                L"CoSetProxyBlanket",
-                joined({nameOf(proxy), std::to_wstring(authentication),
-                        std::to_wstring(authorization), quoted(principal), std::to_wstring(level),
-                        std::to_wstring(impersonation), nullOr(identity),
-                        std::to_wstring(capabilities)}),
-                [] {});
+            return wmi.perform(L"CoSetProxyBlanket",
+                               joined({nameOf(proxy), std::to_wstring(authentication),
+                                       std::to_wstring(authorization), quoted(principal),
+                                       std::to_wstring(level), std::to_wstring(impersonation),
+                                       nullOr(identity), std::to_wstring(capabilities)}),
+                               [] {});
         }};
     ScopedCall<&Calls::SysAllocString> allocate{
         [this](const wchar_t* text) { return wmi.allocate(text); }};
@@ -103,14 +101,12 @@ struct ScriptedWmi::Replacements {
     ScopedCall<&Calls::IWbemLocator_ConnectServer> connect{
         [this](IWbemLocator* locator, BSTR resource, BSTR user, BSTR password, BSTR locale,
                LONG flags, BSTR authority, IWbemContext* context, IWbemServices** services) {
-            return wmi.perform(L"IWbemLocator_ConnectServer",
-                               joined({nameOf(locator), quoted(resource), quoted(user),
-                                       quoted(password), quoted(locale), std::to_wstring(flags),
-                                       quoted(authority), nullOr(context)}),
-                               [&] {
-                                   *services =
-                                       reinterpret_cast<IWbemServices*>(wmi.make(L"services"));
-                               });
+            return wmi.perform(
+                L"IWbemLocator_ConnectServer",
+                joined({nameOf(locator), quoted(resource), quoted(user), quoted(password),
+                        quoted(locale), std::to_wstring(flags), quoted(authority),
+                        nullOr(context)}),
+                [&] { *services = reinterpret_cast<IWbemServices*>(wmi.make(L"services")); });
         }};
     ScopedCall<&Calls::IWbemLocator_Release> releaseLocator{
         [this](IWbemLocator* locator) { return wmi.release(L"IWbemLocator_Release", locator); }};
@@ -125,28 +121,28 @@ struct ScriptedWmi::Replacements {
     ScopedCall<&Calls::IWbemServices_ExecQuery> execQuery{
         [this](IWbemServices* services, BSTR language, BSTR query, LONG flags,
                IWbemContext* context, IEnumWbemClassObject** enumerator) {
-            return wmi.perform(L"IWbemServices_ExecQuery",
-                               joined({nameOf(services), quoted(language), quoted(query),
-                                       std::to_wstring(flags), nullOr(context)}),
-                               [&] {
-                                   *enumerator = reinterpret_cast<IEnumWbemClassObject*>(
-                                       wmi.make(L"enumerator"));
-                               });
+            return wmi.perform(
+                L"IWbemServices_ExecQuery",
+                joined({nameOf(services), quoted(language), quoted(query), std::to_wstring(flags),
+                        nullOr(context)}),
+                [&] {
+                    *enumerator = reinterpret_cast<IEnumWbemClassObject*>(wmi.make(L"enumerator"));
+                });
         }};
     ScopedCall<&Calls::IWbemServices_ExecMethod> execMethod{
         [this](IWbemServices* services, BSTR path, BSTR method, LONG flags, IWbemContext* context,
                IWbemClassObject* input, IWbemClassObject** output, IWbemCallResult** result) {
-            return wmi.perform(L"IWbemServices_ExecMethod",
-                               joined({nameOf(services), quoted(path), quoted(method),
-                                       std::to_wstring(flags), nullOr(context), nameOf(input),
-                                       nullOr(result)}),
-                               [&] {
-                                   give(output, L"output", wmi.givesOutput,
-                                        {{L"ReturnValue", wmi.returnValue}});
-                               });
+            return wmi.perform(
+                L"IWbemServices_ExecMethod",
+                joined({nameOf(services), quoted(path), quoted(method), std::to_wstring(flags),
+                        nullOr(context), nameOf(input), nullOr(result)}),
+                [&] {
+                    give(output, L"output", wmi.givesOutput, {{L"ReturnValue", wmi.returnValue}});
+                });
         }};
-    ScopedCall<&Calls::IWbemServices_Release> releaseServices{
-        [this](IWbemServices* services) { return wmi.release(L"IWbemServices_Release", services); }};
+    ScopedCall<&Calls::IWbemServices_Release> releaseServices{[this](IWbemServices* services) {
+        return wmi.release(L"IWbemServices_Release", services);
+    }};
     ScopedCall<&Calls::IEnumWbemClassObject_Next> next{
         [this](IEnumWbemClassObject* enumerator, LONG timeout, ULONG count,
                IWbemClassObject** objects, ULONG* returned) {
@@ -189,16 +185,15 @@ struct ScriptedWmi::Replacements {
                             });
             return scripted != S_OK ? scripted : result;
         }};
-    ScopedCall<&Calls::IWbemClassObject_Put> put{
-        [this](IWbemClassObject* object, const wchar_t* name, LONG flags, VARIANT* value,
-               CIMTYPE type) {
-            return wmi.perform(L"IWbemClassObject_Put",
-                               joined({nameOf(object), quoted(name), std::to_wstring(flags),
-                                       std::to_wstring(value->vt) + L" " +
-                                           std::to_wstring(value->lVal),
-                                       std::to_wstring(type)}),
-                               [] {});
-        }};
+    ScopedCall<&Calls::IWbemClassObject_Put> put{[this](IWbemClassObject* object,
+                                                        const wchar_t* name, LONG flags,
+                                                        VARIANT* value, CIMTYPE type) {
+        return wmi.perform(L"IWbemClassObject_Put",
+                           joined({nameOf(object), quoted(name), std::to_wstring(flags),
+                                   std::to_wstring(value->vt) + L" " + std::to_wstring(value->lVal),
+                                   std::to_wstring(type)}),
+                           [] {});
+    }};
     ScopedCall<&Calls::IWbemClassObject_SpawnInstance> spawn{
         [this](IWbemClassObject* object, LONG flags, IWbemClassObject** instance) {
             return wmi.perform(L"IWbemClassObject_SpawnInstance",
@@ -219,8 +214,7 @@ struct ScriptedWmi::Replacements {
 
     void give(IWbemClassObject** object, const std::wstring& name, bool isGiven,
               const Object& values = {}) const {
-        *object =
-            isGiven ? reinterpret_cast<IWbemClassObject*>(wmi.make(name, values)) : nullptr;
+        *object = isGiven ? reinterpret_cast<IWbemClassObject*>(wmi.make(name, values)) : nullptr;
     }
 };
 

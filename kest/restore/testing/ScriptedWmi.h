@@ -54,7 +54,8 @@ public:
 
     // --- What goes wrong.
 
-    /// The `which`-th call of that name gives this result; it does nothing else if that is a failure.
+    /// The `which`-th call of that name gives this result; it does nothing else if that is a
+    /// failure.
     void answer(const std::wstring& call, HRESULT result, int which = 1) {
         m_results[{call, which}] = result;
     }

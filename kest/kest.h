@@ -12,6 +12,7 @@
 #include "kest/registry/Iterator.h"
 #include "kest/registry/Program.h"
 #include "kest/registry/Registry.h"
+#include "kest/restore/RestorePoint.h"
 #include "kest/sync/Lock.h"
 #include "kest/system/FileSystem.h"
 #include "kest/system/System.h"

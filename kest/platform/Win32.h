@@ -21,7 +21,7 @@
 #define NOGDI
 #endif
 #include <windows.h>
-// After windows.h, which it needs.
+// After windows.h, which they need.
 #include <ktmw32.h>
 // The network's records and calls, one header for each, since the one that names them all brings in
 // what nobody needs.
@@ -29,6 +29,10 @@
 // After lmcons.h, which they need.
 #include <lmapibuf.h>
 #include <lmshare.h>
+
+#include <objbase.h>
+#include <oleauto.h>
+#include <wbemcli.h>
 
 // Codes of the transaction manager that not every SDK header has.
 #ifndef ERROR_INVALID_TRANSACTION
@@ -269,7 +273,6 @@ struct SHARE_INFO_502 {
 
 /// Only ever passed as null.
 struct SECURITY_ATTRIBUTES;
-struct GUID;
 using LPPROGRESS_ROUTINE = void (*)();
 
 // Error codes.
@@ -342,5 +345,8 @@ inline constexpr DWORD ERROR_TRANSACTION_NOT_ACTIVE = 6701;
 inline constexpr DWORD ERROR_TRANSACTION_ALREADY_ABORTED = 6704;
 inline constexpr DWORD ERROR_TRANSACTION_ALREADY_COMMITTED = 6705;
 inline constexpr DWORD ERROR_TRANSACTIONAL_CONFLICT = 6800;
+
+// After the plain types, which it needs.
+#include "kest/platform/linux/ComTypes.h"
 
 #endif

@@ -14,6 +14,7 @@ namespace Tallowmere::platform {
 #define KEST_TARGET_Registry(name) &standin::name
 #define KEST_TARGET_Processes(name) &standin::name
 #define KEST_TARGET_Network(name) &standin::name
+#define KEST_TARGET_Com(name) &standin::name
 #define KEST_TARGET_Runtime(name) &standin::name
 
 constinit Calls g_calls = {

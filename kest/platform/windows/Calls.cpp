@@ -2,6 +2,7 @@
 
 #include <io.h>
 
+#include "kest/platform/windows/Com.h"
 #include "kest/platform/windows/KernelTransactions.h"
 #include "kest/platform/windows/SymbolicLinks.h"
 
@@ -70,6 +71,7 @@ int _waccess(const wchar_t* path, int mode) {
 #define KEST_TARGET_Registry(name) &Forward<&::name>::invoke
 #define KEST_TARGET_Processes(name) &Forward<&::name>::invoke
 #define KEST_TARGET_Network(name) &Forward<&::name>::invoke
+#define KEST_TARGET_Com(name) &com::name
 #define KEST_TARGET_Runtime(name) &runtime::name
 
 constinit Calls g_calls = {

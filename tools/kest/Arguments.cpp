@@ -2,6 +2,8 @@
 
 #include <string_view>
 
+#include "Questions.h"
+
 namespace Tallowmere::command {
 
 const wchar_t kUsage[] =
@@ -9,6 +11,11 @@ const wchar_t kUsage[] =
     L"       kest delete PATH [--trace FILE]\n"
     L"       kest restore-points [--trace FILE]\n"
     L"       kest restore NUMBER [--yes] [--trace FILE]\n"
+    L"       kest property FILE NAME [--trace FILE]\n"
+    L"       kest registry get KEY [NAME] [--trace FILE]\n"
+    L"       kest registry keys KEY [--trace FILE]\n"
+    L"       kest registry values KEY [--trace FILE]\n"
+    L"       kest programs [NAME] [--trace FILE]\n"
     L"       kest --help | --version\n";
 
 namespace {
@@ -75,6 +82,19 @@ std::optional<Request> parse(const std::vector<std::wstring>& arguments, std::ws
         return mistaken(mistake, L"what to do is missing");
     }
 
+    if (const Question* const question = findQuestion(operands)) {
+        request.verb = Request::Verb::ask;
+        request.question = question;
+        operands.erase(operands.begin(),
+                       operands.begin() + static_cast<std::ptrdiff_t>(wordsOf(*question)));
+        request.operands = operands;
+        return request.yes                         ? mistaken(mistake, L"unknown option --yes")
+               : operands.size() < question->least ? mistaken(mistake, question->missing)
+               : operands.size() > question->most
+                   ? mistaken(mistake, L"one argument too many: " + operands[question->most])
+                   : std::optional<Request>(request);
+    }
+
     std::size_t expected = 0;
     if (operands.front() == L"copy") {
         request.verb = Request::Verb::copy;
@@ -87,6 +107,9 @@ std::optional<Request> parse(const std::vector<std::wstring>& arguments, std::ws
     } else if (operands.front() == L"restore") {
         request.verb = Request::Verb::restore;
         expected = 1;
+    } else if (operands.front() == L"registry") {
+        return mistaken(mistake, operands.size() == 1 ? L"registry needs get, keys or values"
+                                                      : L"unknown command registry " + operands[1]);
     } else {
         return mistaken(mistake, L"unknown command " + operands.front());
     }

@@ -6,13 +6,18 @@
 
 namespace Tallowmere::command {
 
+struct Question;
+
 /// What the user asks for.
 struct Request {
-    enum class Verb { help, version, copy, remove, restorePoints, restore };
+    enum class Verb { help, version, copy, remove, restorePoints, restore, ask };
 
     Verb verb = Verb::help;
     /// copy: source and destination. remove: the path.
     std::vector<std::wstring> paths;
+    /// ask: what, and the operands.
+    const Question* question = nullptr;
+    std::vector<std::wstring> operands;
     /// restore: the point's number, and whether nobody is to be asked.
     unsigned long number = 0;
     bool yes = false;

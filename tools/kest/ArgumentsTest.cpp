@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "Questions.h"
+
 namespace Tallowmere::command {
 namespace {
 
@@ -45,6 +47,32 @@ TEST(Arguments, ReadsTheVerbsOfRestorePoints) {
     EXPECT_TRUE(accepted({L"restore", L"--yes", L"0"}).yes);
     EXPECT_EQ(4294967295U, accepted({L"--yes", L"restore", L"4294967295"}).number);
     EXPECT_EQ(L"t", accepted({L"restore-points", L"--trace=t"}).traceFile);
+}
+
+TEST(Arguments, ReadsQuestions) {
+    const Request property = accepted({L"property", L"file", L"name"});
+    EXPECT_EQ(Verb::ask, property.verb);
+    EXPECT_EQ(&answerProperty, property.question->answer);
+    EXPECT_EQ((Texts{L"file", L"name"}), property.operands);
+    EXPECT_EQ(&answerRegistryValue, accepted({L"registry", L"get", L"HKLM"}).question->answer);
+    EXPECT_EQ((Texts{L"HKLM", L""}), accepted({L"registry", L"get", L"HKLM", L""}).operands);
+    EXPECT_EQ(&answerRegistryKeys, accepted({L"registry", L"keys", L"HKU"}).question->answer);
+    EXPECT_EQ(&answerRegistryValues, accepted({L"registry", L"values", L"HKU"}).question->answer);
+    EXPECT_EQ(&answerPrograms, accepted({L"programs"}).question->answer);
+    EXPECT_EQ((Texts{L"x"}), accepted({L"programs", L"x", L"--trace=t"}).operands);
+}
+
+TEST(Arguments, SaysWhatIsWrongWithAQuestion) {
+    EXPECT_EQ(L"property needs a file and a property's name", mistakeIn({L"property", L"file"}));
+    EXPECT_EQ(L"one argument too many: c", mistakeIn({L"property", L"a", L"b", L"c"}));
+    EXPECT_EQ(L"registry needs get, keys or values", mistakeIn({L"registry"}));
+    EXPECT_EQ(L"unknown command registry set", mistakeIn({L"registry", L"set", L"HKLM"}));
+    EXPECT_EQ(L"registry get needs a key", mistakeIn({L"registry", L"get"}));
+    EXPECT_EQ(L"registry keys needs a key", mistakeIn({L"registry", L"keys"}));
+    EXPECT_EQ(L"registry values needs a key", mistakeIn({L"registry", L"values"}));
+    EXPECT_EQ(L"one argument too many: x", mistakeIn({L"registry", L"keys", L"HKLM", L"x"}));
+    EXPECT_EQ(L"one argument too many: b", mistakeIn({L"programs", L"a", L"b"}));
+    EXPECT_EQ(L"unknown option --yes", mistakeIn({L"programs", L"--yes"}));
 }
 
 TEST(Arguments, TakesTheTraceFileAnywhereAndInBothForms) {

@@ -9,6 +9,7 @@
 
 #include "Arguments.h"
 #include "FullPath.h"
+#include "Questions.h"
 #include "Restore.h"
 #include "Terminal.h"
 #include "TraceTap.h"
@@ -31,6 +32,8 @@ int perform(const Request& request, const TraceTap& trace) {
             return done;
         case Request::Verb::restore:
             return restore(request.number, request.yes, trace) ? done : failed;
+        case Request::Verb::ask:
+            return request.question->answer(request.operands, trace) ? done : failed;
         case Request::Verb::help:
         case Request::Verb::version:
             break;

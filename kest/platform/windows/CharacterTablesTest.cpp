@@ -1,5 +1,5 @@
-// The tables that stand for the system's character classes elsewhere, held to what the system itself
-// answers for every unit.
+// The tables that stand for the system's character classes elsewhere, held to what the system
+// itself answers for every unit.
 
 #include <gtest/gtest.h>
 

@@ -53,3 +53,11 @@ elseif(NOT KEST_SANITIZERS)
     add_test(NAME install_packages
              COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/scripts/install-packages-test.sh)
 endif()
+if(NOT WIN32)
+    # The library while it is loaded, which reads the registry. The test brings no library of ours.
+    add_executable(kest_load_test ${CMAKE_CURRENT_LIST_DIR}/LoadTest.cpp)
+    target_compile_features(kest_load_test PRIVATE cxx_std_20)
+    target_link_libraries(kest_load_test PRIVATE kest_options ${CMAKE_DL_LIBS})
+    add_test(NAME kest_load COMMAND kest_load_test $<TARGET_FILE:kest>)
+    set_tests_properties(kest_load PROPERTIES TIMEOUT 300)
+endif()

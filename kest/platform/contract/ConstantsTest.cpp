@@ -300,6 +300,30 @@ static_assert(code(WBEM_E_INCOMPLETE_CLASS) == 0x80041020);
 static_assert(code(WBEM_E_INVALID_METHOD) == 0x8004102E);
 static_assert(code(WBEM_E_INVALID_METHOD_PARAMETERS) == 0x8004102F);
 
+// Registry.
+static_assert(sizeof(HKEY) == 8 && std::is_pointer_v<HKEY> && sizeof(REGSAM) == 4);
+static_assert(KEY_READ == 0x20019);
+static_assert(REG_NONE == 0 && REG_SZ == 1 && REG_EXPAND_SZ == 2 && REG_BINARY == 3);
+static_assert(REG_DWORD == 4 && REG_MULTI_SZ == 7 && REG_QWORD == 11);
+static_assert(code(ERROR_NO_MORE_ITEMS) == 259 && code(ERROR_BADDB) == 1009);
+static_assert(code(ERROR_REGISTRY_IO_FAILED) == 1016 && code(ERROR_KEY_DELETED) == 1018);
+
+/// A predefined key's number, which is a negative 32-bit one.
+std::int64_t keyNumber(HKEY key) {
+    return reinterpret_cast<std::intptr_t>(key);
+}
+
+TEST(Constants, PredefinedKeysHaveTheirNumbers) {
+    EXPECT_EQ(-2147483648LL, keyNumber(HKEY_CLASSES_ROOT));
+    EXPECT_EQ(-2147483647LL, keyNumber(HKEY_CURRENT_USER));
+    EXPECT_EQ(-2147483646LL, keyNumber(HKEY_LOCAL_MACHINE));
+    EXPECT_EQ(-2147483645LL, keyNumber(HKEY_USERS));
+    EXPECT_EQ(-2147483644LL, keyNumber(HKEY_PERFORMANCE_DATA));
+    EXPECT_EQ(-2147483643LL, keyNumber(HKEY_CURRENT_CONFIG));
+    EXPECT_EQ(-2147483568LL, keyNumber(HKEY_PERFORMANCE_TEXT));
+    EXPECT_EQ(-2147483552LL, keyNumber(HKEY_PERFORMANCE_NLSTEXT));
+}
+
 TEST(ConstantsContract, TheInvalidHandleIsAllOnes) {
     // An address, which the compiler cannot compare.
     EXPECT_EQ(UINT64_MAX, reinterpret_cast<std::uintptr_t>(INVALID_HANDLE_VALUE));

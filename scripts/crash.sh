@@ -100,7 +100,7 @@ fingerprint() {
 # What each kind of change starts from. `to` is what changes, `beside` what a harmless operation
 # deletes that is the next to look at that place.
 setup() {
-    rm -rf "$place"/* "$place"/.kest-* "$bound"/* "$bound"/.kest-*
+    rm -rf "${place:?}"/* "$place"/.kest-* "${bound:?}"/* "$bound"/.kest-*
     mkdir -p "$place/from/sub/deep" "$place/from/empty" "$place/canary"
     echo new >"$place/from/a"
     echo newer >"$place/from/sub/deep/b"
@@ -249,7 +249,7 @@ for system in "${systems[@]}"; do
     [[ -z $mounting ]] || kinds+=(many)
     for kind in "${kinds[@]}"; do
         if [[ -n $short ]]; then
-            sweep "$kind" 9
+            sweep "$kind" 12
         else
             sweep "$kind" 1
             sweep_recovery 6

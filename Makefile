@@ -1,7 +1,7 @@
 # The few things that a person types. What they need and is missing is installed first, from Debian's
 # packages alone.
 
-.PHONY: run test bench crash powercut format clean install-packages
+.PHONY: run test bench bench-trees crash powercut format clean install-packages
 .NOTPARALLEL:
 
 # Builds the command and shows what it does, to a real tree.
@@ -33,6 +33,13 @@ powercut:
 	@cmake --build --preset linux --target kest_command kest_powercut
 	@scripts/powercut.sh
 
+# Copies, replacements and deletions of whole trees against the system's own commands, on file systems
+# in images: needs root, 15 GiB of disk and a quiet machine. TREES=--fs=ext4 and the like choose.
+bench-trees:
+	@scripts/install-packages.sh bench-trees
+	@cmake --preset bench >/dev/null && cmake --build --preset bench --target kest_trees >/dev/null
+	@scripts/bench-trees.py --counts --memory --report build/bench/trees.md $(TREES)
+
 # Every source in the house style.
 format:
 	@scripts/install-packages.sh format
@@ -46,4 +53,5 @@ clean:
 install-packages:
 	@scripts/install-packages.sh test
 	@scripts/install-packages.sh bench
+	@scripts/install-packages.sh bench-trees
 	@scripts/install-packages.sh format

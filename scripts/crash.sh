@@ -79,7 +79,7 @@ mount_volume() {
         tmpfs) mount -t tmpfs none "$volume" ;;
         ext4) truncate -s 64M "$image" && mkfs.ext4 -q "$image" ;;
         xfs) truncate -s 320M "$image" && mkfs.xfs -q "$image" ;;
-        btrfs) truncate -s 256M "$image" && mkfs.btrfs -q "$image" 2>/dev/null ;;
+        btrfs) truncate -s 256M "$image" && mkfs.btrfs -q "$image" >/dev/null 2>&1 ;;
         esac
         [[ $system == tmpfs ]] || mount -t "$system" -o loop "$image" "$volume"
     fi

@@ -153,7 +153,7 @@ make_disk() {
     ext4) truncate -s 128M "$image" && mkfs.ext4 -q -F "$image" ;;
     ext4-nojournal) truncate -s 128M "$image" && mkfs.ext4 -q -F -O ^has_journal "$image" ;;
     xfs) truncate -s 320M "$image" && mkfs.xfs -q "$image" ;;
-    btrfs) truncate -s 256M "$image" && mkfs.btrfs -q "$image" 2>/dev/null ;;
+    btrfs) truncate -s 256M "$image" && mkfs.btrfs -q "$image" >/dev/null 2>&1 ;;
     esac
     mount_disk -o loop "$image"
     mkdir "$disk/work" "$disk/canary" "$disk/small"
@@ -169,6 +169,7 @@ make_disk() {
 
 # Each kind of change, and what it is made to.
 change() {
+    # shellcheck disable=SC2054
     local calls=(strace -f --seccomp-bpf -ttt -T -e trace=syncfs,fsync,renameat2 -o "$base/calls")
     case $kind in
     replace | create | many) "${calls[@]}" "$kest" copy "$disk/from" "$to" ;;

@@ -10,13 +10,13 @@
 #include "kest/diagnostics/ThreadMarkers.h"
 #include "kest/diagnostics/TraceColumns.h"
 #include "kest/diagnostics/TraceFile.h"
+#include "kest/diagnostics/TraceLine.h"
 #include "kest/diagnostics/TraceLocale.h"
 #include "kest/platform/Calls.h"
 #include "kest/platform/Console.h"
 #include "kest/platform/StreamNames.h"
 #include "kest/text/Paths.h"
 #include "kest/text/Strings.h"
-#include "kest/time/DateTime.h"
 
 namespace Tallowmere {
 
@@ -30,6 +30,27 @@ constexpr std::int32_t kLineExpected = 2;
 
 constexpr std::uint32_t kFlushesBetweenChecks = 10;
 
+/// A line that is longer than this goes to the stream in pieces.
+constexpr std::size_t kLineAtMost = 1U << 16;
+
+/// File names up to this length need no memory.
+constexpr std::size_t kShortName = 260;
+
+/// The same as baseName for a path in which the last component is plain to see; false otherwise.
+bool findBaseName(std::wstring_view path, std::wstring_view& name) {
+    std::size_t slashes = 0;
+    std::size_t backslashes = 0;
+    std::size_t begin = 0;
+    for (std::size_t i = 0; i < path.size(); ++i) {
+        if (path[i] == L'/' || path[i] == L'\\') {
+            ++(path[i] == L'/' ? slashes : backslashes);
+            begin = i + 1;
+        }
+    }
+    name = path.substr(begin);
+    return slashes + backslashes == 0 || (!name.empty() && (slashes == 0 || backslashes == 0));
+}
+
 std::uint64_t nextSerial() {
     static std::atomic<std::uint64_t> s_last{0};
     return ++s_last;
@@ -38,6 +59,29 @@ std::uint64_t nextSerial() {
 }  // namespace
 
 constinit std::atomic<Recorder*> Recorder::s_instance{nullptr};
+
+inline TraceFile& Recorder::traceFile() const {
+    return *static_cast<TraceFile*>(stream);
+}
+
+/// Whether the line in progress is the calling thread's, which then has the mutex.
+inline bool Recorder::ownsLine() const {
+    // A thread finds its own number here only if it has written it there itself.
+    const std::uint64_t owner = lineOwner.load(std::memory_order_relaxed);
+    return owner != 0 && owner == t_threadState.number;
+}
+
+/// Whether the line in progress is the calling thread's and began in the trace file.
+inline bool Recorder::isLineOwn() const {
+    return ownsLine() && isFileLine && writesTraceFile;
+}
+
+/// Whether the calling thread's line is gathered beside the stream, which nobody else touches
+/// meanwhile, and goes on there. Not in the midst of a piece that is inserted into the stream
+/// itself: what a host's insertion operator logs has its place in that stream.
+inline bool Recorder::isLineGathered() const {
+    return isLineOwn() && traceFile().isPlain() && t_threadState.held == 0;
+}
 
 Recorder::Recorder()
     : stream(&std::wcout),
@@ -49,11 +93,34 @@ Recorder::Recorder()
       serial(nextSerial()),
       lineOwner(0),
       lineDepth(0),
-      writesTraceFile(false) {}
+      writesTraceFile(false),
+      isFileLine(false),
+      lineInProgress(new TraceLine) {}
 
-Recorder::Recorder(const Recorder& other) = default;
+Recorder::Recorder(const Recorder& other)
+    : sourceField(other.sourceField),
+      traceFilePath(other.traceFilePath),
+      stream(other.stream),
+      streamLock(other.streamLock),
+      ownsStream(other.ownsStream),
+      markerState(other.markerState),
+      lock(other.lock),
+      rollOverSize(other.rollOverSize),
+      flushCount(other.flushCount),
+      serial(other.serial),
+      lineOwner(other.lineOwner.load()),
+      lineDepth(other.lineDepth),
+      writesTraceFile(other.writesTraceFile),
+      // What follows of a line in progress goes the long way.
+      isFileLine(false),
+      lineInProgress(new TraceLine) {}
 
 Recorder::~Recorder() {
+    if (writesTraceFile) {
+        // A line that was never flushed is not lost. Nobody is logging any more.
+        traceFile().gather(lineInProgress->text);
+    }
+    delete lineInProgress;
     if (ownsStream) {
         delete stream;
     }
@@ -122,18 +189,22 @@ void Recorder::flush() {
     // A log statement inside a host's insertion operator ends here while the piece is half written.
     const StreamGuard::Suspension suspension;
     bool isCheckDue = false;
+    StreamLock* held = nullptr;
     {
         const StreamGuard guard;
-        if (std::wostream* const out = output()) {
-            out->flush();
+        if (isLineOwn() && traceFile().isPlain()) {
+            traceFile().writeLine(lineInProgress->text);
+        } else {
+            gatherLine();
+            if (std::wostream* const out = output()) {
+                out->flush();
+            }
         }
         isCheckDue = countFlush();
+        held = streamLock;
     }
     if (isCheckDue) {
         rollOver();
-    }
-    StreamLock* held = nullptr;
-    {
         const StreamGuard guard;
         held = streamLock;
     }
@@ -151,13 +222,18 @@ Recorder& Recorder::operator<<(const std::wstring& text) {
 Recorder::Piece::Piece(Recorder& recorder, const std::wstring& text, const long* lineNumber) {
     const StreamGuard guard;
     if (!recorder.takeMarkedValue(text, lineNumber)) {
+        recorder.gatherLine();
         m_destination = recorder.output();
+        m_file = recorder.writesTraceFile ? &recorder.traceFile() : nullptr;
     }
     // Nothing fails from here on, so the destructor will follow.
     StreamGuard::acquire();
 }
 
 Recorder::Piece::~Piece() {
+    if (m_file != nullptr) {
+        m_file->look();
+    }
     StreamGuard::release();
 }
 
@@ -166,44 +242,71 @@ void Recorder::prepare(std::wostringstream& stream) {
     stream.imbue(traceLocale());
 }
 
+void Recorder::writeThread(std::uint32_t thread) {
+    if (!isLineGathered()) {
+        write(threadColumn(thread).text());
+        return;
+    }
+    lineInProgress->text.appendBytes("T");
+    lineInProgress->text.appendNumber(std::uint64_t{thread});
+    lineInProgress->text.append(L'\t');
+}
+
 /// Whether the calling thread's next value will be taken for a file name.
 bool Recorder::isFileNameExpected() const {
-    const StreamGuard guard;
     return pendingMarker() == kFileExpected;
 }
 
-void Recorder::insertConstantText(const std::wstring& text) {
-    if (!takeMarkedValue(text, nullptr)) {
+void Recorder::insertConstantText(const wchar_t* text) {
+    if (pendingMarker() == kNoMarker) {
         processMarker(text);
+    } else {
+        (void)takeMarkedValue(text, nullptr);
     }
 }
 
 /// Gives a value to the file or line marker that waits for one. False when none does: the value is
 /// then to be written.
 bool Recorder::takeMarkedValue(const std::wstring& text, const long* lineNumber) {
-    const StreamGuard guard;
     const std::int32_t pending = pendingMarker();
     if (pending == kNoMarker) {
         return false;
     }
     if (pending == kFileExpected) {
-        const std::wstring name = baseName(text);
-        if (ownsLine()) {
-            sourceField = name;
-        } else {
-            ThreadMarkers& own = threadMarkers(serial);
-            own.sourceLength =
-                static_cast<std::uint8_t>(name.copy(own.source, ThreadMarkers::kSourceSize));
-            own.isSourceNewer = true;
-        }
+        takeName(baseName(text));
     } else if (lineNumber != nullptr) {
-        // What reading the number back into an int gives where it does not fit.
-        writeLocation(static_cast<int>(std::clamp<long>(
-            *lineNumber, std::numeric_limits<int>::min(), std::numeric_limits<int>::max())));
+        takeLineNumber(*lineNumber);
     }
     // Deliberate: a line marker swallows a value that is no number.
     setPendingMarker(kNoMarker);
     return true;
+}
+
+void Recorder::takeName(std::wstring_view name) {
+    if (ownsLine()) {
+        sourceField = name;
+        return;
+    }
+    ThreadMarkers& own = threadMarkers(serial);
+    own.sourceLength = static_cast<std::uint8_t>(name.copy(own.source, ThreadMarkers::kSourceSize));
+    own.isSourceNewer = true;
+}
+
+/// Deliberate: the column becomes the file name of a statement that has a line marker alone.
+void Recorder::takeLineNumber(std::int64_t number) {
+    // What reading the number back into an int gives where it does not fit.
+    const auto line = static_cast<int>(std::clamp<std::int64_t>(
+        number, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
+    if (ownsLine()) {
+        const TraceColumn& column = lineInProgress->location.column(sourceField, line);
+        sourceField = column.text();
+        write(column.text());
+        return;
+    }
+    ThreadMarkers& own = threadMarkers(serial);
+    const TraceColumn column = locationColumn({own.source, own.sourceLength}, line);
+    takeName(column.text());
+    write(column.text());
 }
 
 /// What the calling thread's last marker waits for.
@@ -215,54 +318,121 @@ void Recorder::setPendingMarker(std::int32_t state) {
     (ownsLine() ? markerState : threadMarkers(serial).markerState) = state;
 }
 
-/// Deliberate: the column becomes the file name of a statement that has a line marker alone.
-void Recorder::writeLocation(int line) {
-    if (ownsLine()) {
-        sourceField = locationColumn(sourceField, line);
-        write(sourceField);
-        return;
-    }
-    ThreadMarkers& own = threadMarkers(serial);
-    const std::wstring column = locationColumn(std::wstring(own.source, own.sourceLength), line);
-    own.sourceLength =
-        static_cast<std::uint8_t>(column.copy(own.source, ThreadMarkers::kSourceSize));
-    own.isSourceNewer = true;
-    write(column);
-}
-
 /// Deliberate: the first two characters of a marker are not looked at, so any constant wide text
 /// with a tag at that place is one: a path on a server named Fileserver, Linux01 or Sevilla, say.
-void Recorder::processMarker(const std::wstring& text) {
-    const std::wstring tag = text.size() > 4 ? text.substr(2, 3) : std::wstring();
-    if (tag == L"Sev") {
+void Recorder::processMarker(std::wstring_view text) {
+    const auto hasTag = [text](wchar_t first, wchar_t second, wchar_t third) {
+        return text.size() > 4 && text[2] == first && text[3] == second && text[4] == third;
+    };
+    if (hasTag(L'S', L'e', L'v')) {
         streamOutTimeStamp();
-        write(severityColumn(text.size() > 6 ? text.substr(6) : std::wstring()));
-        write(threadColumn(os().GetCurrentThreadId()));
-    } else if (tag == L"Fil") {
-        const StreamGuard guard;
+        write(severityColumn(text.size() > 6 ? text.substr(6) : std::wstring_view()).text());
+        writeThread(os().GetCurrentThreadId());
+    } else if (hasTag(L'F', L'i', L'l')) {
         setPendingMarker(kFileExpected);
-    } else if (tag == L"Lin") {
-        const StreamGuard guard;
+    } else if (hasTag(L'L', L'i', L'n')) {
         setPendingMarker(kLineExpected);
     } else {
         write(text);
     }
 }
 
+/// Moves what the calling thread's line has gathered into the stream: before something else goes
+/// there, while the stream is held.
+void Recorder::gatherLine() {
+    if (isLineOwn() && !lineInProgress->text.empty()) {
+        traceFile().gather(lineInProgress->text);
+    }
+}
+
+template <class Append>
+bool Recorder::insertGathered(Append append) {
+    if (!isLineGathered()) {
+        return false;
+    }
+    if (markerState != kNoMarker) {
+        return false;
+    }
+    append(lineInProgress->text);
+    if (lineInProgress->text.bytes().size() >= kLineAtMost) {
+        const StreamGuard guard;
+        gatherLine();
+    }
+    return true;
+}
+
+bool Recorder::insertQuickly(std::string_view bytes) {
+    if (isFileNameExpected() && !bytes.empty() && bytes.size() <= kShortName) {
+        // Most names are the module's, which has no separators.
+        wchar_t name[kShortName];
+        std::transform(bytes.begin(), bytes.end(), name,
+                       [](char byte) { return static_cast<unsigned char>(byte); });
+        const std::wstring_view path(name, bytes.size());
+        std::wstring_view last;
+        if (findBaseName(path, last)) {
+            takeName(last);
+        } else {
+            takeName(baseName(std::wstring(path)));
+        }
+        setPendingMarker(kNoMarker);
+        return true;
+    }
+    return insertGathered([bytes](LineText& line) { line.appendBytes(bytes); });
+}
+
+bool Recorder::insertQuickly(const wchar_t* text) {
+    return insertGathered([text](LineText& line) {
+        if (text != nullptr) {
+            line.append(text);
+        }
+    });
+}
+
+bool Recorder::insertQuickly(wchar_t character) {
+    return insertGathered([character](LineText& line) { line.append(character); });
+}
+
+bool Recorder::insertQuickly(std::int64_t number, bool isLineNumber) {
+    if (isLineNumber && pendingMarker() == kLineExpected) {
+        takeLineNumber(number);
+        setPendingMarker(kNoMarker);
+        return true;
+    }
+    return insertGathered([number](LineText& line) { line.appendNumber(number); });
+}
+
+bool Recorder::insertQuickly(std::uint64_t number) {
+    return insertGathered([number](LineText& line) { line.appendNumber(number); });
+}
+
 void Recorder::streamOutTimeStamp() {
     const StreamGuard::Suspension suspension;
     // Also false where the thread owns the mutex afterwards: its last owner ended inside a line.
-    (void)lock.acquire(-1);
+    const bool isMutexHeld = lock.acquire(-1);
     StreamLock* held = nullptr;
-    {
+    if (!isMutexHeld || lineOwner.load(std::memory_order_relaxed) != 0 || !writesTraceFile ||
+        !traceFile().isPlain()) {
         const StreamGuard guard;
-        beginLine();
+        beginLine(isMutexHeld);
         held = streamLock;
+    } else {
+        // The usual line. The mutex keeps the stream where it is.
+        beginLine(true);
     }
     if (held != nullptr) {
         held->lock();
     }
-    write(DateTime().toString(true, L"MMMM d, yyyy", nullptr, true) + L'\t');
+    if (isLineGathered()) {
+        lineInProgress->stamp.appendTo(lineInProgress->text);
+        return;
+    }
+    if (ownsLine()) {
+        write(lineInProgress->stamp.now());
+    } else {
+        // Without the mutex another thread may be using the kept text.
+        write(TraceStamp().now());
+    }
+    write(L"\t");
 }
 
 std::wstring Recorder::baseName(const std::wstring& path) {
@@ -274,10 +444,18 @@ std::wostream* Recorder::output() const {
     return stream == &std::wcout ? &platform::consoleOutput() : stream;
 }
 
-void Recorder::write(const std::wstring& text) {
+void Recorder::write(std::wstring_view text) {
+    if (isLineGathered()) {
+        lineInProgress->text.append(text);
+        return;
+    }
     const StreamGuard guard;
+    gatherLine();
     if (std::wostream* const out = output()) {
         *out << text;
+        if (writesTraceFile) {
+            traceFile().look();
+        }
     }
 }
 
@@ -342,6 +520,7 @@ void Recorder::rollOver() {
             }
             return;
         }
+        gatherLine();
         if (ownsStream) {
             delete stream;
         }
@@ -357,20 +536,27 @@ void Recorder::rollOver() {
     instance()->flush();
 }
 
-/// Whether the line in progress is the calling thread's.
-bool Recorder::ownsLine() const {
-    const StreamGuard guard;
-    return lineOwner == currentThread();
-}
-
-/// Notes that the calling thread has acquired the mutex for a line.
-void Recorder::beginLine() {
+/// Begins the calling thread's line. False in `isMutexHeld` when it has to do without the mutex, or
+/// has it from a thread that ended inside a line: it then writes what it has piece by piece, and
+/// its markers are kept with the thread.
+void Recorder::beginLine(bool isMutexHeld) {
     if (ownsLine()) {
         ++lineDepth;
         return;
     }
-    // A line whose thread ended before it was flushed is forgotten with all that it expected.
-    lineOwner = currentThread();
+    // A line whose thread ended before it was flushed is forgotten with all that it expected; what
+    // it has gathered is written.
+    if (lineOwner.load(std::memory_order_relaxed) != 0 && isFileLine && writesTraceFile) {
+        traceFile().gather(lineInProgress->text);
+    }
+    if (writesTraceFile && !traceFile().isPlain()) {
+        traceFile().beginLine();
+    }
+    lineOwner.store(isMutexHeld ? currentThread() : 0, std::memory_order_relaxed);
+    if (!isMutexHeld) {
+        return;
+    }
+    isFileLine = writesTraceFile;
     lineDepth = 1;
     ThreadMarkers& own = threadMarkers(serial);
     markerState = own.markerState;
@@ -378,26 +564,20 @@ void Recorder::beginLine() {
         sourceField.assign(own.source, own.sourceLength);
         own.isSourceNewer = false;
     }
-    if (writesTraceFile) {
-        static_cast<TraceFile*>(stream)->beginLine();
-    }
 }
 
 /// Releases one level of the mutex. Deliberate: also when the calling thread does not own it, the
 /// release then fails.
 void Recorder::endLine() {
-    {
-        const StreamGuard guard;
-        if (ownsLine() && --lineDepth == 0) {
-            // A marker that still waits takes the thread's next value, in a line or not.
-            ThreadMarkers& own = threadMarkers(serial);
-            own.markerState = markerState;
-            own.sourceLength =
-                static_cast<std::uint8_t>(sourceField.copy(own.source, ThreadMarkers::kSourceSize));
-            own.isSourceNewer = false;
-            markerState = kNoMarker;
-            lineOwner = 0;
-        }
+    if (ownsLine() && --lineDepth == 0) {
+        // A marker that still waits takes the thread's next value, in a line or not.
+        ThreadMarkers& own = threadMarkers(serial);
+        own.markerState = markerState;
+        own.sourceLength =
+            static_cast<std::uint8_t>(sourceField.copy(own.source, ThreadMarkers::kSourceSize));
+        own.isSourceNewer = false;
+        markerState = kNoMarker;
+        lineOwner.store(0, std::memory_order_relaxed);
     }
     (void)lock.release();
 }

@@ -6,6 +6,7 @@
 #include <ostream>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <type_traits>
 
 #include "kest/Export.h"
@@ -14,6 +15,8 @@
 namespace Tallowmere {
 
 class Recorder;
+class TraceFile;
+struct TraceLine;
 template <class T>
 Recorder& operator<<(Recorder& recorder, const T& value);
 
@@ -48,8 +51,8 @@ public:
     /// host, while no thread is logging: the library itself never calls it.
     static void destroy();
 
-    /// A second Recorder on the same stream, StreamLock and mutex: every field is copied. Both
-    /// would release them, so a copy is left alone in the end.
+    /// A second Recorder on the same stream, StreamLock and mutex: every field is copied, but for
+    /// the text of a line in progress. Both would release them, so a copy is left alone in the end.
     Recorder(const Recorder& other);
 
     /// Directs the trace into the file at `path`, which is emptied; null counts as the empty path.
@@ -94,31 +97,50 @@ private:
 
     private:
         std::wostream* m_destination = nullptr;
+        TraceFile* m_file = nullptr;
     };
 
     Recorder();
     ~Recorder();
     Recorder& operator=(const Recorder&) = delete;
 
-    void insertConstantText(const std::wstring& text);
-    void processMarker(const std::wstring& text);
+    void insertConstantText(const wchar_t* text);
+    void processMarker(std::wstring_view text);
     void streamOutTimeStamp();
     std::wstring baseName(const std::wstring& path);
+
+    // The short way of a value: false when it has to go the long way, nothing has happened then.
+    bool insertQuickly(std::string_view text);
+    bool insertQuickly(const wchar_t* text);
+    bool insertQuickly(wchar_t character);
+    bool insertQuickly(std::int64_t number, bool isLineNumber);
+    bool insertQuickly(std::uint64_t number);
+    /// The same for every type; only some have a short way.
+    template <class T>
+    bool insertKnown(const T& value);
+    template <class Append>
+    bool insertGathered(Append append);
+    bool isLineGathered() const;
+    bool isLineOwn() const;
+    void gatherLine();
 
     static void prepare(std::wostringstream& stream);
     bool isFileNameExpected() const;
     bool takeMarkedValue(const std::wstring& text, const long* lineNumber);
     std::int32_t pendingMarker() const;
     void setPendingMarker(std::int32_t state);
-    void writeLocation(int line);
+    void takeName(std::wstring_view name);
+    void takeLineNumber(std::int64_t number);
     std::wostream* output() const;
-    void write(const std::wstring& text);
+    TraceFile& traceFile() const;
+    void write(std::wstring_view text);
+    void writeThread(std::uint32_t thread);
     void openFile(const std::wstring& path);
     bool countFlush();
     bool isFileFull(const std::wstring& path) const;
     void rollOver();
     bool ownsLine() const;
-    void beginLine();
+    void beginLine(bool isMutexHeld);
     void endLine();
 
     static std::atomic<Recorder*> s_instance;
@@ -146,11 +168,15 @@ private:
     /// Tells this Recorder from earlier ones; a copy has the number of its original.
     std::uint64_t serial;
     /// The thread whose line is in progress (see ThreadMarkers.h), 0 without one.
-    std::uint64_t lineOwner;
+    std::atomic<std::uint64_t> lineOwner;
     /// How many severity markers that thread has streamed for which no flush came yet.
     std::uint32_t lineDepth;
     /// Whether `stream` is one that openFile made.
     bool writesTraceFile;
+    /// Whether the line in progress began in the trace file.
+    bool isFileLine;
+    /// What belongs to the line in progress alone.
+    TraceLine* lineInProgress;
 };
 
 namespace detail {
@@ -174,6 +200,22 @@ inline constexpr bool isPlain = std::is_arithmetic_v<T> || isTextPointer<T> ||
                                 (std::is_array_v<T> &&
                                  std::is_same_v<std::remove_cv_t<std::remove_extent_t<T>>, char>);
 
+/// Integers whose text is their decimal number: those that are characters of some kind, or bool,
+/// have rules of their own.
+template <class T>
+inline constexpr bool isInteger =
+    std::is_same_v<T, int> || std::is_same_v<T, long> || std::is_same_v<T, long long> ||
+    std::is_same_v<T, unsigned int> || std::is_same_v<T, unsigned long> ||
+    std::is_same_v<T, unsigned long long>;
+
+template <class T>
+inline constexpr bool isLineNumber = std::is_same_v<T, int> || std::is_same_v<T, long>;
+
+template <class T>
+inline constexpr bool isNarrowText =
+    std::is_same_v<T, const char*> || std::is_same_v<T, char*> ||
+    (std::is_array_v<T> && std::is_same_v<std::remove_cv_t<std::remove_extent_t<T>>, char>);
+
 /// Our choice: a null text is an empty one. Given to a stream it would end the stream for good, and
 /// every later line with it.
 template <class T>
@@ -187,6 +229,26 @@ bool isNullText(const T& value) {
 
 }  // namespace detail
 
+template <class T>
+bool Recorder::insertKnown(const T& value) {
+    if constexpr (detail::isNarrowText<T>) {
+        const char* const text = value;
+        return insertQuickly(text == nullptr ? std::string_view() : std::string_view(text));
+    } else if constexpr (std::is_same_v<T, wchar_t*>) {
+        return insertQuickly(static_cast<const wchar_t*>(value));
+    } else if constexpr (std::is_same_v<T, char>) {
+        return insertQuickly(static_cast<wchar_t>(static_cast<unsigned char>(value)));
+    } else if constexpr (std::is_same_v<T, wchar_t>) {
+        return insertQuickly(value);
+    } else if constexpr (detail::isInteger<T> && std::is_signed_v<T>) {
+        return insertQuickly(static_cast<std::int64_t>(value), detail::isLineNumber<T>);
+    } else if constexpr (detail::isInteger<T>) {
+        return insertQuickly(static_cast<std::uint64_t>(value));
+    } else {
+        return false;
+    }
+}
+
 /// Inserts one value of any type that a wide stream takes, and returns `recorder`. The value is
 /// made into text first. If the thread's last piece was a file or line marker, it takes the value,
 /// whatever it is: the value is then not written. Otherwise constant wide text is looked at for
@@ -197,7 +259,7 @@ Recorder& operator<<(Recorder& recorder, const T& value) {
     const bool isNull = detail::isNullText(value);
     if constexpr (detail::isConstantWideText<T>) {
         recorder.insertConstantText(isNull ? L"" : value);
-    } else {
+    } else if (!recorder.template insertKnown<T>(value)) {
         std::wstring text;
         // Making a text is most of the cost of a piece, so that of a plain value, which nobody
         // would miss, is made only for the marker that takes it.
@@ -209,7 +271,7 @@ Recorder& operator<<(Recorder& recorder, const T& value) {
         }
         long number = 0;
         const long* lineNumber = nullptr;
-        if constexpr (std::is_same_v<T, int> || std::is_same_v<T, long>) {
+        if constexpr (detail::isLineNumber<T>) {
             number = value;
             lineNumber = &number;
         }

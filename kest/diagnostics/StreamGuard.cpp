@@ -1,7 +1,8 @@
 #include "kest/diagnostics/StreamGuard.h"
 
 #include <mutex>
-#include <utility>
+
+#include "kest/diagnostics/ThreadMarkers.h"
 
 namespace Tallowmere {
 namespace {
@@ -14,8 +15,6 @@ std::mutex& mutex() {
 
 unsigned int g_suspensions = 0;
 
-thread_local unsigned int t_held = 0;
-
 }  // namespace
 
 StreamGuard::StreamGuard() {
@@ -27,15 +26,15 @@ StreamGuard::~StreamGuard() {
 }
 
 void StreamGuard::acquire() {
-    if (t_held == 0) {
+    unsigned int& held = t_threadState.held;
+    if (held == 0) {
         mutex().lock();
     }
-    ++t_held;
+    ++held;
 }
 
 void StreamGuard::release() {
-    --t_held;
-    if (t_held == 0) {
+    if (--t_threadState.held == 0) {
         mutex().unlock();
     }
 }
@@ -44,10 +43,10 @@ bool StreamGuard::isSuspended() {
     return g_suspensions != 0;
 }
 
-StreamGuard::Suspension::Suspension() : m_held(t_held) {
+StreamGuard::Suspension::Suspension() : m_held(t_threadState.held) {
     if (m_held != 0) {
         ++g_suspensions;
-        t_held = 0;
+        t_threadState.held = 0;
         mutex().unlock();
     }
 }
@@ -55,7 +54,7 @@ StreamGuard::Suspension::Suspension() : m_held(t_held) {
 StreamGuard::Suspension::~Suspension() {
     if (m_held != 0) {
         mutex().lock();
-        t_held = m_held;
+        t_threadState.held = m_held;
         --g_suspensions;
     }
 }

@@ -4,8 +4,15 @@
 
 namespace Tallowmere {
 
+namespace {
+
+thread_local constinit ThreadMarkers t_markers{};
+
+}  // namespace
+
+thread_local constinit ThreadState t_threadState{};
+
 ThreadMarkers& threadMarkers(std::uint64_t recorder) {
-    static thread_local ThreadMarkers t_markers{};
     if (t_markers.recorder != recorder) {
         t_markers = {};
         t_markers.recorder = recorder;
@@ -15,11 +22,11 @@ ThreadMarkers& threadMarkers(std::uint64_t recorder) {
 
 std::uint64_t currentThread() {
     static std::atomic<std::uint64_t> s_last{0};
-    static thread_local std::uint64_t t_number = 0;
-    if (t_number == 0) {
-        t_number = ++s_last;
+    ThreadState& state = t_threadState;
+    if (state.number == 0) {
+        state.number = ++s_last;
     }
-    return t_number;
+    return state.number;
 }
 
 }  // namespace Tallowmere

@@ -27,9 +27,20 @@ struct ThreadMarkers {
 /// The calling thread's, empty if it was used with another Recorder last.
 ThreadMarkers& threadMarkers(std::uint64_t recorder);
 
-/// A number that no other thread of this process has or had: never 0. (The system's numbers are
-/// used again after a thread's end, and a line that was never flushed would then seem to be the new
-/// thread's.)
+/// What each piece of a trace line asks of its thread: in the library's own part of the thread's
+/// memory, so that it costs no call.
+struct ThreadState {
+    /// A number that no other thread of this process has or had, 0 until it was asked for. (The
+    /// system's numbers are used again after a thread's end, and a line that was never flushed
+    /// would then seem to be the new thread's.)
+    std::uint64_t number;
+    /// How often the thread holds the stream; see StreamGuard.
+    unsigned int held;
+};
+
+extern thread_local constinit ThreadState t_threadState;
+
+/// The calling thread's number; never 0.
 std::uint64_t currentThread();
 
 }  // namespace Tallowmere

@@ -1,6 +1,6 @@
 #include "kest/diagnostics/TraceColumns.h"
 
-#include <cstddef>
+#include <algorithm>
 
 namespace Tallowmere {
 namespace {
@@ -8,43 +8,82 @@ namespace {
 constexpr std::size_t kSeverityBuffer = 34;
 constexpr std::size_t kLocationBuffer = 40;
 constexpr std::size_t kSourceSize = 30;
-
-/// `text` as a bounded format writes it: up to its first null character, left-aligned in `width`
-/// columns, then a tab, all cut to a buffer of `size` characters with its terminator.
-std::wstring column(const std::wstring& text, std::size_t width, std::size_t size) {
-    std::wstring result = text.c_str();
-    if (result.size() < width) {
-        result.resize(width, L' ');
-    }
-    result += L'\t';
-    return result.substr(0, size - 1);
-}
-
-/// Five digits at least, of which the sign takes one.
-std::wstring paddedNumber(int number) {
-    std::wstring digits = std::to_wstring(number);
-    const std::size_t sign = number < 0 ? 1 : 0;
-    if (digits.size() < 5) {
-        digits.insert(sign, 5 - digits.size(), L'0');
-    }
-    return digits;
-}
+static_assert(kSeverityBuffer <= TraceColumn::kSize && kLocationBuffer <= TraceColumn::kSize);
 
 }  // namespace
 
-std::wstring severityColumn(const std::wstring& name) {
-    return column(name, 8, kSeverityBuffer);
+void TraceColumn::append(std::wstring_view text, std::size_t size) {
+    const std::size_t end =
+        m_length + std::min(text.size(), size - 1 - std::min(m_length, size - 1));
+    for (const wchar_t* unit = text.data(); m_length < end && *unit != L'\0'; ++unit) {
+        m_text[m_length++] = *unit;
+    }
 }
 
-std::wstring threadColumn(std::uint32_t thread) {
-    return L'T' + std::to_wstring(thread) + L'\t';
+void TraceColumn::pad(std::size_t width) {
+    while (m_length < width) {
+        m_text[m_length++] = L' ';
+    }
 }
 
-std::wstring locationColumn(const std::wstring& source, int line) {
-    std::wstring text = source.substr(0, kSourceSize).c_str();
-    text += L":L";
-    text += paddedNumber(line);
-    return column(text.substr(0, kLocationBuffer - 1), 36, kLocationBuffer);
+void TraceColumn::append(std::int64_t number, std::size_t digits, std::size_t size) {
+    wchar_t written[24];
+    wchar_t* const end = written + 24;
+    wchar_t* first = end;
+    const bool isNegative = number < 0;
+    auto left = static_cast<std::uint64_t>(number);
+    if (isNegative) {
+        left = -left;
+    }
+    do {
+        *--first = static_cast<wchar_t>(L'0' + left % 10);
+        left /= 10;
+    } while (left != 0);
+    const std::size_t least = digits - std::min<std::size_t>(digits, isNegative ? 1 : 0);
+    while (static_cast<std::size_t>(end - first) < least) {
+        *--first = L'0';
+    }
+    if (isNegative) {
+        *--first = L'-';
+    }
+    append({first, static_cast<std::size_t>(end - first)}, size);
+}
+
+const TraceColumn& LocationMemo::column(std::wstring_view source, int line) {
+    const std::wstring_view shown = source.substr(0, kSource);
+    if (!m_isFilled || line != m_line || shown != std::wstring_view(m_source, m_length)) {
+        m_column = locationColumn(shown, line);
+        m_length = shown.copy(m_source, kSource);
+        m_line = line;
+        m_isFilled = true;
+    }
+    return m_column;
+}
+
+TraceColumn severityColumn(std::wstring_view name) {
+    TraceColumn column;
+    column.append(name, kSeverityBuffer);
+    column.pad(8);
+    column.append(L"\t", kSeverityBuffer);
+    return column;
+}
+
+TraceColumn threadColumn(std::uint32_t thread) {
+    TraceColumn column;
+    column.append(L"T", kSeverityBuffer);
+    column.append(std::int64_t{thread}, 0, kSeverityBuffer);
+    column.append(L"\t", kSeverityBuffer);
+    return column;
+}
+
+TraceColumn locationColumn(std::wstring_view source, int line) {
+    TraceColumn column;
+    column.append(source.substr(0, kSourceSize), kLocationBuffer);
+    column.append(L":L", kLocationBuffer);
+    column.append(std::int64_t{line}, 5, kLocationBuffer);
+    column.pad(36);
+    column.append(L"\t", kLocationBuffer);
+    return column;
 }
 
 }  // namespace Tallowmere

@@ -5,23 +5,28 @@
 namespace Tallowmere {
 
 TraceFile::TraceFile(const std::string& name) : std::wostream(nullptr), m_buffer(m_file) {
-    // Bytes pass through as they are and at once; Utf8Buffer does the gathering, and so learns how
-    // much of a line the system took.
-    m_file.pubimbue(std::locale::classic());
-    m_file.pubsetbuf(nullptr, 0);
     rdbuf(&m_buffer);
     imbue(traceLocale());
-    if (m_file.open(name.c_str(), std::ios_base::out) == nullptr) {
+    if (!m_file.open(name)) {
         setstate(std::ios_base::failbit);
     }
+    look();
 }
 
 TraceFile::~TraceFile() = default;
 
 void TraceFile::beginLine() {
-    if (m_file.is_open()) {
+    if (m_file.isOpen()) {
         clear();
+        look();
     }
+}
+
+void TraceFile::look() {
+    const bool isAsOpened = good() && flags() == (skipws | dec) && width() == 0 &&
+                            rdbuf() == &m_buffer && tie() == nullptr && getloc() == traceLocale() &&
+                            !m_buffer.isPairOpen();
+    m_isPlain.store(isAsOpened, std::memory_order_relaxed);
 }
 
 }  // namespace Tallowmere

@@ -1,10 +1,12 @@
 #pragma once
 
-#include <fstream>
+#include <atomic>
 #include <ostream>
 #include <string>
 
+#include "kest/diagnostics/LineText.h"
 #include "kest/diagnostics/Utf8Buffer.h"
+#include "kest/platform/OutputFile.h"
 
 namespace Tallowmere {
 
@@ -26,9 +28,22 @@ public:
     /// Forgets such a failure, but not that the file could not be opened.
     void beginLine();
 
+    /// Whether the stream is in the state in which it was opened, so that text and numbers may be
+    /// gathered beside it with the same result: as of the last look. On any thread.
+    bool isPlain() const { return m_isPlain.load(std::memory_order_relaxed); }
+    /// Looks: after each insertion into the stream, since a host's insertion operator may leave
+    /// anything behind.
+    void look();
+
+    /// Gathers `line`, which is left empty, behind what was inserted so far.
+    void gather(LineText& line) { m_buffer.gather(line); }
+    /// Writes what was inserted so far and behind it `line`, which is left empty.
+    void writeLine(LineText& line) { m_buffer.handOn(line); }
+
 private:
-    std::filebuf m_file;
+    platform::OutputFile m_file;
     Utf8Buffer m_buffer;
+    std::atomic<bool> m_isPlain{false};
 };
 
 }  // namespace Tallowmere

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 #include <locale>
 
 #include "kest/diagnostics/testing/ScratchFile.h"

@@ -2,7 +2,7 @@
 
 #include <atomic>
 #include <mutex>
-#include <vector>
+#include <utility>
 
 #include "kest/platform/Calls.h"
 
@@ -16,11 +16,16 @@ constexpr std::uint32_t kChunkSize = 1U << 12;
 constexpr std::uint32_t kChunks = 1U << (kSlotBits - 12);
 constexpr std::uint64_t kGenerationMask = (1U << kGenerationBits) - 1;
 
+/// Beyond every slot.
+constexpr std::uint32_t kNoSlot = 1U << kSlotBits;
+
 struct Slot {
     /// Kind and generation of the handle that is open here, as in the handle itself; 0 when free.
     std::atomic<std::uint64_t> open{0};
     std::atomic<void*> object{nullptr};
     std::uint32_t generation = 0;
+    /// The slot that became free before this one, while this one is free itself.
+    std::uint32_t nextFree = kNoSlot;
 };
 
 std::uint64_t number(HANDLE handle) {
@@ -30,7 +35,9 @@ std::uint64_t number(HANDLE handle) {
 /// Never destroyed: handles may be used until the process ends.
 struct Table {
     std::mutex mutex;
-    std::vector<std::uint32_t> freeSlots;
+    /// The free slots are a list that leads through themselves, so that giving a handle back needs
+    /// no memory: it happens in destructors, and when memory has run out.
+    std::uint32_t lastFreed = kNoSlot;
     std::uint32_t used = 0;
     std::atomic<Slot*> chunks[kChunks]{};
 
@@ -49,11 +56,15 @@ std::uint64_t key(std::uint64_t handle) {
     return handle >> kSlotBits;
 }
 
+std::uint32_t indexOf(HANDLE handle) {
+    return static_cast<std::uint32_t>(number(handle) & ((1U << kSlotBits) - 1));
+}
+
 Slot* slotOf(HANDLE handle, HandleKind kind) {
     if (handleKind(handle) != kind || kind == HandleKind::None) {
         return nullptr;
     }
-    return table().slot(static_cast<std::uint32_t>(number(handle) & ((1U << kSlotBits) - 1)));
+    return table().slot(indexOf(handle));
 }
 
 }  // namespace
@@ -62,9 +73,9 @@ HANDLE issueHandle(HandleKind kind, void* object) {
     Table& all = table();
     const std::lock_guard<std::mutex> guard(all.mutex);
     std::uint32_t index = 0;
-    if (!all.freeSlots.empty()) {
-        index = all.freeSlots.back();
-        all.freeSlots.pop_back();
+    if (all.lastFreed != kNoSlot) {
+        index = all.lastFreed;
+        all.lastFreed = all.slot(index)->nextFree;
     } else if (all.used < kChunkSize * kChunks) {
         index = all.used;
         std::atomic<Slot*>& chunk = all.chunks[index / kChunkSize];
@@ -106,10 +117,9 @@ void* retireHandle(HANDLE handle, HandleKind kind) {
     if (slot->open.load(std::memory_order_relaxed) != key(number(handle))) {
         return nullptr;
     }
-    // The list of free slots may have to grow, so it goes first: a failure changes nothing.
-    all.freeSlots.push_back(static_cast<std::uint32_t>(number(handle) & ((1U << kSlotBits) - 1)));
     void* const object = slot->object.load(std::memory_order_relaxed);
     slot->open.store(0, std::memory_order_release);
+    slot->nextFree = std::exchange(all.lastFreed, indexOf(handle));
     return object;
 }
 

@@ -24,7 +24,7 @@ HANDLE issueHandle(HandleKind kind, void* object);
 void* findHandle(HANDLE handle, HandleKind kind);
 
 /// Takes the handle out of the table and gives its object to the caller, to one caller only; null
-/// when it is not open or not of that kind.
+/// when it is not open or not of that kind. Needs no memory.
 void* retireHandle(HANDLE handle, HandleKind kind);
 
 /// The kind that the handle's number carries, whether it is still open or not; None for a handle

@@ -91,9 +91,9 @@ private:
     friend KEST_API bool operator==(const DateTime& left, const DateTime& right);
     friend KEST_API bool operator<(const DateTime& left, const DateTime& right);
 
-    /// Adopts `impl`. A template so that a plain 0 is a number of seconds and never a null pointer.
+    /// Adopts `adopted`. A template so that a plain 0 is a number of seconds and never a null pointer.
     template <class Pointer, class = std::enable_if_t<std::is_same_v<Pointer, DateTimeImpl*>>>
-    explicit DateTime(Pointer impl) : impl(impl) {}
+    explicit DateTime(Pointer adopted) : impl(adopted) {}
 
     /// Owned, never shared and never null.
     DateTimeImpl* impl;

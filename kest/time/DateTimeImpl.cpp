@@ -2,6 +2,7 @@
 
 #include <boost/lexical_cast.hpp>
 #include <boost/throw_exception.hpp>
+#include <exception>
 #include <limits>
 #include <locale>
 #include <ostream>
@@ -58,7 +59,12 @@ void writeLastError() {
     const std::wstring text = getSystemErrorMessage(0, nullptr);
     // Deliberate: to the error stream and not to the trace, which writes its own times with this
     // class. The system's text brings its line end with it.
-    platform::consoleErrors() << text << std::flush;
+    try {
+        platform::consoleErrors() << text << std::flush;
+    } catch (const std::exception&) {
+        // A host can tell its std::wcerr to throw when writing fails. The result tells all the
+        // same.
+    }
 }
 
 /// In decimal, with zeros in front up to three digits.
@@ -125,18 +131,20 @@ std::wstring DateTimeImpl::toString(bool toLocalTime, const wchar_t* dateFormat,
     }
     std::wstring text = systemTimeToStringHuman(shown, dateFormat, timeFormat);
     if (withMilliseconds) {
-        std::wstring::size_type position = text.find(L" PM");
-        if (position == std::wstring::npos) {
-            position = text.find(L" AM");
-        }
-        if (position == std::wstring::npos) {
-            // Deliberate: meant for a time that ends in a blank because the language has no AM and
-            // PM. In front of a last digit the milliseconds tear the second apart: "8:30:0.0070".
-            position = text.size() - 1;
-        }
+        const std::size_t position = positionOfMilliseconds(text);
         text.insert(position, L'.' + threeDigits(shown.wMilliseconds));
     }
     return text;
+}
+
+std::size_t DateTimeImpl::positionOfMilliseconds(const std::wstring& text) {
+    std::size_t position = text.find(L" PM");
+    if (position == std::wstring::npos) {
+        position = text.find(L" AM");
+    }
+    // Deliberate: the last character is meant to be the blank of a time whose language has no AM
+    // and PM. In front of a last digit the milliseconds tear the second apart: "8:30:0.0070".
+    return position == std::wstring::npos ? text.size() - 1 : position;
 }
 
 std::wstring DateTimeImpl::timestampString() const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -29,6 +30,8 @@ public:
 
     std::wstring toString(bool toLocalTime, const wchar_t* dateFormat, const wchar_t* timeFormat,
                           bool withMilliseconds) const;
+    /// In front of which character of such a text the milliseconds go.
+    static std::size_t positionOfMilliseconds(const std::wstring& text);
     std::wstring timestampString() const;
     std::int64_t getSecondsSinceEpoch() const;
     std::int64_t getMicroSecondsSinceEpoch() const;
@@ -42,7 +45,8 @@ public:
     friend bool operator>(const DateTimeImpl& left, const DateTimeImpl& right);
     friend bool operator>=(const DateTimeImpl& left, const DateTimeImpl& right);
 
-    /// What the constants of DateTime are copied from; they are built with them, in exports/Load.cpp.
+    /// What the constants of DateTime are copied from; they are built with them, in
+    /// exports/Load.cpp.
     static const DateTimeImpl s_begin;
     static const DateTimeImpl s_end;
     static const DateTimeImpl s_invalid;

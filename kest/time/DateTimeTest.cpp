@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <boost/lexical_cast.hpp>
+#include <iostream>
 #include <limits>
 #include <locale>
 #include <memory>
+#include <streambuf>
 #include <string>
 #include <vector>
 
@@ -314,6 +316,18 @@ TEST(DateTime, TheReportIsThatOfTheFailedCall) {
     const DateTime time(2010, 5, 17, 8, 30, 0, true);
     EXPECT_TRUE(time == DateTime::s_invalid);
     EXPECT_EQ(denied, errors.text());
+}
+
+TEST(DateTime, ReportsThrowNothingWhenTheHostsErrorStreamDoes) {
+    class Broken : public std::wstreambuf {};
+    Broken buffer;
+    std::wstreambuf* const previous = std::wcerr.rdbuf(&buffer);
+    std::wcerr.exceptions(std::ios_base::badbit);
+    EXPECT_NO_THROW(EXPECT_TRUE(DateTime(2010, 13, 1, 0, 0, 0, true) == DateTime::s_invalid));
+    EXPECT_TRUE(std::wcerr.bad());
+    EXPECT_NO_THROW(EXPECT_EQ(L"", DateTime::s_end.toString(true, nullptr, nullptr, true)));
+    std::wcerr.exceptions(std::ios_base::goodbit);
+    std::wcerr.rdbuf(previous);
 }
 
 // Moving forward.

@@ -369,8 +369,7 @@ TEST_F(CopyTree, AFileWithASystemFoldersNameIsSkippedToo) {
 TEST_F(CopyTree, OnlyTheSourcesPathDecides) {
     // The copy of it would stand at the root of a drive, where the same walk would skip it.
     tree.file(L"C:\\from\\$RECYCLE.BIN\\x", L"1");
-    // A drive's root is never empty, and could not be searched if it were.
-    tree.directory(L"D:\\System Volume Information");
+    tree.file(L"D:\\old");
     EXPECT_EQ("", copy(L"C:\\from", L"D:"));
     EXPECT_EQ(L"file 1", tree.snapshot()[L"D:\\$RECYCLE.BIN\\x"]);
 }
@@ -440,7 +439,7 @@ TEST_F(CopyTree, ASourceInsideTheDestinationFailsByItselfAndIsRolledBack) {
 TEST_F(CopyTree, ASourceThatIsAFileFailsWhenItIsSearched) {
     tree.file(L"C:\\from", L"1");
     const Snapshot before = tree.snapshot();
-    EXPECT_EQ(failureText(L"FindFirstFileTransacted C:\\from\\*", ERROR_PATH_NOT_FOUND),
+    EXPECT_EQ(failureText(L"FindFirstFileTransacted C:\\from\\*", ERROR_DIRECTORY),
               copy(L"C:\\from", L"C:\\to"));
     EXPECT_EQ(before, tree.snapshot());
 }
@@ -449,6 +448,29 @@ TEST_F(CopyTree, AnEmptyDriveHasNothingToFindAndFails) {
     tree.directory(L"D:\\");
     EXPECT_EQ(failureText(L"FindFirstFileTransacted D:\\*", ERROR_FILE_NOT_FOUND),
               copy(L"D:", L"C:\\to"));
+    tree.file(L"C:\\from\\a");
+    EXPECT_EQ(failureText(L"FindFirstFileTransacted D:\\*", ERROR_FILE_NOT_FOUND),
+              copy(L"C:\\from", L"D:"));
+}
+
+TEST_F(CopyTree, ADestinationThatIsAFileFailsWhenItIsSearched) {
+    tree.file(L"C:\\from\\a", L"new");
+    tree.file(L"C:\\to", L"old");
+    const Snapshot before = tree.snapshot();
+    EXPECT_EQ(failureText(L"FindFirstFileTransacted C:\\to\\*", ERROR_DIRECTORY),
+              copy(L"C:\\from", L"C:\\to"));
+    EXPECT_EQ(before, tree.snapshot());
+}
+
+TEST_F(CopyTree, ADestinationThatIsALinkIsEmptiedThroughTheLinkAsSearchesFollowIt) {
+    tree.file(L"C:\\from\\a", L"new");
+    tree.file(L"C:\\real\\b", L"old");
+    tree.link(L"C:\\to", L"C:\\real", true);
+    EXPECT_EQ("", copy(L"C:\\from", L"C:\\to"));
+    Snapshot after = tree.snapshot();
+    EXPECT_EQ(L"dir", after[L"C:\\to"]);
+    EXPECT_EQ(L"file new", after[L"C:\\to\\a"]);
+    EXPECT_EQ(0U, after.count(L"C:\\real\\b"));
 }
 
 TEST_F(CopyTree, CallsOneAfterTheOtherAreIndependent) {

@@ -19,7 +19,7 @@ void CopyWalk::enter(const std::wstring&, const std::wstring& there) {
 }
 
 void CopyWalk::visit(const Entry& entry) {
-    LOG_INFO(L"CopyFileTransacted " + entry.here + L" -> " + entry.there);
+    LOG_INFO(line(L"CopyFileTransacted ").append(entry.here).append(L" -> ").append(entry.there));
     if (!entry.isDirectory) {
         // A link to a file is copied as a link; what stands in the way is overwritten.
         if (!os().CopyFileTransactedW(entry.here.c_str(), entry.there.c_str(), nullptr, nullptr,
@@ -32,8 +32,8 @@ void CopyWalk::visit(const Entry& entry) {
     // Any other directory is created when the walk enters it.
 }
 
-void CopyWalk::createDirectory(const std::wstring& path) const {
-    LOG_INFO(L"CreateDirectoryTransacted " + path);
+void CopyWalk::createDirectory(const std::wstring& path) {
+    LOG_INFO(line(L"CreateDirectoryTransacted ").append(path));
     WIN32_FILE_ATTRIBUTE_DATA data{};
     if (os().GetFileAttributesTransactedW(path.c_str(), GetFileExInfoStandard, &data,
                                           transaction())) {

@@ -13,7 +13,7 @@ private:
     void enter(const std::wstring& here, const std::wstring& there) override;
     void visit(const Entry& entry) override;
 
-    void createDirectory(const std::wstring& path) const;
+    void createDirectory(const std::wstring& path);
     void copyDirectoryLink(const std::wstring& source, const std::wstring& destination) const;
 };
 

@@ -17,12 +17,12 @@ using platform::os;
 
 void DeleteWalk::visit(const Entry& entry) {
     if (!entry.isDirectory) {
-        LOG_INFO(L"DeleteFileTransacted " + entry.here);
+        LOG_INFO(line(L"DeleteFileTransacted ").append(entry.here));
         if (!os().DeleteFileTransactedW(entry.here.c_str(), transaction())) {
             reportFailure(L"DeleteFileTransacted", true, true);
         }
     } else if (entry.isLink) {
-        LOG_INFO(L"RemoveDirectoryTransacted " + entry.here);
+        LOG_INFO(line(L"RemoveDirectoryTransacted ").append(entry.here));
         if (!os().RemoveDirectoryTransactedW(entry.here.c_str(), transaction())) {
             reportFailure(L"RemoveDirectoryTransacted", true, true);
         }

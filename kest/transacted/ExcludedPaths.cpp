@@ -1,5 +1,8 @@
 #include "kest/transacted/ExcludedPaths.h"
 
+#include <algorithm>
+#include <iterator>
+#include <string_view>
 #include <vector>
 
 #include "kest/text/Paths.h"
@@ -8,7 +11,7 @@
 namespace Tallowmere {
 namespace {
 
-constexpr const wchar_t* kSystemFolders[] = {L"$RECYCLE.BIN", L"System Volume Information"};
+constexpr std::wstring_view kSystemFolders[] = {L"$RECYCLE.BIN", L"System Volume Information"};
 constexpr const wchar_t* kSnapshotMark = L"@gmt-20";
 
 std::vector<std::wstring> componentsOf(const std::wstring& path) {
@@ -19,17 +22,28 @@ std::vector<std::wstring> componentsOf(const std::wstring& path) {
 
 bool isSystemFolder(const std::wstring& name) {
     const std::wstring lowered = toLower(name);
-    for (const wchar_t* const folder : kSystemFolders) {
-        if (lowered == toLower(folder)) {
-            return true;
-        }
-    }
-    return false;
+    return std::any_of(
+        std::begin(kSystemFolders), std::end(kSystemFolders),
+        [&](std::wstring_view folder) { return lowered == toLower(std::wstring(folder)); });
+}
+
+/// Whether it takes one look to see that the last component is none of the names, as it does for
+/// nearly all of a tree: lowering keeps a name's length, and between these two ends nothing is cut
+/// off as a blank.
+bool isPlainlyOther(std::wstring_view path) {
+    const auto isGraphic = [](wchar_t unit) { return unit > L' ' && unit < L'\x7F'; };
+    const std::wstring_view name = path.substr(path.find_last_of(L"\\/") + 1);
+    return !name.empty() && isGraphic(name.front()) && isGraphic(name.back()) &&
+           std::none_of(std::begin(kSystemFolders), std::end(kSystemFolders),
+                        [name](std::wstring_view folder) { return folder.size() == name.size(); });
 }
 
 }  // namespace
 
 bool isExcludedPath(const std::wstring& path) {
+    if (isPlainlyOther(path)) {
+        return false;
+    }
     const std::vector<std::wstring> components = componentsOf(path);
     // Deliberate: exactly these two depths. The same names one level higher or deeper, and at the
     // root of a snapshot that is reached by another number of components (as on a share,
@@ -46,6 +60,9 @@ bool isExcludedPath(const std::wstring& path) {
 }
 
 bool isBareDrive(const std::wstring& path) {
+    if (path.find(L':') == std::wstring::npos) {
+        return false;
+    }
     const std::vector<std::wstring> components = componentsOf(path);
     // Deliberate: what follows the colon is not looked at, so the drive-relative "C:folder" counts
     // as a bare drive too and is emptied but not removed.

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "kest/platform/Calls.h"
@@ -39,6 +40,10 @@ protected:
 
     HANDLE transaction() const { return m_transaction; }
 
+    /// A text that begins with `call`, for a trace line: its memory is used for one line after the
+    /// other.
+    std::wstring& line(std::wstring_view call) { return m_line.assign(call); }
+
 private:
     /// Called before a directory is read, the topmost one included.
     virtual void enter(const std::wstring& here, const std::wstring& there);
@@ -66,6 +71,7 @@ private:
     /// with the walk, so that the memory for them does not grow with the square of the depth.
     std::wstring m_here;
     std::wstring m_there;
+    std::wstring m_line;
     /// The entry that comes next in the innermost directory.
     WIN32_FIND_DATAW m_record{};
 };

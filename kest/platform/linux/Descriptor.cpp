@@ -13,4 +13,17 @@ void Descriptor::reset() {
     }
 }
 
+void Descriptor::resetBoth(Descriptor& first, Descriptor& second) {
+    const int saved = errno;
+    if (first && second.m_value == first.m_value + 1 &&
+        close_range(static_cast<unsigned int>(first.m_value),
+                    static_cast<unsigned int>(second.m_value), 0) == 0) {
+        first.m_value = -1;
+        second.m_value = -1;
+    }
+    errno = saved;
+    first.reset();
+    second.reset();
+}
+
 }  // namespace Tallowmere::platform

@@ -25,6 +25,9 @@ public:
 
     void reset();
 
+    /// The same for two, in one call to the system where the second is the first one's neighbour.
+    static void resetBoth(Descriptor& first, Descriptor& second);
+
 private:
     int m_value;
 };

@@ -33,6 +33,8 @@ constexpr std::size_t kNameOffset = 19;
 
 class DirectoryListing : public transactions::Listing {
 public:
+    explicit DirectoryListing(Purpose purpose) : m_purpose(purpose) {}
+
     /// Reads the first piece. 0 or an errno value.
     int open(const std::shared_ptr<LinuxDirectory>& directory) {
         m_directory = directory;
@@ -67,7 +69,7 @@ public:
         }
         m_isAll = got == 0;
         resolveLinks();
-        if (m_isAll) {
+        if (m_isAll && m_purpose == Purpose::Reading) {
             m_directory.reset();
             m_own.reset();
         }
@@ -92,8 +94,12 @@ public:
             if (std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0) {
                 continue;
             }
-            record.name = names::widen(name);
             record.kind = static_cast<Kind>(entry.type);
+            if (m_purpose == Purpose::Removal && record.kind != Kind::Directory &&
+                unlinkat(descriptor(), name, 0) == 0) {
+                continue;
+            }
+            record.name = names::widen(name);
             record.attributes = attributesOf(record.kind);
             const bool isLink = record.kind == Kind::FileLink || record.kind == Kind::DirectoryLink;
             record.reparseTag = isLink ? IO_REPARSE_TAG_SYMLINK : 0;
@@ -103,9 +109,10 @@ public:
 
 private:
     ssize_t read(char* buffer, std::size_t size) {
-        const int descriptor = m_own ? m_own.get() : m_directory->get();
-        return syscall(SYS_getdents64, descriptor, buffer, size);
+        return syscall(SYS_getdents64, descriptor(), buffer, size);
     }
+
+    int descriptor() const { return m_own ? m_own.get() : m_directory->get(); }
 
     int more() {
         m_piece.clear();
@@ -127,7 +134,7 @@ private:
     /// Puts our kind in place of the kernel's type in each record of the piece, while the directory
     /// is still at hand: a link's target and what the file system did not say have to be asked for.
     void resolveLinks() {
-        const int directory = m_own ? m_own.get() : m_directory->get();
+        const int directory = descriptor();
         for (std::size_t at = 0; at < m_piece.size();) {
             KernelEntry entry{};
             std::memcpy(&entry, m_piece.data() + at, kNameOffset);
@@ -139,12 +146,16 @@ private:
                 mode = fstatat(directory, name, &status, AT_SYMLINK_NOFOLLOW) == 0 ? status.st_mode
                                                                                    : S_IFREG;
             }
-            const Kind kind = kindFromMode(mode, directory, name);
+            // Where a link leads does not matter to one that is to go.
+            const Kind kind = m_purpose == Purpose::Removal && S_ISLNK(mode)
+                                  ? Kind::FileLink
+                                  : kindFromMode(mode, directory, name);
             m_piece[at + kNameOffset - 1] = static_cast<char>(kind);
             at += entry.length;
         }
     }
 
+    Purpose m_purpose;
     std::shared_ptr<LinuxDirectory> m_directory;
     Descriptor m_own;
     std::vector<char> m_piece;
@@ -154,9 +165,9 @@ private:
 
 }  // namespace
 
-DWORD listDirectory(const std::shared_ptr<LinuxDirectory>& directory,
+DWORD listDirectory(const std::shared_ptr<LinuxDirectory>& directory, Purpose purpose,
                     std::unique_ptr<transactions::Listing>& listing) {
-    auto made = std::make_unique<DirectoryListing>();
+    auto made = std::make_unique<DirectoryListing>(purpose);
     const int error = made->open(directory);
     if (error != 0) {
         return errorFromErrno(error);

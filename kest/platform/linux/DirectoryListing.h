@@ -4,9 +4,12 @@
 
 namespace Tallowmere::platform {
 
+/// With Removal, what is no directory is unlinked as it is met and told only where that fails.
+enum class Purpose { Reading, Removal };
+
 /// Lists a directory in the disk's own order. A directory that fits into one buffer, as nearly all
 /// do, is read at once and keeps nothing open; a larger one is read piece by piece.
-DWORD listDirectory(const std::shared_ptr<LinuxDirectory>& directory,
+DWORD listDirectory(const std::shared_ptr<LinuxDirectory>& directory, Purpose purpose,
                     std::unique_ptr<transactions::Listing>& listing);
 
 /// What a mode stands for; a link's target is asked for in `parent`.

@@ -96,11 +96,14 @@ int writeAll(int to, const char* data, std::size_t size, off_t at) {
 /// By reading and writing, for what the system cannot copy inside itself. `end` is where to stop,
 /// or -1 for the end of the file.
 int copyRangeByHand(int from, int to, off_t at, off_t end) {
-    const auto buffer = std::make_unique<char[]>(kBufferSize);
+    // Nearly all files that come here are empty: a large buffer only for those that are not.
+    std::array<char, 1024> few;
+    std::unique_ptr<char[]> many;
     while (end < 0 || at < end) {
-        const std::size_t wanted =
-            end < 0 ? kBufferSize : std::min<std::size_t>(kBufferSize, end - at);
-        const ssize_t got = pread(from, buffer.get(), wanted, at);
+        char* const buffer = many == nullptr ? few.data() : many.get();
+        const std::size_t room = many == nullptr ? few.size() : kBufferSize;
+        const std::size_t wanted = end < 0 ? room : std::min<std::size_t>(room, end - at);
+        const ssize_t got = pread(from, buffer, wanted, at);
         if (got < 0) {
             if (errno == EINTR) {
                 continue;
@@ -110,11 +113,14 @@ int copyRangeByHand(int from, int to, off_t at, off_t end) {
         if (got == 0) {
             return 0;
         }
-        const int error = writeAll(to, buffer.get(), static_cast<std::size_t>(got), at);
+        const int error = writeAll(to, buffer, static_cast<std::size_t>(got), at);
         if (error != 0) {
             return error;
         }
         at += got;
+        if (many == nullptr) {
+            many.reset(new char[kBufferSize]);
+        }
     }
     return 0;
 }
@@ -245,13 +251,13 @@ int copyInto(int from, int to, const struct stat& status, NewFileDefaults& defau
     return error == 0 ? copyTimes(to, status) : error;
 }
 
-int copyRegular(const Descriptor& from, const struct stat& status, int to,
-                const std::string& newName, NewFileDefaults& defaults) {
+int copyRegular(Descriptor& from, const struct stat& status, int to, const std::string& newName,
+                NewFileDefaults& defaults) {
     // With no more rights than the source gives: what the mask takes away is put back at the end,
     // what the source does not give is never there.
-    const Descriptor out(openat(to, newName.c_str(),
-                                O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                                status.st_mode & kRights));
+    Descriptor out(openat(to, newName.c_str(),
+                          O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                          status.st_mode & kRights));
     if (!out) {
         return errno;
     }
@@ -259,6 +265,8 @@ int copyRegular(const Descriptor& from, const struct stat& status, int to,
     if (error != 0) {
         (void)unlinkat(to, newName.c_str(), 0);
     }
+    // What a close might tell, the sync of the whole file system before the commit tells, too.
+    Descriptor::resetBoth(from, out);
     return error;
 }
 

@@ -178,6 +178,37 @@ int renameAt(int from, const char* fromName, int to, const char* toName, unsigne
 
 }  // namespace
 
+namespace {
+
+bool isSeparator(wchar_t unit) {
+    return unit == L'\\' || unit == L'/';
+}
+
+/// Nearly every path is in normal form but for its separators. False, with anything in `text`, for
+/// one that needs another look.
+bool takePlainPath(std::wstring_view path, std::wstring& text) {
+    text.assign(path);
+    bool isStart = false;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const wchar_t unit = text[i];
+        if (isSeparator(unit)) {
+            if (isStart) {
+                return false;
+            }
+            text[i] = L'/';
+            isStart = true;
+        } else {
+            if (unit == L'.' && (isStart || i == 0)) {
+                return false;
+            }
+            isStart = false;
+        }
+    }
+    return !isStart;
+}
+
+}  // namespace
+
 DWORD LinuxDisk::normalize(const wchar_t* path, std::wstring& text) {
     constexpr std::wstring_view kPrefix = L"\\\\?\\";
     std::wstring_view rest(path);
@@ -191,7 +222,9 @@ DWORD LinuxDisk::normalize(const wchar_t* path, std::wstring& text) {
     if (rest.empty()) {
         return ERROR_PATH_NOT_FOUND;
     }
-    const auto isSeparator = [](wchar_t c) { return c == L'\\' || c == L'/'; };
+    if (takePlainPath(rest, text)) {
+        return ERROR_SUCCESS;
+    }
     text = isSeparator(rest.front()) ? L"/" : L"";
     for (std::size_t at = 0; at < rest.size();) {
         std::size_t end = at;
@@ -299,7 +332,14 @@ DWORD LinuxDisk::describe(const DirectoryPtr& parent, const std::wstring& name, 
 
 DWORD LinuxDisk::list(const DirectoryPtr& directory,
                       std::unique_ptr<transactions::Listing>& listing) {
-    return listDirectory(std::static_pointer_cast<LinuxDirectory>(directory), listing);
+    return listDirectory(std::static_pointer_cast<LinuxDirectory>(directory), Purpose::Reading,
+                         listing);
+}
+
+DWORD LinuxDisk::listForRemoval(const DirectoryPtr& directory,
+                                std::unique_ptr<transactions::Listing>& listing) {
+    return listDirectory(std::static_pointer_cast<LinuxDirectory>(directory), Purpose::Removal,
+                         listing);
 }
 
 DWORD LinuxDisk::mayRemoveFrom(const DirectoryPtr& directory) {

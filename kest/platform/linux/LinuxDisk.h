@@ -45,6 +45,8 @@ public:
                    WIN32_FILE_ATTRIBUTE_DATA* data) override;
     DWORD list(const DirectoryPtr& directory,
                std::unique_ptr<transactions::Listing>& listing) override;
+    DWORD listForRemoval(const DirectoryPtr& directory,
+                         std::unique_ptr<transactions::Listing>& listing) override;
     DWORD mayRemoveFrom(const DirectoryPtr& directory) override;
     bool sameVolume(const DirectoryPtr& left, const DirectoryPtr& right) override;
     bool isEntry(const DirectoryPtr& parent, const std::wstring& name,

@@ -1,5 +1,7 @@
 #include "kest/platform/linux/Names.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 
 #include "kest/platform/Utf8.h"
@@ -18,6 +20,16 @@ bool isSeparator(wchar_t c) {
     return c == L'\\' || c == L'/';
 }
 
+/// How many bytes at the beginning are ASCII that stands for itself.
+std::size_t plainBytes(std::string_view text) {
+    std::size_t count = 0;
+    while (count < text.size() && static_cast<unsigned char>(text[count]) < 0x80 &&
+           text[count] != '\\') {
+        ++count;
+    }
+    return count;
+}
+
 constexpr std::wstring_view kPrefix = L"\\\\?\\";
 
 }  // namespace
@@ -26,6 +38,15 @@ std::wstring widen(std::string_view native) {
     std::wstring wide;
     wide.reserve(native.size());
     for (std::size_t at = 0; at < native.size();) {
+        // Nearly all of nearly all names.
+        const std::size_t run = plainBytes(native.substr(at));
+        if (run != 0) {
+            const std::size_t end = wide.size();
+            wide.resize(end + run);
+            std::copy_n(native.begin() + static_cast<std::ptrdiff_t>(at), run, &wide[end]);
+            at += run;
+            continue;
+        }
         std::uint32_t c = 0;
         std::size_t length = utf8::decode(native, at, c);
         if (length == 0 || isEscape(c) || c == '\\') {
@@ -43,8 +64,13 @@ std::wstring widen(std::string_view native) {
 }
 
 bool narrow(std::wstring_view wide, std::string& native) {
+    native.reserve(native.size() + wide.size());
     for (const wchar_t unit : wide) {
         const auto c = static_cast<std::uint32_t>(unit);
+        if (c < 0x80) {
+            native.push_back(static_cast<char>(c));
+            continue;
+        }
         if (c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) {
             return false;
         }

@@ -4,7 +4,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <new>
 #include <thread>
+#include <vector>
 
 #include "kest/platform/Calls.h"
 #include "kest/platform/HandleTable.h"
@@ -103,6 +105,29 @@ TEST(LinuxSync, MakesALockThatCannotBeAcquiredWhenMemoryRunsOut) {
     EXPECT_FALSE(lock->release());
     EXPECT_FALSE(LockGuard(*lock, -1).acquired());
     lock->~Lock();
+}
+
+TEST(LinuxSync, ClosesWithoutMemory) {
+    // More than were ever closed, so that the table of handles has had no need to keep so many in
+    // mind.
+    std::vector<HANDLE> mutexes(20000);
+    for (HANDLE& mutex : mutexes) {
+        mutex = os().CreateMutexW(nullptr, FALSE, nullptr);
+        ASSERT_NE(nullptr, mutex);
+    }
+    const int before = openHandles(HandleKind::Mutex);
+    int closed = 0;
+    {
+        const FailingAllocation noMemory(1);
+        try {
+            for (const HANDLE mutex : mutexes) {
+                closed += os().CloseHandle(mutex) ? 1 : 0;
+            }
+        } catch (const std::bad_alloc&) {
+        }
+    }
+    EXPECT_EQ(20000, closed);
+    EXPECT_EQ(before - 20000, openHandles(HandleKind::Mutex));
 }
 
 TEST(LinuxSync, NumbersThreadsAsTheKernelDoes) {

@@ -11,9 +11,17 @@ namespace Tallowmere::platform::standin {
 void GetSystemTime(SYSTEMTIME* time) {
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
-    const std::int64_t seconds = std::int64_t{now.tv_sec} + calendar::kSecondsFrom1601To1970;
-    // No clock of a computer that runs this is outside the calendar.
-    (void)calendar::fromTicks(seconds * calendar::kTicksPerSecond + now.tv_nsec / 100, *time);
+    // The calendar is asked once a second: each trace line wants the time.
+    static thread_local constinit time_t t_second = -1;
+    static thread_local constinit SYSTEMTIME t_fields{};
+    if (now.tv_sec != t_second) {
+        const std::int64_t seconds = std::int64_t{now.tv_sec} + calendar::kSecondsFrom1601To1970;
+        // No clock of a computer that runs this is outside the calendar.
+        (void)calendar::fromTicks(seconds * calendar::kTicksPerSecond, t_fields);
+        t_second = now.tv_sec;
+    }
+    *time = t_fields;
+    time->wMilliseconds = static_cast<WORD>(now.tv_nsec / 1000000);
 }
 
 BOOL SystemTimeToFileTime(const SYSTEMTIME* time, FILETIME* result) {

@@ -12,6 +12,8 @@ const char* nameOf(Primitive primitive) {
         "list",
         "next",
         "mayRemoveFrom",
+        "mayRemove",
+        "spelling",
         "sameVolume",
         "isEntry",
         "makeDirectory",
@@ -86,8 +88,10 @@ const std::vector<DWORD>& errorsOf(Primitive primitive) {
         case Primitive::List:
         case Primitive::Next:
         case Primitive::MayRemoveFrom:
+        case Primitive::MayRemove:
         case Primitive::ReadFile:
             return kRead;
+        case Primitive::Spelling:
         case Primitive::SameVolume:
         case Primitive::IsEntry:
         case Primitive::IsPrivateOfOurs:

@@ -17,6 +17,8 @@ enum class Primitive {
     List,
     Next,
     MayRemoveFrom,
+    MayRemove,
+    Spelling,
     SameVolume,
     IsEntry,
     MakeDirectory,
@@ -46,15 +48,15 @@ const char* nameOf(Primitive primitive);
 bool changes(Primitive primitive);
 
 /// Thrown once by the primitive at which a process is stopped. From then on all that the process
-/// asks for is refused and changes nothing, so that what unwinds does not clear up: a killed process
-/// runs no destructors. No std::exception, so that nothing takes it for an error.
+/// asks for is refused and changes nothing, so that what unwinds does not clear up: a killed
+/// process runs no destructors. No std::exception, so that nothing takes it for an error.
 struct Stopped {};
 
 /// In place of an error: memory runs out.
 inline constexpr DWORD kThrows = 0xFFFFFFFFU;
 
-/// The errors that a primitive can give, kThrows among them. One that answers with yes or no says no
-/// instead.
+/// The errors that a primitive can give, kThrows among them. One that answers with yes or no says
+/// no instead.
 const std::vector<DWORD>& errorsOf(Primitive primitive);
 
 /// How long a fault lasts: one step, all later steps of the same primitive, or all later steps.

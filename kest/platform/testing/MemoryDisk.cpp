@@ -172,7 +172,7 @@ bool MemoryDisk::isRoot(std::wstring_view text) const {
 }
 
 std::wstring MemoryDisk::fold(const std::wstring& name) const {
-    return MemoryImage(m_store.options().ignoresCase).fold(name);
+    return MemoryImage::fold(name, m_store.options().ignoresCase);
 }
 
 // Reading.
@@ -278,6 +278,23 @@ DWORD MemoryDisk::list(const DirectoryPtr& directory,
 DWORD MemoryDisk::mayRemoveFrom(const DirectoryPtr& directory) {
     const DWORD error = step(Primitive::MayRemoveFrom);
     return error == ERROR_SUCCESS ? mayChange(at(directory)) : error;
+}
+
+DWORD MemoryDisk::mayRemove(const DirectoryPtr& parent, const std::wstring& name) {
+    DWORD error = step(Primitive::MayRemove);
+    Entry entry;
+    if (error == ERROR_SUCCESS) {
+        error = findEntry(parent, name, entry);
+    }
+    return error == ERROR_SUCCESS && entry.node->keeps.isReadOnly ? DWORD{ERROR_ACCESS_DENIED}
+                                                                  : error;
+}
+
+std::wstring MemoryDisk::spelling(const DirectoryPtr& parent, const std::wstring& name) {
+    Entry entry;
+    const bool isFound = step(Primitive::Spelling) == ERROR_SUCCESS &&
+                         findEntry(parent, name, entry) == ERROR_SUCCESS;
+    return isFound ? entry.node->name : name;
 }
 
 bool MemoryDisk::sameVolume(const DirectoryPtr& left, const DirectoryPtr& right) {
@@ -573,7 +590,9 @@ DWORD MemoryDisk::exchange(const DirectoryPtr& left, const std::wstring& leftNam
 
 DWORD MemoryDisk::syncVolume(const DirectoryPtr& directory) {
     const DWORD error = step(Primitive::SyncVolume);
-    if (error == ERROR_SUCCESS) {
+    if (error == ERROR_SUCCESS && m_store.options().syncsBelow) {
+        m_store.syncBelow(at(directory));
+    } else if (error == ERROR_SUCCESS) {
         m_store.syncVolume(at(directory).volume);
     }
     return error;

@@ -49,6 +49,8 @@ public:
     DWORD list(const DirectoryPtr& directory,
                std::unique_ptr<transactions::Listing>& listing) override;
     DWORD mayRemoveFrom(const DirectoryPtr& directory) override;
+    DWORD mayRemove(const DirectoryPtr& parent, const std::wstring& name) override;
+    std::wstring spelling(const DirectoryPtr& parent, const std::wstring& name) override;
     bool sameVolume(const DirectoryPtr& left, const DirectoryPtr& right) override;
     bool isEntry(const DirectoryPtr& parent, const std::wstring& name,
                  const DirectoryPtr& directory) override;

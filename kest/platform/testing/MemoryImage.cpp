@@ -6,6 +6,56 @@ namespace Tallowmere::platform::testing {
 
 using transactions::Kind;
 
+namespace {
+
+std::uint64_t mix(std::uint64_t sum, std::uint64_t value) {
+    sum = (sum ^ value) * 0x9E3779B97F4A7C15U;
+    return sum ^ (sum >> 29);
+}
+
+template <class Text>
+std::uint64_t mixText(std::uint64_t sum, const Text& text) {
+    for (const auto unit : text) {
+        sum = mix(sum, static_cast<std::uint64_t>(unit) + 1);
+    }
+    return mix(sum, text.size());
+}
+
+std::uint64_t mixKeeps(std::uint64_t sum, const MemoryKeeps& keeps) {
+    const unsigned flags = (keeps.isReadable ? 1U : 0U) | (keeps.isWritable ? 2U : 0U) |
+                           (keeps.isReadOnly ? 4U : 0U) | (keeps.isPrivate ? 8U : 0U);
+    return mix(mixText(sum, keeps.label), flags);
+}
+
+}  // namespace
+
+std::uint64_t MemoryNode::fingerprint() const {
+    if (knownFingerprint == 0) {
+        std::uint64_t sum = mix(mix(1, static_cast<std::uint64_t>(kind)), isJunction ? 1 : 0);
+        sum = mix(mixKeeps(sum, keeps), static_cast<std::uint64_t>(owner));
+        sum = mixText(mixText(sum, content), target);
+        knownFingerprint = mixText(mix(sum, parent), name) | 1;
+    }
+    return knownFingerprint;
+}
+
+std::uint64_t MemoryChange::fingerprint() const {
+    std::uint64_t sum = mix(2, static_cast<std::uint64_t>(what));
+    sum = mixText(mix(mix(sum, node), parent), name);
+    sum = mixText(mix(mix(sum, other), oldParent), oldName);
+    return mixKeeps(mixText(mix(sum, made.fingerprint()), content), keeps);
+}
+
+std::uint64_t MemoryImage::fingerprint() const {
+    std::uint64_t sum = 0;
+    for (std::size_t id = 0; id < m_nodes.size(); ++id) {
+        if (m_nodes[id] != nullptr) {
+            sum += mix(m_nodes[id]->fingerprint(), id);
+        }
+    }
+    return sum;
+}
+
 bool MemoryChange::touches(NodeId directory) const {
     switch (what) {
         case What::Make:
@@ -37,13 +87,14 @@ std::string MemoryChange::text() const {
     return result;
 }
 
-MemoryImage::MemoryImage(bool ignoresCase) : m_ignoresCase(ignoresCase) {
-    m_nodes[kRoot].kind = Kind::Directory;
+MemoryImage::MemoryImage(bool ignoresCase) : m_ignoresCase(ignoresCase), m_nodes(kRoot + 1) {
+    m_nodes[kRoot] = std::make_shared<MemoryNode>();
+    m_nodes[kRoot]->kind = Kind::Directory;
 }
 
-std::wstring MemoryImage::fold(const std::wstring& name) const {
+std::wstring MemoryImage::fold(const std::wstring& name, bool ignoresCase) {
     std::wstring result = name;
-    if (m_ignoresCase) {
+    if (ignoresCase) {
         for (wchar_t& unit : result) {
             if (unit >= L'a' && unit <= L'z') {
                 unit = static_cast<wchar_t>(unit - L'a' + L'A');
@@ -54,8 +105,19 @@ std::wstring MemoryImage::fold(const std::wstring& name) const {
 }
 
 const MemoryNode* MemoryImage::find(NodeId node) const {
-    const auto found = m_nodes.find(node);
-    return found == m_nodes.end() ? nullptr : &found->second;
+    return node < m_nodes.size() ? m_nodes[node].get() : nullptr;
+}
+
+MemoryNode* MemoryImage::toChange(NodeId node) {
+    if (find(node) == nullptr) {
+        return nullptr;
+    }
+    std::shared_ptr<MemoryNode>& found = m_nodes[node];
+    if (found.use_count() != 1) {
+        found = std::make_shared<MemoryNode>(*found);
+    }
+    found->knownFingerprint = 0;
+    return found.get();
 }
 
 NodeId MemoryImage::child(NodeId directory, const std::wstring& name) const {
@@ -77,58 +139,62 @@ bool MemoryImage::isSameOrBelow(NodeId node, NodeId ancestor) const {
 
 std::size_t MemoryImage::size() const {
     std::size_t result = 0;
-    for (const auto& [id, node] : m_nodes) {
-        result += 1 + node.content.size();
+    for (const auto& node : m_nodes) {
+        result += node == nullptr ? 0 : 1 + node->content.size();
     }
     return result;
 }
 
 void MemoryImage::unlink(NodeId node) {
-    const auto found = m_nodes.find(node);
-    if (found == m_nodes.end() || found->second.parent == 0) {
+    const MemoryNode* const found = find(node);
+    if (found == nullptr || found->parent == 0) {
         return;
     }
-    const auto directory = m_nodes.find(found->second.parent);
-    if (directory != m_nodes.end()) {
-        directory->second.entries.erase(fold(found->second.name));
+    if (MemoryNode* const directory = toChange(found->parent)) {
+        directory->entries.erase(fold(found->name));
     }
-    found->second.parent = 0;
+    toChange(node)->parent = 0;
 }
 
 void MemoryImage::link(NodeId node, NodeId parent, const std::wstring& name) {
     unlink(node);
-    const auto found = m_nodes.find(node);
-    const auto directory = m_nodes.find(parent);
-    if (found == m_nodes.end() || directory == m_nodes.end()) {
+    if (find(node) == nullptr || find(parent) == nullptr) {
         return;
     }
     unlink(child(parent, name));
-    directory->second.entries[fold(name)] = node;
-    found->second.parent = parent;
-    found->second.name = name;
+    toChange(parent)->entries[fold(name)] = node;
+    MemoryNode& linked = *toChange(node);
+    linked.parent = parent;
+    linked.name = name;
 }
 
 void MemoryImage::apply(const MemoryChange& change) {
     switch (change.what) {
         case MemoryChange::What::Make:
-            m_nodes[change.node] = change.made;
+            unlink(change.node);
+            if (m_nodes.size() <= change.node) {
+                m_nodes.resize(change.node + 1);
+            }
+            m_nodes[change.node] = std::make_shared<MemoryNode>(change.made);
+            m_nodes[change.node]->parent = 0;
+            m_nodes[change.node]->knownFingerprint = 0;
             link(change.node, change.parent, change.name);
             break;
         case MemoryChange::What::Write:
-        case MemoryChange::What::Keep: {
-            const auto found = m_nodes.find(change.node);
-            if (found != m_nodes.end() && change.what == MemoryChange::What::Write) {
-                found->second.content = change.content;
-            } else if (found != m_nodes.end()) {
-                found->second.keeps = change.keeps;
+            if (MemoryNode* const file = toChange(change.node)) {
+                file->content = change.content;
             }
             break;
-        }
+        case MemoryChange::What::Keep:
+            if (MemoryNode* const node = toChange(change.node)) {
+                node->keeps = change.keeps;
+            }
+            break;
         case MemoryChange::What::Remove: {
             const MemoryNode* const node = find(change.node);
             if (node != nullptr && node->parent == change.parent) {
                 unlink(change.node);
-                m_nodes.erase(change.node);
+                m_nodes[change.node] = nullptr;
             }
             break;
         }
@@ -145,23 +211,23 @@ void MemoryImage::apply(const MemoryChange& change) {
 }
 
 void MemoryImage::dropLost() {
-    std::map<NodeId, MemoryNode> reached;
+    std::vector<std::shared_ptr<MemoryNode>> reached(m_nodes.size());
     std::vector<NodeId> open = {kRoot};
     while (!open.empty()) {
         const NodeId id = open.back();
         open.pop_back();
-        for (const auto& [name, child] : m_nodes.at(id).entries) {
+        for (const auto& [name, child] : m_nodes[id]->entries) {
             open.push_back(child);
         }
-        reached.insert(m_nodes.extract(id));
+        reached[id] = std::move(m_nodes[id]);
     }
     m_nodes = std::move(reached);
 }
 
 void MemoryImage::spoil(NodeId file) {
-    const auto found = m_nodes.find(file);
-    if (found != m_nodes.end() && found->second.kind == Kind::File) {
-        found->second.content = "whatever was there before";
+    const MemoryNode* const found = find(file);
+    if (found != nullptr && found->kind == Kind::File) {
+        toChange(file)->content = "whatever was there before";
     }
 }
 

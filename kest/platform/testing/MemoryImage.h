@@ -2,7 +2,9 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <string>
+#include <vector>
 
 #include "kest/platform/transactions/Disk.h"
 
@@ -36,6 +38,10 @@ struct MemoryNode {
     /// Where it stands; no parent for a root and for what has been lost.
     NodeId parent = 0;
     std::wstring name;
+
+    /// The same for equal nodes, whatever they hold below; worked out once.
+    std::uint64_t fingerprint() const;
+    mutable std::uint64_t knownFingerprint = 0;
 };
 
 /// One change of a volume, made as a whole or not at all.
@@ -63,6 +69,7 @@ struct MemoryChange {
     bool touches(NodeId directory) const;
     /// For a test's output.
     std::string text() const;
+    std::uint64_t fingerprint() const;
 };
 
 /// What is on a volume at one moment.
@@ -72,13 +79,16 @@ public:
 
     explicit MemoryImage(bool ignoresCase);
 
-    std::wstring fold(const std::wstring& name) const;
+    static std::wstring fold(const std::wstring& name, bool ignoresCase);
+    std::wstring fold(const std::wstring& name) const { return fold(name, m_ignoresCase); }
     const MemoryNode* find(NodeId node) const;
     /// 0 when there is none.
     NodeId child(NodeId directory, const std::wstring& name) const;
     bool isSameOrBelow(NodeId node, NodeId ancestor) const;
     /// One for each entry and one for each byte of content.
     std::size_t size() const;
+    /// The same for equal images, and surely not for others.
+    std::uint64_t fingerprint() const;
 
     /// Carries out a change as far as it has a meaning here: after a power cut others, which it was
     /// made upon, may be missing. What stands where something else comes to stand is lost.
@@ -89,11 +99,14 @@ public:
     void spoil(NodeId file);
 
 private:
+    MemoryNode* toChange(NodeId node);
     void link(NodeId node, NodeId parent, const std::wstring& name);
     void unlink(NodeId node);
 
     bool m_ignoresCase;
-    std::map<NodeId, MemoryNode> m_nodes;
+    /// By number; null for what is gone. Images share the nodes in which they agree, so that a copy
+    /// costs next to nothing: tests make millions.
+    std::vector<std::shared_ptr<MemoryNode>> m_nodes;
 };
 
 }  // namespace Tallowmere::platform::testing

@@ -245,6 +245,19 @@ std::string MemoryStore::state() const {
     return result;
 }
 
+std::uint64_t MemoryStore::fingerprint() const {
+    std::uint64_t sum = 0;
+    for (const Volume& volume : m_volumes) {
+        sum = sum * 31 + volume.now.fingerprint();
+        // What a power cut brings back may have left no trace in the image of now.
+        sum += volume.log.empty() ? 0 : volume.sure->fingerprint() * 7;
+        for (const Volume::Logged& logged : volume.log) {
+            sum = sum * 31 + logged.fingerprint + (logged.lasts ? 1 : 0);
+        }
+    }
+    return sum;
+}
+
 // The end.
 
 std::vector<const MemoryChange*> MemoryStore::unsynced() const {
@@ -259,10 +272,12 @@ std::vector<const MemoryChange*> MemoryStore::unsynced() const {
     return result;
 }
 
-void MemoryStore::cutPower(const MemoryLoss& loss) {
+std::vector<MemoryImage> MemoryStore::leftBy(const MemoryLoss& loss) const {
+    std::vector<MemoryImage> result;
+    result.reserve(m_volumes.size());
     std::size_t next = 0;
-    for (Volume& volume : m_volumes) {
-        MemoryImage image = *volume.sure;
+    for (const Volume& volume : m_volumes) {
+        MemoryImage& image = result.emplace_back(*volume.sure);
         std::vector<NodeId> spoilt;
         for (const Volume::Logged& logged : volume.log) {
             if (logged.lasts || loss.survives.at(next++)) {
@@ -274,12 +289,33 @@ void MemoryStore::cutPower(const MemoryLoss& loss) {
         for (const NodeId node : spoilt) {
             image.spoil(node);
         }
-        image.dropLost();
-        volume.now = image;
-        volume.sure = std::make_shared<MemoryImage>(std::move(image));
+        if (!volume.log.empty()) {
+            image.dropLost();
+        }
+    }
+    return result;
+}
+
+std::uint64_t MemoryStore::fingerprintOf(const std::vector<MemoryImage>& left) {
+    std::uint64_t sum = 0;
+    for (const MemoryImage& image : left) {
+        sum = sum * 31 + image.fingerprint();
+    }
+    return sum;
+}
+
+void MemoryStore::cutPowerTo(std::vector<MemoryImage> left) {
+    for (std::size_t i = 0; i < m_volumes.size(); ++i) {
+        Volume& volume = m_volumes[i];
+        volume.now = left.at(i);
+        volume.sure = std::make_shared<MemoryImage>(std::move(left[i]));
         volume.log.clear();
     }
     endProcesses();
+}
+
+void MemoryStore::cutPower(const MemoryLoss& loss) {
+    cutPowerTo(leftBy(loss));
 }
 
 void MemoryStore::endProcesses() {
@@ -296,7 +332,9 @@ const MemoryNode* MemoryStore::find(const MemoryPosition& position) const {
 void MemoryStore::change(int volume, MemoryChange change) {
     Volume& changed = m_volumes[volume];
     changed.now.apply(change);
-    changed.log.push_back({std::make_shared<const MemoryChange>(std::move(change)), false});
+    const std::uint64_t fingerprint = change.fingerprint();
+    changed.log.push_back(
+        {std::make_shared<const MemoryChange>(std::move(change)), false, fingerprint});
 }
 
 void MemoryStore::syncVolume(int volume) {
@@ -310,6 +348,22 @@ void MemoryStore::syncVolume(int volume) {
 void MemoryStore::syncDirectory(const MemoryPosition& directory) {
     for (Volume::Logged& logged : m_volumes[directory.volume].log) {
         logged.lasts = logged.lasts || (m_options.syncs && logged.change->touches(directory.node));
+    }
+}
+
+void MemoryStore::syncBelow(const MemoryPosition& directory) {
+    Volume& volume = m_volumes[directory.volume];
+    for (Volume::Logged& logged : volume.log) {
+        const MemoryChange& change = *logged.change;
+        const auto isBelow = [&](NodeId node) {
+            return node != 0 && volume.now.isSameOrBelow(node, directory.node);
+        };
+        const bool isContent =
+            change.what == MemoryChange::What::Write || change.what == MemoryChange::What::Keep;
+        logged.lasts =
+            logged.lasts ||
+            (m_options.syncs && (isContent ? isBelow(change.node)
+                                           : isBelow(change.parent) || isBelow(change.oldParent)));
     }
 }
 

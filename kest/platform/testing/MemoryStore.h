@@ -23,11 +23,13 @@ struct MemoryOptions {
     bool keepsPrivate = true;
     /// Whether a directory cannot be moved while one in it is being listed.
     bool listingsPin = false;
+    /// Whether syncVolume makes durable no more than what is below the directory.
+    bool syncsBelow = false;
     /// Whether what is told to be durable is. A disk that lies is there to see that tests notice.
     bool syncs = true;
 
     static MemoryOptions linux() { return {}; }
-    static MemoryOptions windows() { return {true, true, false, true, true, true}; }
+    static MemoryOptions windows() { return {true, true, false, true, true, true, true}; }
 };
 
 /// A directory or another entry, as long as it exists.
@@ -77,13 +79,15 @@ public:
     // Looking.
 
     bool exists(const std::wstring& path) const;
-    /// All that is below a directory, by path with "/": "dir", "file CONTENT" or "link TARGET", with
-    /// what is kept behind it. Empty when there is nothing.
+    /// All that is below a directory, by path with "/": "dir", "file CONTENT" or "link TARGET",
+    /// with what is kept behind it. Empty when there is nothing.
     std::map<std::string, std::string> snapshot(const std::wstring& top) const;
     /// "/", or the drives.
     std::vector<std::wstring> roots() const;
-    /// For comparing: all that is on all volumes, and what is not durable yet.
+    /// For a failure's text: all that is on all volumes, and what is not durable yet.
     std::string state() const;
+    /// The same for equal states.
+    std::uint64_t fingerprint() const;
     std::size_t size(int volume) const { return m_volumes[volume].now.size(); }
 
     // The end.
@@ -91,6 +95,11 @@ public:
     /// The changes that a power cut now may lose.
     std::vector<const MemoryChange*> unsynced() const;
     void cutPower(const MemoryLoss& loss);
+    /// What a power cut leaves on each volume.
+    std::vector<MemoryImage> leftBy(const MemoryLoss& loss) const;
+    /// The fingerprint that the machine has when no more than that is left (see cutPowerTo).
+    static std::uint64_t fingerprintOf(const std::vector<MemoryImage>& left);
+    void cutPowerTo(std::vector<MemoryImage> left);
     /// All processes end, as when they are killed: the disks stay as they are.
     void endProcesses();
 
@@ -102,6 +111,7 @@ public:
         struct Logged {
             std::shared_ptr<const MemoryChange> change;
             bool lasts = false;
+            std::uint64_t fingerprint = 0;
         };
         MemoryImage now;
         std::shared_ptr<const MemoryImage> sure;
@@ -118,6 +128,7 @@ public:
     /// Carries out a change and logs it.
     void change(int volume, MemoryChange change);
     void syncVolume(int volume);
+    void syncBelow(const MemoryPosition& directory);
     void syncDirectory(const MemoryPosition& directory);
     /// The content of a file; its name is a matter of its directory.
     void syncFile(const MemoryPosition& file);

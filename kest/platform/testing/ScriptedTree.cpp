@@ -314,14 +314,16 @@ DWORD ScriptedTree::findFirst(const std::wstring& pattern, WIN32_FIND_DATAW& dat
     if (pattern.size() < 2 || pattern.compare(pattern.size() - 2, 2, L"\\*") != 0) {
         return ERROR_INVALID_NAME;
     }
+    // "C:\\*" is at the root, unlike "C:".
+    std::wstring path = pattern.substr(0, pattern.size() - 2);
+    path += path.size() == 2 && path[1] == L':' ? L"\\" : L"";
     int node = 0;
-    // What is searched is the directory before the separator; only a drive's root needs it.
-    const bool isRoot = pattern.size() > 2 && pattern[pattern.size() - 3] == L':';
-    const DWORD error =
-        m_view.find(pattern.substr(0, pattern.size() - (isRoot ? 1 : 2)), true, node);
-    if (error != ERROR_SUCCESS || !m_view[node].isDirectory()) {
-        return error == ERROR_SUCCESS || error == ERROR_FILE_NOT_FOUND ? ERROR_PATH_NOT_FOUND
-                                                                       : error;
+    const DWORD error = m_view.find(path, true, node);
+    if (error != ERROR_SUCCESS) {
+        return error == ERROR_FILE_NOT_FOUND ? ERROR_PATH_NOT_FOUND : error;
+    }
+    if (!m_view[node].isDirectory()) {
+        return ERROR_DIRECTORY;
     }
     Search search{m_view[node].children};
     // The root of a drive lists no dots.

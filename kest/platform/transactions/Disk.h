@@ -83,6 +83,11 @@ public:
     virtual DWORD describe(const DirectoryPtr& parent, const std::wstring& name, Kind& kind,
                            WIN32_FILE_ATTRIBUTE_DATA* data) = 0;
     virtual DWORD list(const DirectoryPtr& directory, std::unique_ptr<Listing>& listing) = 0;
+    /// The same for a directory whose tree is to go: entries that are no directories may be removed
+    /// as they come, and are then not told.
+    virtual DWORD listForRemoval(const DirectoryPtr& directory, std::unique_ptr<Listing>& listing) {
+        return list(directory, listing);
+    }
     /// Whether entries may be taken out of the directory: ERROR_ACCESS_DENIED when not.
     virtual DWORD mayRemoveFrom(const DirectoryPtr& directory) = 0;
     /// Whether this one entry may be removed, for a disk whose entries have a say in it themselves.

@@ -1,12 +1,15 @@
 #include "kest/platform/transactions/Journal.h"
 
 #include <cstdint>
+#include <utility>
 
 namespace Tallowmere::platform::transactions {
 namespace {
 
 constexpr std::string_view kMagic = "KESTJOURNAL1";
+const std::wstring kJournal = L"journal";
 const std::wstring kDraft = L"journal-draft";
+const std::wstring kGivenUp = L"journal-given-up";
 
 /// FNV-1a: against a torn or foreign file, not against an attacker, who cannot reach the stage.
 std::uint64_t checksum(std::string_view bytes) {
@@ -69,12 +72,9 @@ bool isName(const std::wstring& name) {
            name.find_first_of(std::wstring_view(L"/\\\0", 3)) == std::wstring::npos;
 }
 
-std::wstring oldSlot(const JournalEntry& entry) {
-    return entry.slot + L"-old";
-}
-
-const std::wstring& oldName(const JournalEntry& entry) {
-    return entry.oldName.empty() ? entry.name : entry.oldName;
+/// Where an old entry is put that was taken away. More than one is taken when rivals are at work.
+std::wstring oldSlot(const JournalEntry& entry, int number) {
+    return entry.slot + (number == 0 ? L"-old" : L"-old-" + std::to_wstring(number));
 }
 
 /// ERROR_SUCCESS with the answer in `there`.
@@ -85,67 +85,78 @@ DWORD isThere(Disk& disk, const DirectoryPtr& parent, const std::wstring& name, 
     return error == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : error;
 }
 
-struct Target {
-    DirectoryPtr directory;
+/// What is in the stage of an entry.
+struct Signs {
     bool hasNew = false;
-    bool hasOld = false;
+    int olds = 0;
 };
 
-DWORD look(Disk& disk, const DirectoryPtr& stage, const JournalEntry& entry, Target& target) {
-    std::wstring canonical;
-    DWORD error = disk.openDirectory(entry.directory, target.directory, canonical);
-    if (error == ERROR_SUCCESS && !disk.sameVolume(stage, target.directory)) {
-        error = ERROR_NOT_SAME_DEVICE;
-    }
-    if (error == ERROR_SUCCESS) {
-        error = isThere(disk, stage, entry.slot, target.hasNew);
-    }
-    if (error == ERROR_SUCCESS) {
-        error = isThere(disk, stage, oldSlot(entry), target.hasOld);
+DWORD look(Disk& disk, const DirectoryPtr& stage, const JournalEntry& entry, Signs& signs) {
+    DWORD error = isThere(disk, stage, entry.slot, signs.hasNew);
+    while (error == ERROR_SUCCESS) {
+        bool hasOld = false;
+        error = isThere(disk, stage, oldSlot(entry, signs.olds), hasOld);
+        if (!hasOld) {
+            break;
+        }
+        ++signs.olds;
     }
     return error;
 }
 
-}  // namespace
+/// Takes away what stands in the place of an entry.
+DWORD take(Disk& disk, const DirectoryPtr& stage, const DirectoryPtr& directory,
+           const JournalEntry& entry, Signs& signs) {
+    const DWORD error = disk.rename(directory, entry.oldName, stage, oldSlot(entry, signs.olds));
+    if (error == ERROR_SUCCESS) {
+        ++signs.olds;
+    }
+    // Gone by another hand: what was to be taken away is away.
+    return error == ERROR_FILE_NOT_FOUND ? DWORD{ERROR_SUCCESS} : error;
+}
 
-DWORD writeJournal(Disk& disk, const DirectoryPtr& stage,
-                   const std::vector<JournalEntry>& entries) {
-    std::string content(kMagic);
-    put(content, entries.size(), 4);
-    for (const JournalEntry& entry : entries) {
-        put(content, entry.directory);
-        put(content, entry.name);
-        put(content, entry.slot);
-        const bool hasOldName = !entry.oldName.empty();
-        put(content,
-            (entry.takesOld ? 1U : 0U) | (entry.putsNew ? 2U : 0U) | (hasOldName ? 4U : 0U), 1);
-        if (hasOldName) {
-            put(content, entry.oldName);
+DWORD redoEntry(Disk& disk, const DirectoryPtr& stage, const DirectoryPtr& directory,
+                const JournalEntry& entry, int tries) {
+    Signs signs;
+    DWORD error = look(disk, stage, entry, signs);
+    if (error != ERROR_SUCCESS || (entry.putsNew && !signs.hasNew)) {
+        return error;
+    }
+    if (entry.takesOld && signs.olds == 0) {
+        error = take(disk, stage, directory, entry, signs);
+    }
+    if (error != ERROR_SUCCESS || !entry.putsNew) {
+        return error;
+    }
+    while ((error = disk.rename(stage, entry.slot, directory, entry.name)) ==
+               ERROR_ALREADY_EXISTS &&
+           entry.takesOld && --tries > 0) {
+        const DWORD taken = take(disk, stage, directory, entry, signs);
+        if (taken != ERROR_SUCCESS) {
+            return taken;
         }
     }
-    put(content, checksum(content), 8);
-    DWORD error = disk.writeFile(stage, kDraft, content);
-    if (error == ERROR_SUCCESS) {
-        error = disk.rename(stage, kDraft, stage, kJournalName);
-    }
-    if (error == ERROR_SUCCESS) {
-        error = disk.syncDirectory(stage);
+    return error;
+}
+
+DWORD sync(Disk& disk, const std::vector<DirectoryPtr>& directories) {
+    for (const DirectoryPtr& directory : directories) {
+        const DWORD error = disk.syncDirectory(directory);
         if (error != ERROR_SUCCESS) {
-            // Not known to be durable, so not committed: it must not be found later either.
-            (void)disk.removeFile(stage, kJournalName);
+            return error;
         }
     }
-    return error;
+    return ERROR_SUCCESS;
 }
 
-DWORD readJournal(Disk& disk, const DirectoryPtr& stage, std::vector<JournalEntry>& entries) {
-    entries.clear();
+DWORD read(Disk& disk, const DirectoryPtr& stage, const std::wstring& name, Journal& journal) {
+    journal = {};
     std::string content;
-    const DWORD error = disk.readFile(stage, kJournalName, content);
+    const DWORD error = disk.readFile(stage, name, content);
     if (error != ERROR_SUCCESS) {
         return error;
     }
-    if (content.size() < kMagic.size() + 12 || content.compare(0, kMagic.size(), kMagic) != 0) {
+    if (content.size() < kMagic.size() + 16 || content.compare(0, kMagic.size(), kMagic) != 0) {
         return ERROR_FILE_CORRUPT;
     }
     const std::string_view body = std::string_view(content).substr(0, content.size() - 8);
@@ -154,51 +165,96 @@ DWORD readJournal(Disk& disk, const DirectoryPtr& stage, std::vector<JournalEntr
         return ERROR_FILE_CORRUPT;
     }
     Reader reader{body.substr(kMagic.size())};
+    const std::uint64_t directories = reader.number(4);
+    for (std::uint64_t i = 0; i < directories && reader.good; ++i) {
+        journal.directories.push_back(reader.text());
+    }
     const std::uint64_t count = reader.number(4);
     for (std::uint64_t i = 0; i < count && reader.good; ++i) {
         JournalEntry entry;
-        entry.directory = reader.text();
+        entry.directory = reader.number(4);
         entry.name = reader.text();
+        entry.oldName = reader.text();
         entry.slot = reader.text();
         const std::uint64_t flags = reader.number(1);
         entry.takesOld = (flags & 1) != 0;
         entry.putsNew = (flags & 2) != 0;
-        if ((flags & 4) != 0) {
-            entry.oldName = reader.text();
-        }
-        reader.good = reader.good && flags <= 7 && isName(entry.name) && isName(entry.slot) &&
-                      ((flags & 4) == 0 || isName(entry.oldName));
-        entries.push_back(std::move(entry));
+        reader.good = reader.good && flags <= 3 && entry.directory < directories &&
+                      isName(entry.name) && isName(entry.oldName) && isName(entry.slot);
+        journal.entries.push_back(std::move(entry));
     }
     if (!reader.good || !reader.rest.empty()) {
-        entries.clear();
+        journal = {};
         return ERROR_FILE_CORRUPT;
     }
     return ERROR_SUCCESS;
 }
 
-DWORD redo(Disk& disk, const DirectoryPtr& stage, const std::vector<JournalEntry>& entries) {
+}  // namespace
+
+DWORD writeDraft(Disk& disk, const DirectoryPtr& stage, const Journal& journal) {
+    std::string content(kMagic);
+    put(content, journal.directories.size(), 4);
+    for (const std::wstring& directory : journal.directories) {
+        put(content, directory);
+    }
+    put(content, journal.entries.size(), 4);
+    for (const JournalEntry& entry : journal.entries) {
+        put(content, entry.directory, 4);
+        put(content, entry.name);
+        put(content, entry.oldName);
+        put(content, entry.slot);
+        put(content, (entry.takesOld ? 1U : 0U) | (entry.putsNew ? 2U : 0U), 1);
+    }
+    put(content, checksum(content), 8);
+    return disk.writeFile(stage, kDraft, content);
+}
+
+DWORD commitDraft(Disk& disk, const DirectoryPtr& stage) {
+    const DWORD error = disk.rename(stage, kDraft, stage, kJournal);
+    return error == ERROR_SUCCESS ? disk.syncDirectory(stage) : error;
+}
+
+DWORD readJournal(Disk& disk, const DirectoryPtr& stage, Journal& journal) {
+    return read(disk, stage, kJournal, journal);
+}
+
+DWORD readDraft(Disk& disk, const DirectoryPtr& stage, Journal& journal) {
+    return read(disk, stage, kDraft, journal);
+}
+
+DWORD redo(Disk& disk, const DirectoryPtr& stage, const std::vector<DirectoryPtr>& directories,
+           const std::vector<JournalEntry>& entries, int tries) {
     for (const JournalEntry& entry : entries) {
-        Target target;
-        DWORD error = look(disk, stage, entry, target);
+        const DWORD error = redoEntry(disk, stage, directories.at(entry.directory), entry, tries);
         if (error != ERROR_SUCCESS) {
             return error;
         }
-        const bool isPublished = entry.putsNew && !target.hasNew;
-        if (entry.takesOld && !target.hasOld && !isPublished) {
-            error = disk.rename(target.directory, oldName(entry), stage, oldSlot(entry));
-            // Gone by another hand: what was to be taken away is away.
-            if (error != ERROR_SUCCESS && error != ERROR_FILE_NOT_FOUND) {
+    }
+    return sync(disk, directories);
+}
+
+DWORD undo(Disk& disk, const DirectoryPtr& stage, const std::vector<DirectoryPtr>& directories,
+           const std::vector<JournalEntry>& entries) {
+    for (const bool takesNewOut : {true, false}) {
+        for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
+            const DirectoryPtr& directory = directories.at(entry->directory);
+            Signs signs;
+            DWORD error = look(disk, stage, *entry, signs);
+            if (error == ERROR_SUCCESS && takesNewOut && entry->putsNew && !signs.hasNew) {
+                error = disk.rename(directory, entry->name, stage, entry->slot);
+            } else if (error == ERROR_SUCCESS && !takesNewOut && signs.olds > 0) {
+                // The last one that was taken: an earlier one had been replaced by then.
+                error =
+                    disk.rename(stage, oldSlot(*entry, signs.olds - 1), directory, entry->oldName);
+            }
+            // What another hand has removed or replaced meanwhile is as that hand wanted it.
+            if (error != ERROR_SUCCESS && error != ERROR_FILE_NOT_FOUND &&
+                error != ERROR_ALREADY_EXISTS) {
                 return error;
             }
         }
-        if (entry.putsNew && target.hasNew) {
-            error = disk.rename(stage, entry.slot, target.directory, entry.name);
-            if (error != ERROR_SUCCESS) {
-                return error;
-            }
-        }
-        error = disk.syncDirectory(target.directory);
+        const DWORD error = sync(disk, directories);
         if (error != ERROR_SUCCESS) {
             return error;
         }
@@ -206,37 +262,18 @@ DWORD redo(Disk& disk, const DirectoryPtr& stage, const std::vector<JournalEntry
     return ERROR_SUCCESS;
 }
 
-DWORD undo(Disk& disk, const DirectoryPtr& stage, const std::vector<JournalEntry>& entries) {
-    for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
-        Target target;
-        DWORD error = look(disk, stage, *entry, target);
-        if (error != ERROR_SUCCESS) {
-            return error;
-        }
-        if (entry->putsNew && !target.hasNew) {
-            error = disk.rename(target.directory, entry->name, stage, entry->slot);
-            if (error != ERROR_SUCCESS) {
-                return error;
-            }
-        }
-        if (target.hasOld) {
-            error = disk.rename(stage, oldSlot(*entry), target.directory, oldName(*entry));
-            if (error != ERROR_SUCCESS) {
-                return error;
-            }
-        }
-        // Before the journal goes: what it would have carried out is taken back for good.
-        error = disk.syncDirectory(target.directory);
-        if (error != ERROR_SUCCESS) {
-            return error;
-        }
-    }
-    return ERROR_SUCCESS;
+DWORD giveUpJournal(Disk& disk, const DirectoryPtr& stage) {
+    return disk.writeFile(stage, kGivenUp, std::string());
+}
+
+DWORD isJournalGivenUp(Disk& disk, const DirectoryPtr& stage, bool& isGivenUp) {
+    return isThere(disk, stage, kGivenUp, isGivenUp);
 }
 
 DWORD removeJournal(Disk& disk, const DirectoryPtr& stage) {
-    const DWORD error = disk.removeFile(stage, kJournalName);
-    return error == ERROR_SUCCESS ? disk.syncDirectory(stage) : error;
+    const DWORD error = disk.removeFile(stage, kJournal);
+    return error == ERROR_SUCCESS || error == ERROR_FILE_NOT_FOUND ? disk.syncDirectory(stage)
+                                                                   : error;
 }
 
 }  // namespace Tallowmere::platform::transactions

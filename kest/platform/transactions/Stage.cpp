@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "kest/platform/transactions/Journal.h"
+#include "kest/platform/transactions/Guard.h"
 #include "kest/platform/transactions/TreeRemoval.h"
 
 namespace Tallowmere::platform::transactions {
@@ -41,27 +41,38 @@ DWORD Stage::create(Disk& disk, const DirectoryPtr& where, std::unique_ptr<Stage
         if (error != ERROR_SUCCESS) {
             return error;
         }
-        // Between the making and the locking somebody may have taken it for an orphan and removed
-        // it: then the next one is tried.
-        error = disk.openBelow(where, made->m_name, Links::Refuse, made->m_directory);
+        error = errorOf([&] { return made->own(); });
         if (error == ERROR_SUCCESS) {
-            error = disk.lock(made->m_directory, made->m_lock);
+            stage = std::move(made);
+            return ERROR_SUCCESS;
         }
-        if (error == ERROR_SUCCESS && disk.isEntry(where, made->m_name, made->m_directory)) {
-            if (disk.isPrivateOfOurs(made->m_directory)) {
-                stage = std::move(made);
-                return ERROR_SUCCESS;
-            }
-            // A volume that cannot keep it private: nothing of ours may stay there.
-            (void)disk.removeLocked(where, made->m_name, std::move(made->m_lock));
-        }
-        if (error != ERROR_SUCCESS && error != ERROR_LOCK_VIOLATION &&
-            error != ERROR_FILE_NOT_FOUND) {
-            (void)disk.removeDirectory(where, made->m_name);
+        // Whoever may have taken it for an orphan is removing it, too.
+        (void)(made->m_lock != nullptr
+                   ? disk.removeLocked(where, made->m_name, std::move(made->m_lock))
+                   : disk.removeDirectory(where, made->m_name));
+        if (error != ERROR_LOCK_VIOLATION && error != ERROR_FILE_NOT_FOUND) {
             return error;
         }
     }
     return error == ERROR_SUCCESS ? ERROR_BUSY : error;
+}
+
+/// Takes what was just made. Until it is locked anybody may take it for an orphan and remove it:
+/// ERROR_LOCK_VIOLATION or ERROR_FILE_NOT_FOUND.
+DWORD Stage::own() {
+    DWORD error = m_disk.openBelow(m_where, m_name, Links::Refuse, m_directory);
+    if (error == ERROR_SUCCESS) {
+        error = m_disk.lock(m_directory, m_lock);
+    }
+    if (error == ERROR_SUCCESS && !m_disk.isEntry(m_where, m_name, m_directory)) {
+        error = ERROR_FILE_NOT_FOUND;
+    }
+    if (error == ERROR_SUCCESS && !m_disk.isPrivateOfOurs(m_directory)) {
+        // A disk that gives everybody the same rights: what is in the stage could be changed by
+        // others, and nobody could tell an orphan of ours.
+        error = ERROR_ACCESS_DENIED;
+    }
+    return error;
 }
 
 std::wstring Stage::newSlot() {
@@ -93,67 +104,115 @@ DWORD Stage::discard() {
     return first;
 }
 
-DWORD recoverStage(Disk& disk, const DirectoryPtr& where, const std::wstring& name, bool& isStage,
-                   bool& changed) {
-    isStage = false;
-    changed = false;
+namespace {
+
+/// Carries a journal out, or takes back what was carried out of one that was given up.
+DWORD finish(Disk& disk, const DirectoryPtr& where, const DirectoryPtr& stage,
+             const Journal& journal) {
+    std::vector<DirectoryPtr> directories = {where};
+    for (std::size_t i = 1; i < journal.directories.size(); ++i) {
+        std::wstring canonical;
+        DirectoryPtr directory;
+        DWORD error = disk.openDirectory(journal.directories[i], directory, canonical);
+        if (error == ERROR_SUCCESS && !disk.sameVolume(stage, directory)) {
+            error = ERROR_NOT_SAME_DEVICE;
+        }
+        if (error != ERROR_SUCCESS) {
+            return error;
+        }
+        directories.push_back(std::move(directory));
+    }
+    bool isGivenUp = false;
+    DWORD error = isJournalGivenUp(disk, stage, isGivenUp);
+    if (error == ERROR_SUCCESS) {
+        // What somebody has put in the way since is not taken away: the user must decide.
+        error = isGivenUp ? undo(disk, stage, directories, journal.entries)
+                          : redo(disk, stage, directories, journal.entries, 1);
+    }
+    return error == ERROR_SUCCESS ? removeJournal(disk, stage) : error;
+}
+
+}  // namespace
+
+DWORD meetStage(Disk& disk, const DirectoryPtr& where, const std::wstring& name, Met& met) {
+    met = {};
     Kind kind{};
     if (disk.describe(where, name, kind, nullptr) != ERROR_SUCCESS) {
         // Gone meanwhile, as a stage goes when its owner is done.
-        isStage = true;
+        met.isStage = true;
         return ERROR_SUCCESS;
     }
     if (kind != Kind::Directory) {
         return ERROR_SUCCESS;
     }
-    isStage = true;
+    met.isStage = true;
     Stage stage(disk, where, name);
     if (disk.openBelow(where, name, Links::Refuse, stage.m_directory) != ERROR_SUCCESS ||
         !disk.sameVolume(where, stage.m_directory) || !disk.isPrivateOfOurs(stage.m_directory)) {
         // Another user's: not for us to judge or to touch.
         return ERROR_SUCCESS;
     }
-    if (disk.lock(stage.m_directory, stage.m_lock) != ERROR_SUCCESS ||
-        !disk.isEntry(where, name, stage.m_directory)) {
+    const DWORD locked = disk.lock(stage.m_directory, stage.m_lock);
+    if (locked == ERROR_LOCK_VIOLATION) {
+        // A draft that is not whole yet does not count: when it is, its owner will look for rivals.
+        DWORD error = readDraft(disk, stage.m_directory, met.publishing);
+        met.isPublishing = error == ERROR_SUCCESS;
+        if (error == ERROR_FILE_NOT_FOUND) {
+            // It may have become the journal.
+            error = readJournal(disk, stage.m_directory, met.publishing);
+            met.isPublishing = error != ERROR_FILE_NOT_FOUND;
+        }
         return ERROR_SUCCESS;
     }
-    std::vector<JournalEntry> entries;
-    DWORD error = readJournal(disk, stage.m_directory, entries);
-    if (error == ERROR_SUCCESS) {
-        changed = true;
-        error = redo(disk, stage.m_directory, entries);
-        if (error == ERROR_SUCCESS) {
-            error = removeJournal(disk, stage.m_directory);
-        }
-        if (error != ERROR_SUCCESS) {
-            return error;
-        }
-    } else if (error != ERROR_FILE_NOT_FOUND) {
+    if (locked != ERROR_SUCCESS || !disk.isEntry(where, name, stage.m_directory)) {
+        return ERROR_SUCCESS;
+    }
+    Journal journal;
+    DWORD error = readJournal(disk, stage.m_directory, journal);
+    const bool isCommitted = error == ERROR_SUCCESS;
+    if (!isCommitted && error != ERROR_FILE_NOT_FOUND) {
         // It may hold somebody's only copy: better an error than a guess.
         return error;
     }
-    (void)stage.discard();
-    return ERROR_SUCCESS;
+    error = disk.syncDirectory(stage.m_directory);
+    if (error == ERROR_SUCCESS) {
+        error = disk.syncDirectory(where);
+    }
+    if (error == ERROR_SUCCESS && isCommitted) {
+        met.changed = true;
+        error = finish(disk, where, stage.m_directory, journal);
+    }
+    if (error == ERROR_SUCCESS) {
+        (void)stage.discard();
+    }
+    // An orphan that is only to be destroyed is in nobody's way.
+    return isCommitted ? error : DWORD{ERROR_SUCCESS};
 }
 
-DWORD recoverStages(Disk& disk, const DirectoryPtr& where) {
+DWORD meetStages(Disk& disk, const DirectoryPtr& where, const std::wstring& own,
+                 std::vector<Met>& met) {
+    met.clear();
     std::unique_ptr<Listing> listing;
-    if (disk.list(where, listing) != ERROR_SUCCESS) {
+    DWORD error = disk.list(where, listing);
+    if (error == ERROR_ACCESS_DENIED) {
         // A directory that may be passed through but not listed: nothing is met here.
         return ERROR_SUCCESS;
     }
     std::vector<std::wstring> names;
     Record record;
-    while (listing->next(record) == ERROR_SUCCESS) {
-        if (isStageName(record.name)) {
+    while (error == ERROR_SUCCESS && (error = listing->next(record)) == ERROR_SUCCESS) {
+        if (isStageName(record.name) && record.name != own) {
             names.push_back(record.name);
         }
     }
+    if (error != ERROR_NO_MORE_FILES) {
+        return error;
+    }
+    listing.reset();
     DWORD first = ERROR_SUCCESS;
     for (const std::wstring& name : names) {
-        bool isStage = false;
-        bool changed = false;
-        const DWORD error = recoverStage(disk, where, name, isStage, changed);
+        met.emplace_back();
+        error = meetStage(disk, where, name, met.back());
         if (first == ERROR_SUCCESS) {
             first = error;
         }

@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -19,25 +20,36 @@
 /// States and what holds in each:
 ///
 ///   open        Nothing outside the stage has changed. The view is the disk with m_changes laid
-///   over
-///               it: a name is removed, or it is staged, that is, it stands in the stage under a
-///               slot. Below a staged directory everything is ordinary work on the disk, so a tree
-///               costs one change whatever its size. A directory whose entries were all removed and
-///               which is removed itself is one change, too.
-///   publishing  The stage is durable. One change is one step on the disk; several, or one that the
-///               disk cannot make in one step, go through the journal.
-///   committed   The disk shows the view. Old entries are in the stage and are destroyed.
+///               over it: a name is removed, or it is staged, that is, it stands in the stage under
+///               a slot. Below a staged directory everything is ordinary work on the disk, so a
+///               tree costs one change whatever its size. A directory whose entries were all
+///               removed and which is removed itself is one change, too.
+///   refused     Open, but a question about a place could not be answered, and the reason was not
+///               that nothing is there. The caller may have taken it for that and gone on, so from
+///               now on every call gets the same error, the commit, too.
+///   publishing  The stage stands in a directory that changes, and is durable with all that is in
+///               it. One change is one step on the disk; several, or one that the disk cannot make
+///               in one step, go through the journal.
+///   committed   The disk shows the view, durably. Old entries are in the stage and are destroyed.
 ///   ended       Rolled back, or committed and done: only the state is left.
 ///
-/// A process that ends in the first or second state leaves an orphaned stage, which the next
-/// transaction that comes by discards, or finishes if its journal is there (see Stage.h).
+/// A process that ends in the first three states leaves an orphaned stage, which the next
+/// transaction that comes by discards, or finishes if its journal is there (see Stage.h). While a
+/// step that has put something old into the stage may still be lost, or a journal may be there, the
+/// stage is never destroyed by its owner either, but left as an orphan (m_keepsStage).
+///
+/// An error means that the disk is as it was and stays so. Only when the disk itself fails more
+/// than once in the same commit, so that a change can be neither vouched for nor taken back, the
+/// old or the new may be there after an error; whole in any case, once the next transaction has
+/// come by.
 namespace Tallowmere::platform::transactions {
 
 class Search;
 
 class Transaction {
 public:
-    explicit Transaction(Disk& disk) : m_disk(disk) {}
+    explicit Transaction(Disk& disk);
+    /// Rolls back what was not committed.
     ~Transaction();
     Transaction(const Transaction&) = delete;
     Transaction& operator=(const Transaction&) = delete;
@@ -88,6 +100,11 @@ private:
         std::unordered_set<std::wstring> removed;
         /// By folded name.
         std::unordered_map<std::wstring, Change> others;
+        /// How many entries the disk had when a search had listed the directory to its end; -1 when
+        /// none has. Stages do not count.
+        std::int64_t seen = -1;
+
+        bool publishesNothing() const;
     };
 
     /// A directory as the transaction sees it.
@@ -123,17 +140,25 @@ private:
                       ViewPtr& view);
     DWORD stepInto(const ViewPtr& parent, const std::wstring& name, const std::wstring& text,
                    ViewPtr& view);
-    ViewPtr cached(const std::wstring& text);
+    ViewPtr cached(std::wstring_view text);
+    void makeRoom();
     void remember(const ViewPtr& view);
     void forget(const Place& place);
     DWORD recover(const Place& place);
+    DWORD answer(const wchar_t* path, WIN32_FILE_ATTRIBUTE_DATA& data);
     std::wstring foldPath(const std::wstring& canonical) const;
+    /// The folded form of a name or path: the text itself where the disk does not fold, else
+    /// `scratch`.
+    const std::wstring& folded(const std::wstring& text, std::wstring& scratch) const;
     DirectoryChanges* changesOf(const std::wstring& canonical);
     Change* changeOf(const Place& place);
     bool isRemoved(const Place& place);
     Standing standing(const Place& place);
     const Kind* known(const Place& place) const;
     DWORD kindOf(const Place& place, const Standing& standing, Kind& kind);
+    DWORD openInStage(const DirectoryPtr& base, const std::wstring& relative,
+                      DirectoryPtr& directory);
+    bool isOwnStage(const std::wstring& name) const;
 
     // Searching (TransactionSearch.cpp).
     DWORD nextRecord(Search& search, Record& record);
@@ -142,25 +167,51 @@ private:
 
     // Changing (TransactionChanges.cpp).
     DirectoryChanges& changesFor(const View& view);
-    DWORD stageFor(const DirectoryPtr& where);
+    DWORD stageFor(const View& where);
     DWORD newPlace(const Place& place, bool& hadOld);
     void setStaged(const Place& place, const std::wstring& slot, bool hadOld);
     DWORD replaceFile(const Place& place, const Standing& source, Links links);
     DWORD remove(const Place& place, const Standing& standing, Kind kind);
 
     // Publishing (TransactionCommit.cpp).
+    using ChangedDirectories = std::vector<DirectoryChanges*>;
     DWORD publish();
+    DWORD changedDirectories(ChangedDirectories& directories);
+    DWORD settleStage(ChangedDirectories& directories);
+    std::vector<JournalEntry> entriesOf(const ChangedDirectories& directories);
+    DWORD meetRivals(const ChangedDirectories& directories,
+                     const std::vector<JournalEntry>& entries);
+    DWORD checkSeen(const ChangedDirectories& directories,
+                    const std::vector<JournalEntry>& entries);
     DWORD publishOne(const JournalEntry& entry, const DirectoryPtr& directory, bool& isDone);
-    DWORD publishAll(const std::vector<JournalEntry>& entries);
+    DWORD publishAll(const ChangedDirectories& directories,
+                     const std::vector<JournalEntry>& entries);
     void end(State state);
     DWORD checkOpen() const;
 
     Disk& m_disk;
+    /// Whether the disk takes names that differ in letter case for the same.
+    const bool m_foldsCase;
     std::mutex m_mutex;
     State m_state = State::Open;
+    /// The error of a question that could not be answered.
+    DWORD m_refusal = ERROR_SUCCESS;
     std::unique_ptr<Stage> m_stage;
+    /// The directory in which the stage stands, as a key of m_changes.
+    std::wstring m_stageWhere;
+    /// Whether the stage has to be left for the next who comes by.
+    bool m_keepsStage = false;
     /// By folded canonical text.
     std::map<std::wstring, DirectoryChanges> m_changes;
+    /// The directory that changesOf was asked for last, and what it found there. A walk asks for the
+    /// same one several times for each entry. Forgotten when a directory comes to m_changes or goes.
+    struct {
+        bool isKept = false;
+        std::wstring canonical;
+        DirectoryChanges* changes = nullptr;
+    } m_asked;
+    /// For the path of a call, so that it needs no memory of its own.
+    std::wstring m_text;
     /// Least recently used last.
     std::list<ViewPtr> m_views;
     /// Views of staged directories that a change stands for: they cannot be found on the disk by
@@ -178,6 +229,7 @@ private:
     /// there; -1 when some of them are hidden.
     std::wstring m_listedDirectory;
     std::int64_t m_listedCount = -1;
+    std::int64_t m_listedSeen = -1;
 };
 
 /// A search in a directory of a transaction's view. It keeps no directory open: a walk has as many
@@ -198,6 +250,7 @@ private:
     /// Folded names staged in the directory that were not given yet.
     std::unordered_set<std::wstring> m_staging;
     std::int64_t m_listed = 0;
+    std::int64_t m_seen = 0;
     bool m_hides = false;
     /// The directory that takes over what the system keeps about this one when the search ends.
     std::wstring m_adopter;

@@ -1,11 +1,10 @@
 #include "kest/platform/transactions/TransactionCalls.h"
 
-#include <exception>
 #include <memory>
 #include <mutex>
-#include <new>
 
 #include "kest/platform/HandleTable.h"
+#include "kest/platform/transactions/Guard.h"
 #include "kest/platform/transactions/SystemDisk.h"
 #include "kest/platform/transactions/Transaction.h"
 
@@ -16,13 +15,7 @@ namespace {
 /// is one of them, since these calls throw nothing.
 template <class Body>
 bool succeeds(Body body) {
-    DWORD error = ERROR_NOT_ENOUGH_MEMORY;
-    try {
-        error = body();
-    } catch (const std::bad_alloc&) {
-    } catch (const std::exception&) {
-        error = ERROR_NO_SYSTEM_RESOURCES;
-    }
+    const DWORD error = errorOf(body);
     if (error != ERROR_SUCCESS) {
         os().SetLastError(error);
     }

@@ -2,28 +2,69 @@
 
 #include <utility>
 
+#include "kest/platform/transactions/Guard.h"
 #include "kest/platform/transactions/Texts.h"
 #include "kest/platform/transactions/Transaction.h"
 #include "kest/platform/transactions/TreeRemoval.h"
 
 namespace Tallowmere::platform::transactions {
 
+namespace {
+
+/// Whether an error tells that there is no such place, so that the caller may go on from that.
+bool saysNothingIsThere(DWORD error) {
+    switch (error) {
+        case ERROR_FILE_NOT_FOUND:
+        case ERROR_PATH_NOT_FOUND:
+        case ERROR_INVALID_NAME:
+        case ERROR_BAD_PATHNAME:
+        case ERROR_FILENAME_EXCED_RANGE:
+        case ERROR_DIRECTORY:
+        case ERROR_CANT_RESOLVE_FILENAME:
+        case ERROR_INVALID_DRIVE:
+        case ERROR_NOT_READY:
+        case ERROR_BAD_UNIT:
+        case ERROR_NOT_SUPPORTED:
+            return true;
+        default:
+            return false;
+    }
+}
+
+}  // namespace
+
+Transaction::Transaction(Disk& disk)
+    : m_disk(disk), m_foldsCase(disk.fold(L"a") == disk.fold(L"A")) {}
+
 DWORD Transaction::checkOpen() const {
-    return m_state == State::Open ? ERROR_SUCCESS : ERROR_TRANSACTION_NOT_ACTIVE;
+    return m_state == State::Open ? m_refusal : DWORD{ERROR_TRANSACTION_NOT_ACTIVE};
 }
 
 DWORD Transaction::attributes(const wchar_t* path, WIN32_FILE_ATTRIBUTE_DATA& data) {
     m_justCreated.clear();
-    Place place;
     DWORD error = checkOpen();
-    if (error == ERROR_SUCCESS) {
-        error = locate(path, place);
+    if (error != ERROR_SUCCESS) {
+        return error;
     }
+    error = errorOf([&] { return answer(path, data); });
+    if (error != ERROR_SUCCESS && !saysNothingIsThere(error)) {
+        // A caller that took this for "not there" would next copy into what is there, or report a
+        // deletion that never was.
+        m_refusal = error;
+    }
+    return error;
+}
+
+DWORD Transaction::answer(const wchar_t* path, WIN32_FILE_ATTRIBUTE_DATA& data) {
+    Place place;
+    DWORD error = locate(path, place);
     if (error != ERROR_SUCCESS) {
         return error;
     }
     error = recover(place);
     if (error != ERROR_SUCCESS) {
+        // Whatever the reason: what is there is neither the old nor the new.
+        m_refusal = error;
         return error;
     }
     Kind kind{};
@@ -43,21 +84,30 @@ DWORD Transaction::recover(const Place& place) {
         if (view->staged || view->recovered) {
             return ERROR_SUCCESS;
         }
-        view->recovered = true;
-        return recoverStages(m_disk, view->directory);
+        std::vector<Met> met;
+        const DWORD error =
+            meetStages(m_disk, view->directory, m_stage == nullptr ? L"" : m_stage->name(), met);
+        view->recovered = error == ERROR_SUCCESS;
+        return error;
     };
-    const DWORD error = look(place.parent);
+    DWORD error = look(place.parent);
     if (error != ERROR_SUCCESS || place.name.empty() || place.parent->staged) {
         return error;
     }
     Kind kind{};
     ViewPtr view;
     const Standing stands = standing(place);
-    if (stands.directory == nullptr || stands.staged ||
-        m_disk.describe(stands.directory, stands.name, kind, nullptr) != ERROR_SUCCESS ||
-        kind != Kind::Directory ||
-        locateDirectory(join(place.parent->text, place.name), view) != ERROR_SUCCESS) {
+    if (stands.directory == nullptr || stands.staged) {
         return ERROR_SUCCESS;
+    }
+    error = m_disk.describe(stands.directory, stands.name, kind, nullptr);
+    if (error != ERROR_SUCCESS || kind != Kind::Directory) {
+        return error == ERROR_FILE_NOT_FOUND ? DWORD{ERROR_SUCCESS} : error;
+    }
+    error = locateDirectory(join(place.parent->text, place.name), view);
+    if (error != ERROR_SUCCESS) {
+        // It may be looked at all the same, and no volume is mounted where nobody may go.
+        return error == ERROR_ACCESS_DENIED ? DWORD{ERROR_SUCCESS} : error;
     }
     return m_disk.sameVolume(place.parent->directory, view->directory) ? ERROR_SUCCESS : look(view);
 }
@@ -66,21 +116,28 @@ Transaction::DirectoryChanges& Transaction::changesFor(const View& view) {
     const auto [found, isNew] = m_changes.try_emplace(foldPath(view.canonical));
     DirectoryChanges& changes = found->second;
     if (isNew) {
+        m_asked.isKept = false;
         changes.directory = view.directory;
         changes.text = view.canonical;
         changes.throughLink = view.throughLink;
+        changes.seen = view.canonical == m_listedDirectory ? m_listedSeen : -1;
     } else if (changes.throughLink != view.throughLink) {
         changes.throughLink.clear();
     }
     return changes;
 }
 
-DWORD Transaction::stageFor(const DirectoryPtr& where) {
+DWORD Transaction::stageFor(const View& where) {
     if (m_stage == nullptr) {
-        return Stage::create(m_disk, where, m_stage);
+        const DWORD error = Stage::create(m_disk, where.directory, m_stage);
+        if (error == ERROR_SUCCESS) {
+            m_stageWhere = foldPath(where.canonical);
+        }
+        return error;
     }
     // A stage serves one volume, because only there an entry can be published by renaming it.
-    return m_disk.sameVolume(m_stage->directory(), where) ? ERROR_SUCCESS : ERROR_NOT_SAME_DEVICE;
+    return m_disk.sameVolume(m_stage->directory(), where.directory) ? ERROR_SUCCESS
+                                                                    : ERROR_NOT_SAME_DEVICE;
 }
 
 /// Whether something new may be made at a place on the disk. ERROR_ALREADY_EXISTS when the view has
@@ -143,7 +200,7 @@ DWORD Transaction::createDirectory(const wchar_t* path) {
     bool hadOld = false;
     error = newPlace(place, hadOld);
     if (error == ERROR_SUCCESS) {
-        error = stageFor(place.parent->directory);
+        error = stageFor(*place.parent);
     }
     if (error != ERROR_SUCCESS) {
         return error;
@@ -202,7 +259,7 @@ DWORD Transaction::copyFile(const wchar_t* source, const wchar_t* destination, D
     } else {
         error = newPlace(to, hadOld);
         if (error == ERROR_SUCCESS) {
-            error = stageFor(to.parent->directory);
+            error = stageFor(*to.parent);
             if (error != ERROR_SUCCESS) {
                 return error;
             }
@@ -238,7 +295,7 @@ DWORD Transaction::replaceFile(const Place& place, const Standing& source, Links
         error = m_disk.mayRemove(old.directory, old.name);
     }
     if (error == ERROR_SUCCESS) {
-        error = stageFor(place.parent->directory);
+        error = stageFor(*place.parent);
     }
     if (error != ERROR_SUCCESS) {
         return error;
@@ -253,9 +310,14 @@ DWORD Transaction::replaceFile(const Place& place, const Standing& source, Links
         setStaged(place, slot, true);
         return ERROR_SUCCESS;
     }
-    error = m_disk.removeFile(old.directory, old.name);
-    if (error == ERROR_SUCCESS) {
-        error = m_disk.rename(m_stage->directory(), slot, old.directory, old.name);
+    const std::wstring away = m_stage->newSlot();
+    error = m_disk.rename(old.directory, old.name, m_stage->directory(), away);
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    error = m_disk.rename(m_stage->directory(), slot, old.directory, old.name);
+    if (error != ERROR_SUCCESS) {
+        (void)m_disk.rename(m_stage->directory(), away, old.directory, old.name);
     }
     return error;
 }
@@ -280,7 +342,7 @@ DWORD Transaction::createLink(const wchar_t* path, const wchar_t* target, bool i
     bool hadOld = false;
     error = newPlace(place, hadOld);
     if (error == ERROR_SUCCESS) {
-        error = stageFor(place.parent->directory);
+        error = stageFor(*place.parent);
     }
     if (error != ERROR_SUCCESS) {
         return error;
@@ -345,6 +407,7 @@ DWORD Transaction::removeDirectory(const wchar_t* path) {
         // Entries that were removed through the link go with the link alone: what it leads to is
         // somewhere else and stays as it is.
         const std::wstring link = foldPath(canonical);
+        m_asked.isKept = false;
         for (auto at = m_changes.begin(); at != m_changes.end();) {
             at = at->second.throughLink == link ? m_changes.erase(at) : std::next(at);
         }
@@ -371,6 +434,7 @@ DWORD Transaction::removeDirectory(const wchar_t* path) {
         (void)changesFor(*view);
         return ERROR_SUCCESS;
     }
+    m_asked.isKept = false;
     m_changes.erase(foldPath(canonical));
     view.reset();
     forget(place);
@@ -415,7 +479,8 @@ DWORD Transaction::remove(const Place& place, const Standing& standing, Kind kin
     } else {
         (void)changesFor(*place.parent);
     }
-    changes->removed.insert(m_disk.fold(place.name));
+    std::wstring scratch;
+    changes->removed.insert(folded(place.name, scratch));
     return ERROR_SUCCESS;
 }
 

@@ -123,22 +123,24 @@ DWORD Transaction::nextRecord(Search& search, Record& record) {
     };
     DWORD error = ERROR_SUCCESS;
     while ((error = search.m_listing->next(record)) == ERROR_SUCCESS) {
+        if (isOwnStage(record.name)) {
+            continue;
+        }
         if (isStageName(record.name)) {
             ViewPtr view;
-            bool isStage = false;
-            bool changed = false;
+            Met met;
             error = locateDirectory(search.m_text, view);
             if (error == ERROR_SUCCESS) {
-                error = recoverStage(m_disk, view->directory, record.name, isStage, changed);
+                error = meetStage(m_disk, view->directory, record.name, met);
             }
             if (error != ERROR_SUCCESS) {
                 return error;
             }
-            if (changed) {
+            if (met.changed) {
                 // What was listed so far is no longer what is there. The next attempt finds it so.
                 return ERROR_TRANSACTIONAL_CONFLICT;
             }
-            if (isStage) {
+            if (met.isStage) {
                 Kind kind{};
                 search.m_hides = search.m_hides || m_disk.describe(view->directory, record.name,
                                                                    kind, nullptr) == ERROR_SUCCESS;
@@ -146,6 +148,7 @@ DWORD Transaction::nextRecord(Search& search, Record& record) {
             }
         }
         ++search.m_listed;
+        search.m_seen += isStageName(record.name) ? 0 : 1;
         if (search.m_staged) {
             return ERROR_SUCCESS;
         }
@@ -153,7 +156,8 @@ DWORD Transaction::nextRecord(Search& search, Record& record) {
         if (changes == nullptr) {
             return ERROR_SUCCESS;
         }
-        const std::wstring folded = m_disk.fold(record.name);
+        std::wstring scratch;
+        const std::wstring& folded = this->folded(record.name, scratch);
         if (changes->removed.count(folded) != 0) {
             continue;
         }
@@ -185,6 +189,11 @@ DWORD Transaction::nextRecord(Search& search, Record& record) {
 DWORD Transaction::finishSearch(Search& search) {
     m_listedDirectory = search.m_canonical;
     m_listedCount = search.m_hides ? -1 : search.m_listed;
+    m_listedSeen = search.m_seen;
+    DirectoryChanges* const changes = search.m_staged ? nullptr : changesOf(search.m_canonical);
+    if (changes != nullptr && changes->seen < 0) {
+        changes->seen = search.m_seen;
+    }
     if (search.m_adopter.empty()) {
         return ERROR_SUCCESS;
     }
@@ -222,6 +231,9 @@ DWORD Transaction::checkEmpty(const Place& place) {
     }
     Record record;
     while (error == ERROR_SUCCESS && (error = listing->next(record)) == ERROR_SUCCESS) {
+        if (isOwnStage(record.name)) {
+            continue;
+        }
         if (changes == nullptr || changes->removed.count(m_disk.fold(record.name)) == 0) {
             return ERROR_DIR_NOT_EMPTY;
         }

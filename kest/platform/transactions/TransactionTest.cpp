@@ -386,6 +386,12 @@ protected:
         const std::string name = kStage;
         return {name.begin(), name.end()};
     }
+    /// Brings the stage into the state "journal", for entries of the directory in which it stands.
+    void writeJournal(std::vector<JournalEntry> entries) {
+        const Journal journal = {{L""}, std::move(entries)};
+        ASSERT_EQ(0U, writeDraft(systemDisk(), stage, journal));
+        ASSERT_EQ(0U, commitDraft(systemDisk(), stage));
+    }
     void look(const std::string& path) {
         Open transaction;
         (void)attributes(transaction, path);
@@ -406,10 +412,9 @@ TEST_F(TransactionAfterACrash, AnOrphanWithoutAJournalIsDiscarded) {
 TEST_F(TransactionAfterACrash, AJournalIsCarriedOut) {
     tree.write(std::string(kStage) + "/slot-0/a.txt", "new");
     tree.write(std::string(kStage) + "/slot-1", "file");
-    ASSERT_EQ(0U, writeJournal(systemDisk(), stage,
-                               {{text, L"old", L"slot-0", true, true},
-                                {text, L"fresh", L"slot-1", false, true},
-                                {text, L"source", L"slot-2", true, false}}));
+    writeJournal({{0, L"old", L"old", L"slot-0", true, true},
+                  {0, L"fresh", L"fresh", L"slot-1", false, true},
+                  {0, L"source", L"source", L"slot-2", true, false}});
     stage.reset();
     look("old");
     EXPECT_EQ((Snapshot{{"old", "dir"}, {"old/a.txt", "file new"}, {"fresh", "file file"}}),
@@ -419,7 +424,7 @@ TEST_F(TransactionAfterACrash, AJournalIsCarriedOut) {
 TEST_F(TransactionAfterACrash, AHalfDoneJournalIsFinished) {
     // The old tree is taken away, the new one not yet put in its place.
     tree.write(std::string(kStage) + "/slot-0/a.txt", "new");
-    ASSERT_EQ(0U, writeJournal(systemDisk(), stage, {{text, L"old", L"slot-0", true, true}}));
+    writeJournal({{0, L"old", L"old", L"slot-0", true, true}});
     ASSERT_EQ(0U, systemDisk().rename(root, L"old", stage, L"slot-0-old"));
     stage.reset();
     Open transaction;
@@ -429,7 +434,7 @@ TEST_F(TransactionAfterACrash, AHalfDoneJournalIsFinished) {
 }
 
 TEST_F(TransactionAfterACrash, ADoneJournalChangesNothingMore) {
-    ASSERT_EQ(0U, writeJournal(systemDisk(), stage, {{text, L"old", L"slot-0", true, true}}));
+    writeJournal({{0, L"old", L"old", L"slot-0", true, true}});
     tree.write(std::string(kStage) + "/slot-0-old/a.txt", "older");
     stage.reset();
     look("old");

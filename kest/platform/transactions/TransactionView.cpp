@@ -1,6 +1,7 @@
 // How a transaction finds what a path means to it.
 
 #include <algorithm>
+#include <utility>
 
 #include "kest/platform/transactions/Texts.h"
 #include "kest/platform/transactions/Transaction.h"
@@ -19,7 +20,15 @@ std::wstring Transaction::foldPath(const std::wstring& canonical) const {
     return m_disk.fold(canonical);
 }
 
-Transaction::ViewPtr Transaction::cached(const std::wstring& text) {
+const std::wstring& Transaction::folded(const std::wstring& text, std::wstring& scratch) const {
+    if (!m_foldsCase) {
+        return text;
+    }
+    scratch = m_disk.fold(text);
+    return scratch;
+}
+
+Transaction::ViewPtr Transaction::cached(std::wstring_view text) {
     for (auto view = m_views.begin(); view != m_views.end(); ++view) {
         if ((*view)->text == text) {
             m_views.splice(m_views.begin(), m_views, view);
@@ -34,28 +43,37 @@ Transaction::ViewPtr Transaction::cached(const std::wstring& text) {
     return nullptr;
 }
 
-void Transaction::remember(const ViewPtr& view) {
-    m_views.push_front(view);
-    if (m_views.size() > kOpenViews) {
+/// Puts aside what was used least recently. Before another directory is opened and not after, so
+/// that the system's numbers for open files stay without gaps, and two that are opened one after the
+/// other are neighbours, which can be closed in one call.
+void Transaction::makeRoom() {
+    while (m_views.size() >= kOpenViews) {
         m_views.pop_back();
     }
+}
+
+void Transaction::remember(const ViewPtr& view) {
+    makeRoom();
+    m_views.push_front(view);
 }
 
 /// Forgets what stands for a place and for all below it, found by where it is and by how it is
 /// called: what was reached through a link is somewhere else.
 void Transaction::forget(const Place& place) {
-    // In whatever case they were asked for.
-    const std::wstring canonical = foldPath(join(place.parent->canonical, place.name));
-    const std::wstring text = foldPath(join(place.parent->text, place.name));
-    const auto isThere = [&](const std::wstring& path, const std::wstring& gone) {
-        if (path.size() < gone.size()) {
-            return false;
-        }
-        const std::wstring folded = foldPath(path);
-        return folded == gone || isBelow(folded, gone);
+    const auto spelled = [&](const std::wstring& text) {
+        return m_foldsCase ? m_disk.fold(text) : text;
+    };
+    const std::wstring canonical = spelled(join(place.parent->canonical, place.name));
+    const std::wstring text = spelled(join(place.parent->text, place.name));
+    const auto isAtOrBelow = [&](const std::wstring& at, const std::wstring& top) {
+        return at.size() >= top.size() && (at == top || isBelow(at, top));
     };
     const auto isGone = [&](const ViewPtr& view) {
-        return isThere(view->canonical, canonical) || isThere(view->text, text);
+        if (!m_foldsCase) {
+            return isAtOrBelow(view->canonical, canonical) || isAtOrBelow(view->text, text);
+        }
+        return isAtOrBelow(m_disk.fold(view->canonical), canonical) ||
+               isAtOrBelow(m_disk.fold(view->text), text);
     };
     m_views.remove_if(isGone);
     m_pinned.erase(std::remove_if(m_pinned.begin(), m_pinned.end(), isGone), m_pinned.end());
@@ -66,8 +84,15 @@ Transaction::DirectoryChanges* Transaction::changesOf(const std::wstring& canoni
     if (m_changes.empty()) {
         return nullptr;
     }
-    const auto found = m_changes.find(foldPath(canonical));
-    return found == m_changes.end() ? nullptr : &found->second;
+    if (!m_asked.isKept || m_asked.canonical != canonical) {
+        std::wstring scratch;
+        const auto found = m_changes.find(folded(canonical, scratch));
+        m_asked.isKept = false;
+        m_asked.canonical = canonical;
+        m_asked.changes = found == m_changes.end() ? nullptr : &found->second;
+        m_asked.isKept = true;
+    }
+    return m_asked.changes;
 }
 
 Transaction::Change* Transaction::changeOf(const Place& place) {
@@ -78,14 +103,19 @@ Transaction::Change* Transaction::changeOf(const Place& place) {
     if (changes == nullptr) {
         return nullptr;
     }
-    const auto found = changes->others.find(m_disk.fold(place.name));
+    if (changes->others.empty()) {
+        return nullptr;
+    }
+    std::wstring scratch;
+    const auto found = changes->others.find(folded(place.name, scratch));
     return found == changes->others.end() ? nullptr : &found->second;
 }
 
 bool Transaction::isRemoved(const Place& place) {
     const DirectoryChanges* const changes =
         place.parent->staged ? nullptr : changesOf(place.parent->canonical);
-    return changes != nullptr && changes->removed.count(m_disk.fold(place.name)) != 0;
+    std::wstring scratch;
+    return changes != nullptr && changes->removed.count(folded(place.name, scratch)) != 0;
 }
 
 Transaction::Standing Transaction::standing(const Place& place) {
@@ -121,10 +151,42 @@ DWORD Transaction::kindOf(const Place& place, const Standing& standing, Kind& ki
     return m_disk.describe(standing.directory, standing.name, kind, nullptr);
 }
 
+/// Whether a name is that of this transaction's own stage, which is part of no view.
+bool Transaction::isOwnStage(const std::wstring& name) const {
+    return m_stage != nullptr && name == m_stage->name();
+}
+
+/// Opens what lies somewhere below a staged directory, one name after the other: a link between
+/// would lead out of the stage, where every change is one at once.
+DWORD Transaction::openInStage(const DirectoryPtr& base, const std::wstring& relative,
+                               DirectoryPtr& directory) {
+    directory = base;
+    DWORD error = ERROR_SUCCESS;
+    for (std::size_t at = 0; error == ERROR_SUCCESS && at < relative.size();) {
+        const std::size_t end = std::min(relative.find(L'/', at), relative.size());
+        DirectoryPtr next;
+        error = m_disk.openBelow(directory, relative.substr(at, end - at), Links::Refuse, next);
+        directory = std::move(next);
+        at = end + 1;
+    }
+    return error == ERROR_CANT_RESOLVE_FILENAME ? DWORD{ERROR_NOT_SUPPORTED} : error;
+}
+
 DWORD Transaction::locate(const wchar_t* path, Place& place) {
-    std::wstring text;
-    const DWORD error = m_disk.normalize(path, text);
-    return error == ERROR_SUCCESS ? locateText(text, place) : error;
+    const DWORD error = m_disk.normalize(path, m_text);
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    // Nearly always the directory is one of those at hand.
+    const std::size_t separator = lastSeparator(m_text);
+    if (separator != 0 && separator != std::wstring::npos && !m_disk.isRoot(m_text)) {
+        place.parent = cached(std::wstring_view(m_text).substr(0, separator));
+        if (place.parent != nullptr) {
+            place.name.assign(m_text, separator + 1);
+            return ERROR_SUCCESS;
+        }
+    }
+    return locateText(m_text, place);
 }
 
 DWORD Transaction::locateText(const std::wstring& text, Place& place) {
@@ -154,7 +216,8 @@ DWORD Transaction::locateDirectory(const std::wstring& text, ViewPtr& view) {
         if (const ViewPtr parent = cached(parentOf(text))) {
             return stepInto(parent, nameOf(text), text, view);
         }
-        // A long way below a staged directory: everything between is ours and holds no links.
+        makeRoom();
+        // A long way below a staged directory.
         for (std::wstring at = parentOf(text); !m_disk.isRoot(at) && at != L".";
              at = parentOf(at)) {
             const ViewPtr base = cached(at);
@@ -169,8 +232,7 @@ DWORD Transaction::locateDirectory(const std::wstring& text, ViewPtr& view) {
             found->text = text;
             found->canonical = join(base->canonical, relative);
             found->staged = true;
-            const DWORD error =
-                m_disk.openBelow(base->directory, relative, Links::Refuse, found->directory);
+            const DWORD error = openInStage(base->directory, relative, found->directory);
             if (error == ERROR_SUCCESS) {
                 remember(found);
                 view = found;
@@ -182,6 +244,7 @@ DWORD Transaction::locateDirectory(const std::wstring& text, ViewPtr& view) {
 }
 
 DWORD Transaction::openText(const std::wstring& text, ViewPtr& view) {
+    makeRoom();
     auto found = std::make_shared<View>();
     found->text = text;
     DWORD error = m_disk.openDirectory(text, found->directory, found->canonical);
@@ -233,8 +296,7 @@ DWORD Transaction::openChanged(const std::wstring& text, const std::wstring& can
         staged->staged = true;
         const std::wstring relative =
             found->second.slot + (end == std::wstring::npos ? L"" : canonical.substr(end));
-        const DWORD error =
-            m_disk.openBelow(m_stage->directory(), relative, Links::Refuse, staged->directory);
+        const DWORD error = openInStage(m_stage->directory(), relative, staged->directory);
         if (error == ERROR_SUCCESS) {
             remember(staged);
             view = staged;
@@ -251,6 +313,7 @@ DWORD Transaction::stepInto(const ViewPtr& parent, const std::wstring& name,
     if (stands.directory == nullptr) {
         return ERROR_FILE_NOT_FOUND;
     }
+    makeRoom();
     auto found = std::make_shared<View>();
     found->text = text;
     found->canonical = join(parent->canonical, name);

@@ -78,7 +78,7 @@ private:
             error = ERROR_BUSY;
         }
         if (error == ERROR_SUCCESS) {
-            error = m_disk.list(level.directory, level.listing);
+            error = m_disk.listForRemoval(level.directory, level.listing);
         }
         if (error != ERROR_SUCCESS) {
             note(error);

@@ -41,6 +41,13 @@ inline Handle openEntry(const std::wstring& path, DWORD access) {
                                 nullptr));
 }
 
+/// The error of a call that has just failed. One that fails without telling why must not be taken
+/// for one that succeeded.
+inline DWORD failure() {
+    const DWORD error = ::GetLastError();
+    return error != ERROR_SUCCESS ? error : DWORD{ERROR_INTERNAL_ERROR};
+}
+
 /// Gives the thread its last error back at the end of a scope.
 class LastErrorKept {
 public:

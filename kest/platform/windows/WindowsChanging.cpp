@@ -10,7 +10,7 @@ namespace {
 
 /// ERROR_SUCCESS after a call that answered so, its error otherwise.
 DWORD answer(BOOL isDone) {
-    return isDone ? DWORD{ERROR_SUCCESS} : ::GetLastError();
+    return isDone ? DWORD{ERROR_SUCCESS} : failure();
 }
 
 /// What exists already has one code here, whatever kind it is.
@@ -46,7 +46,7 @@ DWORD dispose(HANDLE file, const std::wstring& path, DWORD attributes) {
         const DWORD others = attributes & ~DWORD{FILE_ATTRIBUTE_READONLY};
         if (!writable ||
             !setAttributes(writable.get(), others != 0 ? others : FILE_ATTRIBUTE_NORMAL)) {
-            return ::GetLastError();
+            return failure();
         }
     }
     FILE_DISPOSITION_INFO info{TRUE};
@@ -63,11 +63,11 @@ DWORD dispose(HANDLE file, const std::wstring& path, DWORD attributes) {
 DWORD remove(const std::wstring& path, bool isDirectory) {
     const Handle handle = openEntry(path, DELETE | FILE_READ_ATTRIBUTES);
     if (!handle) {
-        return ::GetLastError();
+        return failure();
     }
     FILE_BASIC_INFO info{};
     if (!::GetFileInformationByHandleEx(handle.get(), FileBasicInfo, &info, sizeof info)) {
-        return ::GetLastError();
+        return failure();
     }
     if (((info.FileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) != isDirectory) {
         return isDirectory ? ERROR_DIRECTORY : ERROR_ACCESS_DENIED;
@@ -82,7 +82,7 @@ DWORD refuseUnixLinkAt(const std::wstring& path) {
         return ERROR_SUCCESS;
     }
     const Handle handle = openEntry(path, FILE_READ_ATTRIBUTES);
-    return handle ? refuseUnixLink(handle.get(), path) : ::GetLastError();
+    return handle ? refuseUnixLink(handle.get(), path) : failure();
 }
 
 /// Whether a copy lacks a part. Wine takes an error in reading for the end of the file and reports

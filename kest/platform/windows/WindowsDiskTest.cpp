@@ -596,6 +596,13 @@ TEST_F(WindowsDiskTest, TheLastErrorIsTheCallers) {
     }
 }
 
+TEST(WindowsFailure, WithoutAReasonIsNoSuccess) {
+    ::SetLastError(ERROR_ACCESS_DENIED);
+    EXPECT_EQ(DWORD{ERROR_ACCESS_DENIED}, failure());
+    ::SetLastError(ERROR_SUCCESS);
+    EXPECT_EQ(DWORD{ERROR_INTERNAL_ERROR}, failure());
+}
+
 TEST_F(WindowsDiskTest, RandomNamesAreThirtyTwoDigitsAndDiffer) {
     std::set<std::wstring> seen;
     for (int i = 0; i < 100; ++i) {

@@ -16,7 +16,7 @@ using transactions::Kind;
 
 /// Flushes a file that is open for writing.
 DWORD flush(const Handle& handle) {
-    return handle && ::FlushFileBuffers(handle.get()) ? DWORD{ERROR_SUCCESS} : ::GetLastError();
+    return handle && ::FlushFileBuffers(handle.get()) ? DWORD{ERROR_SUCCESS} : failure();
 }
 
 /// Flushes a whole volume at once. Only administrators may; false when it was not done.
@@ -56,13 +56,13 @@ DWORD flushFile(const std::wstring& path, DWORD attributes) {
         attributed = openEntry(path, FILE_WRITE_ATTRIBUTES);
         if (!attributed || !setAttributes((attributes & ~DWORD{FILE_ATTRIBUTE_READONLY}) |
                                           FILE_ATTRIBUTE_ARCHIVE)) {
-            return ::GetLastError();
+            return failure();
         }
     }
     const Handle handle = openEntry(path, GENERIC_WRITE);
-    DWORD error = handle ? DWORD{ERROR_SUCCESS} : ::GetLastError();
+    DWORD error = handle ? DWORD{ERROR_SUCCESS} : failure();
     if (isReadOnly && !setAttributes(attributes) && error == ERROR_SUCCESS) {
-        error = ::GetLastError();
+        error = failure();
     }
     return error == ERROR_SUCCESS ? flush(handle) : error;
 }
@@ -140,13 +140,13 @@ DWORD WindowsDisk::writeFile(const DirectoryPtr& parent, const std::wstring& nam
         windowsDirectory(parent).entry(name).c_str(), GENERIC_WRITE, 0, security.attributes(),
         CREATE_ALWAYS, FILE_FLAG_WRITE_THROUGH | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
     if (!file) {
-        return ::GetLastError();
+        return failure();
     }
     for (std::size_t at = 0; at < content.size();) {
         const auto piece = static_cast<DWORD>(std::min<std::size_t>(content.size() - at, 1U << 20));
         DWORD written = 0;
         if (!::WriteFile(file.get(), content.data() + at, piece, &written, nullptr)) {
-            return ::GetLastError();
+            return failure();
         }
         at += written;
     }
@@ -160,14 +160,14 @@ DWORD WindowsDisk::readFile(const DirectoryPtr& parent, const std::wstring& name
                                     kShareAll, nullptr, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT,
                                     nullptr));
     if (!file) {
-        return ::GetLastError();
+        return failure();
     }
     content.clear();
     char buffer[16384];
     for (;;) {
         DWORD got = 0;
         if (!::ReadFile(file.get(), buffer, sizeof buffer, &got, nullptr)) {
-            return ::GetLastError();
+            return failure();
         }
         if (got == 0) {
             return ERROR_SUCCESS;

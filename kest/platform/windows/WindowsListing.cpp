@@ -50,7 +50,7 @@ public:
     DWORD open(const std::wstring& path) {
         WIN32_FIND_DATAW data{};
         if (!m_search.open(path + L"\\*", data)) {
-            const DWORD error = ::GetLastError();
+            const DWORD error = failure();
             // The root of an empty volume, which has no "." either.
             return error == ERROR_FILE_NOT_FOUND ? DWORD{ERROR_SUCCESS} : error;
         }
@@ -89,7 +89,7 @@ private:
         WIN32_FIND_DATAW data{};
         while (m_search.isOpen() && m_piece.size() < m_most) {
             if (!m_search.next(data)) {
-                const DWORD error = ::GetLastError();
+                const DWORD error = failure();
                 m_search.close();
                 return error == ERROR_NO_MORE_FILES ? DWORD{ERROR_SUCCESS} : error;
             }

@@ -25,7 +25,7 @@ DWORD search(const std::wstring& path, Entry& entry) {
     const HANDLE handle = ::FindFirstFileExW(path.c_str(), FindExInfoBasic, &found,
                                              FindExSearchNameMatch, nullptr, 0);
     if (handle == INVALID_HANDLE_VALUE) {
-        return ::GetLastError();
+        return failure();
     }
     ::FindClose(handle);
     entry.attributes = found.dwFileAttributes;
@@ -38,7 +38,7 @@ DWORD search(const std::wstring& path, Entry& entry) {
 
 DWORD inspect(const std::wstring& path, Entry& entry) {
     if (!::GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &entry.data)) {
-        const DWORD error = ::GetLastError();
+        const DWORD error = failure();
         // Open in the system's own hands (a paging file): its directory still tells about it.
         return error == ERROR_SHARING_VIOLATION ? search(path, entry) : error;
     }
@@ -94,7 +94,7 @@ DWORD open(const std::wstring& path, transactions::Links links, Handle& handle) 
         path.c_str(), FILE_READ_ATTRIBUTES, kShareAll, nullptr, OPEN_EXISTING,
         FILE_FLAG_BACKUP_SEMANTICS | (follows ? 0 : FILE_FLAG_OPEN_REPARSE_POINT), nullptr));
     if (!handle) {
-        return ::GetLastError();
+        return failure();
     }
     // Asked once more, of what was opened: it may have been another entry a moment ago.
     FILE_ATTRIBUTE_TAG_INFO info{};
@@ -102,7 +102,7 @@ DWORD open(const std::wstring& path, transactions::Links links, Handle& handle) 
         // FAT knows no such question, and no links.
         FILE_BASIC_INFO basic{};
         if (!::GetFileInformationByHandleEx(handle.get(), FileBasicInfo, &basic, sizeof basic)) {
-            return ::GetLastError();
+            return failure();
         }
         info.FileAttributes = basic.FileAttributes;
     }
@@ -211,11 +211,11 @@ DWORD WindowsDisk::mayRemove(const DirectoryPtr& parent, const std::wstring& nam
     // Asks the system for the right, and for who else has it open and will not share it.
     const Handle handle = openEntry(path, DELETE | FILE_READ_ATTRIBUTES);
     if (!handle) {
-        return ::GetLastError();
+        return failure();
     }
     FILE_BASIC_INFO info{};
     if (!::GetFileInformationByHandleEx(handle.get(), FileBasicInfo, &info, sizeof info)) {
-        return ::GetLastError();
+        return failure();
     }
     if ((info.FileAttributes & FILE_ATTRIBUTE_READONLY) != 0) {
         // As the kernel's manager answers, for directories, too.

@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <memory>
 
+#include "kest/platform/windows/Handle.h"
+
 // After Win32.h, which it needs.
 #include <aclapi.h>
 
@@ -27,14 +29,14 @@ DWORD currentUser(Sid& user) {
     // A thread that acts for somebody else makes things as that user.
     if (!::OpenThreadToken(::GetCurrentThread(), TOKEN_QUERY, TRUE, &token) &&
         !::OpenProcessToken(::GetCurrentProcess(), TOKEN_QUERY, &token)) {
-        return ::GetLastError();
+        return failure();
     }
     alignas(TOKEN_USER) std::byte buffer[sizeof(TOKEN_USER) + kMostSid];
     DWORD size = 0;
     DWORD error = ERROR_SUCCESS;
     if (!::GetTokenInformation(token, TokenUser, buffer, sizeof buffer, &size) ||
         !::CopySid(kMostSid, user.get(), reinterpret_cast<TOKEN_USER*>(buffer)->User.Sid)) {
-        error = ::GetLastError();
+        error = failure();
     }
     ::CloseHandle(token);
     return error;
@@ -89,12 +91,12 @@ DWORD PrivateSecurity::make(ACL* inherited) {
     if (!::InitializeAcl(list, static_cast<DWORD>(m_list.size()), revision) ||
         !::AddAccessAllowedAce(list, ACL_REVISION, FILE_ALL_ACCESS, user.get()) ||
         !::AddAccessAllowedAce(list, ACL_REVISION, FILE_ALL_ACCESS, owner.get())) {
-        return ::GetLastError();
+        return failure();
     }
     for (DWORD at = 0; at < count; ++at) {
         void* entry = nullptr;
         if (!::GetAce(inherited, at, &entry)) {
-            return ::GetLastError();
+            return failure();
         }
         auto* const head = static_cast<ACE_HEADER*>(entry);
         if ((head->AceFlags & kInheritable) == 0) {
@@ -103,14 +105,14 @@ DWORD PrivateSecurity::make(ACL* inherited) {
         // For what is made below, not for the directory itself.
         head->AceFlags = static_cast<BYTE>((head->AceFlags & ~INHERITED_ACE) | INHERIT_ONLY_ACE);
         if (!::AddAce(list, revision, MAXDWORD, entry, head->AceSize)) {
-            return ::GetLastError();
+            return failure();
         }
     }
     // Protected: nothing comes in from above beside what was taken over here.
     if (!::InitializeSecurityDescriptor(&m_descriptor, SECURITY_DESCRIPTOR_REVISION) ||
         !::SetSecurityDescriptorDacl(&m_descriptor, TRUE, list, FALSE) ||
         !::SetSecurityDescriptorControl(&m_descriptor, SE_DACL_PROTECTED, SE_DACL_PROTECTED)) {
-        return ::GetLastError();
+        return failure();
     }
     m_attributes = {sizeof m_attributes, &m_descriptor, FALSE};
     return ERROR_SUCCESS;

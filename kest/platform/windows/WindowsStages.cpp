@@ -40,7 +40,7 @@ DWORD WindowsDisk::makePrivateDirectory(const DirectoryPtr& parent, const std::w
     const WindowsDirectory& where = windowsDirectory(parent);
     const Handle handle = openEntry(where.self(), READ_CONTROL);
     PrivateSecurity security;
-    const DWORD error = handle ? security.makeForStage(handle.get()) : ::GetLastError();
+    const DWORD error = handle ? security.makeForStage(handle.get()) : failure();
     if (error != ERROR_SUCCESS) {
         return error;
     }
@@ -49,7 +49,7 @@ DWORD WindowsDisk::makePrivateDirectory(const DirectoryPtr& parent, const std::w
     // mask leaves it.
     return ::CreateDirectoryW(where.entry(name).c_str(), security.attributes())
                ? DWORD{ERROR_SUCCESS}
-               : ::GetLastError();
+               : failure();
 }
 
 DWORD WindowsDisk::lock(const DirectoryPtr& directory, std::unique_ptr<DirectoryLock>& lock) {
@@ -66,7 +66,7 @@ DWORD WindowsDisk::lock(const DirectoryPtr& directory, std::unique_ptr<Directory
                               GENERIC_WRITE | DELETE, 0, security.attributes(), OPEN_ALWAYS,
                               FILE_FLAG_DELETE_ON_CLOSE | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
     if (!file) {
-        const DWORD reason = ::GetLastError();
+        const DWORD reason = failure();
         return reason == ERROR_SHARING_VIOLATION ? DWORD{ERROR_LOCK_VIOLATION} : reason;
     }
     lock = std::make_unique<FileLock>(std::move(file), directory);

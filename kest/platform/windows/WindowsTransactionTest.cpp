@@ -169,9 +169,10 @@ TEST_F(WindowsTransaction, ACommitThatFailsHalfWayGivesEachEntryItsOwnNameBack) 
 TEST_F(WindowsTransaction, OneRemovalThatCannotLastGivesTheEntryItsOwnNameBack) {
     tree.write("In/ReadMe.TXT", "1");
     const Snapshot before = tree.snapshot();
+    int syncs = 0;
     WatchedDisk disk(systemDisk(), [&](const char* operation) {
-        return std::string(operation) == "syncDirectory" ? DWORD{ERROR_IO_DEVICE}
-                                                         : DWORD{ERROR_SUCCESS};
+        return std::string(operation) == "syncDirectory" && ++syncs == 1 ? DWORD{ERROR_IO_DEVICE}
+                                                                         : DWORD{ERROR_SUCCESS};
     });
     const CurrentDisk current(disk);
     TreeTransaction transaction;

@@ -28,7 +28,7 @@ void addSource(MemoryStore& store, const std::wstring& top, const std::wstring& 
     store.makeDirectory(top + L"/empty");
     store.makeDirectory(top + L"/sub");
     store.write(top + L"/sub/two.txt", "two");
-    store.makeLink(top + L"/sub/link", canary, false);
+    store.makeLink(top + L"/sub/link", canary + L"/bird", false);
     store.makeLink(top + L"/way", canary, true);
 }
 
@@ -233,10 +233,18 @@ std::vector<Scenario> makeScenarios() {
         {"ReplaceWithoutExchange", noExchange, buildFolders, replaceFolder, {L"/home/to"}, false},
         {"ReplaceThroughLink", linux, buildLinkedWay, replaceThroughLink, {L"/way/to"}},
         {"ReplaceLink", linux, buildLinkedDestination, replaceLink, {L"/home/to"}, true, false},
-        {"ReplaceFolderOfDrive", windows, buildDriveFolders, replaceOnDrive, {L"C:/Users/To"},
+        {"ReplaceFolderOfDrive",
+         windows,
+         buildDriveFolders,
+         replaceOnDrive,
+         {L"C:/Users/To"},
          false},
-        {"ReplaceInOtherCase", windows, buildDriveFolders, replaceOnDriveInOtherCase,
-         {L"c:/Users/to"}, false},
+        {"ReplaceInOtherCase",
+         windows,
+         buildDriveFolders,
+         replaceOnDriveInOtherCase,
+         {L"c:/Users/to"},
+         false},
         {"ExchangeOnDrive", exchangingDrives, buildDriveFolders, replaceOnDrive, {L"C:/Users/To"}},
         {"DeleteFolderOfDrive", windows, buildDriveFolders, deleteOnDrive, {L"C:/Users/To"}},
         {"ReplaceDrive", windows, buildDrives, replaceDrive, {L"C:"}, false},
@@ -244,12 +252,27 @@ std::vector<Scenario> makeScenarios() {
         {"ReplaceMount", linux, buildMount, replaceMount, {L"/media/disk"}, false},
         {"EmptyMount", linux, buildMount, emptyMount, {L"/media/disk"}, false, false},
         {"CopyOver", linux, buildFolders, copyOver, {L"/home/to/one.txt"}, false},
-        {"Nested", linux, buildFolders, changeNested, {L"/home/to/one.txt", L"/home/to/sub/deep"},
-         false, false},
-        {"ReplaceWhereTheStageStands", linux, buildFolders, replaceWhereTheStageStands,
-         {L"/home/to", L"/home/to/one.txt"}, true, false},
-        {"DeleteWhereTheStageStands", linux, buildFolders, deleteWhereTheStageStands,
-         {L"/home/to", L"/home/to/one.txt"}, true, false},
+        {"Nested",
+         linux,
+         buildFolders,
+         changeNested,
+         {L"/home/to/one.txt", L"/home/to/sub/deep"},
+         false,
+         false},
+        {"ReplaceWhereTheStageStands",
+         linux,
+         buildFolders,
+         replaceWhereTheStageStands,
+         {L"/home/to", L"/home/to/one.txt"},
+         true,
+         false},
+        {"DeleteWhereTheStageStands",
+         linux,
+         buildFolders,
+         deleteWhereTheStageStands,
+         {L"/home/to", L"/home/to/one.txt"},
+         true,
+         false},
     };
 }
 
@@ -318,8 +341,10 @@ Trial::Trial(const Scenario& tried)
     : scenario(tried), start(built(tried)), before(everything(start)) {
     MemoryStore store = start;
     MemoryDisk disk(store);
+    disk.clock.watch = [this](int, platform::testing::Primitive primitive) {
+        steps.push_back(primitive);
+    };
     answer = operate(scenario, disk);
-    steps = disk.clock.count();
     after = everything(store);
 }
 

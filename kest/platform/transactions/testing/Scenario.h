@@ -54,13 +54,11 @@ public:
     const platform::testing::MemoryStore start;
     const Snapshot before;
     Snapshot after;
-    /// What the clean run answered, and how many steps it took.
+    /// What the clean run answered, and its steps.
     DWORD answer = ERROR_SUCCESS;
-    int steps = 0;
+    std::vector<platform::testing::Primitive> steps;
 
-    bool isWhole(const Snapshot& snapshot) const {
-        return snapshot == before || snapshot == after;
-    }
+    bool isWhole(const Snapshot& snapshot) const { return snapshot == before || snapshot == after; }
 };
 
 /// For a failure's text.

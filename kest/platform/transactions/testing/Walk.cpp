@@ -24,8 +24,8 @@ template <class Each>
 DWORD forEach(Transaction& transaction, const std::wstring& directory, Each each) {
     WIN32_FIND_DATAW data{};
     HANDLE search = INVALID_HANDLE_VALUE;
-    DWORD error = call(
-        [&] { return transaction.findFirst((directory + L"\\*").c_str(), data, search); });
+    DWORD error =
+        call([&] { return transaction.findFirst((directory + L"\\*").c_str(), data, search); });
     if (error != ERROR_SUCCESS) {
         return error;
     }
@@ -59,9 +59,8 @@ DWORD deleteTree(Transaction& transaction, const std::wstring& path) {
         transaction, path, [&](const std::wstring& name, bool isDirectory, bool isLink) -> DWORD {
             const std::wstring child = path + L"\\" + name;
             if (isDirectory) {
-                return isLink
-                           ? call([&] { return transaction.removeDirectory(child.c_str()); })
-                           : deleteTree(transaction, child);
+                return isLink ? call([&] { return transaction.removeDirectory(child.c_str()); })
+                              : deleteTree(transaction, child);
             }
             return call([&] { return transaction.deleteFile(child.c_str()); });
         });
@@ -84,8 +83,7 @@ DWORD copyTree(Transaction& transaction, const std::wstring& source,
             const std::wstring from = source + L"\\" + name;
             const std::wstring to = destination + L"\\" + name;
             if (isDirectory && isLink) {
-                return call(
-                    [&] { return transaction.createLink(to.c_str(), L"/resolved", true); });
+                return call([&] { return transaction.createLink(to.c_str(), L"/resolved", true); });
             }
             return isDirectory ? copyTree(transaction, from, to) : call([&] {
                 return transaction.copyFile(from.c_str(), to.c_str(), COPY_FILE_COPY_SYMLINK);

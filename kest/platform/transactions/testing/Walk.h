@@ -6,8 +6,8 @@
 #include "kest/platform/transactions/Transaction.h"
 
 /// Whole trees through a transaction, asked for in the order in which the library's two operations
-/// ask: what the transaction manager is made for. Like the calls of the system these functions throw
-/// nothing but what stops a process.
+/// ask: what the transaction manager is made for. Like the calls of the system these functions
+/// throw nothing but what stops a process.
 namespace Tallowmere::platform::transactions::testing {
 
 /// One call of a transaction. What memory running out throws becomes an error.

@@ -1,0 +1,162 @@
+#include "kest/diagnostics/LineText.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+#include <string>
+#include <utility>
+
+#include "kest/platform/Utf8.h"
+
+namespace Tallowmere {
+namespace {
+
+using platform::utf8::kReplacement;
+
+/// Units that are looked at and narrowed together, which compilers turn into a few instructions.
+constexpr std::size_t kBlock = 16;
+
+bool isHighSurrogate(std::uint32_t unit) {
+    return unit >= 0xD800 && unit <= 0xDBFF;
+}
+
+bool isLowSurrogate(std::uint32_t unit) {
+    return unit >= 0xDC00 && unit <= 0xDFFF;
+}
+
+bool isAscii(const wchar_t* block) {
+    std::uint32_t all = 0;
+    for (std::size_t i = 0; i < kBlock; ++i) {
+        all |= static_cast<std::uint32_t>(block[i]);
+    }
+    return all < 0x80;
+}
+
+void narrow(const wchar_t* __restrict block, char* __restrict out) {
+    for (std::size_t i = 0; i < kBlock; ++i) {
+        out[i] = static_cast<char>(block[i]);
+    }
+}
+
+bool isAsciiByte(char byte) {
+    return static_cast<unsigned char>(byte) < 0x80;
+}
+
+/// More than any number has digits.
+constexpr std::size_t kDigits = 24;
+
+}  // namespace
+
+void LineText::appendUnit(wchar_t unit) {
+    const auto value = static_cast<std::uint32_t>(unit);
+    const std::uint32_t high = m_highSurrogate;
+    m_highSurrogate = 0;
+    if (high != 0 && isLowSurrogate(value)) {
+        appendCharacter(0x10000 + ((high - 0xD800) << 10) + (value - 0xDC00));
+        return;
+    }
+    if (high != 0) {
+        appendCharacter(kReplacement);
+    }
+    if (isHighSurrogate(value)) {
+        m_highSurrogate = value;
+    } else {
+        appendCharacter(isLowSurrogate(value) || value > 0x10FFFF ? kReplacement : value);
+    }
+}
+
+void LineText::append(std::wstring_view text) {
+    const wchar_t* unit = text.data();
+    const wchar_t* const end = unit + text.size();
+    while (unit != end) {
+        // Runs of ASCII, nearly all of a trace, go over at once.
+        if (m_highSurrogate == 0) {
+            char* out = room(static_cast<std::size_t>(end - unit));
+            const char* const begin = out;
+            while (static_cast<std::size_t>(end - unit) >= kBlock && isAscii(unit)) {
+                narrow(unit, out);
+                unit += kBlock;
+                out += kBlock;
+            }
+            while (unit != end && static_cast<std::uint32_t>(*unit) < 0x80) {
+                *out++ = static_cast<char>(*unit++);
+            }
+            m_size += static_cast<std::size_t>(out - begin);
+        }
+        if (unit != end) {
+            appendUnit(*unit++);
+        }
+    }
+}
+
+void LineText::appendBytes(std::string_view bytes) {
+    if (m_highSurrogate == 0 && std::all_of(bytes.begin(), bytes.end(), isAsciiByte)) {
+        put(bytes);
+        return;
+    }
+    for (const char byte : bytes) {
+        append(static_cast<wchar_t>(static_cast<unsigned char>(byte)));
+    }
+}
+
+void LineText::appendNumber(std::int64_t number) {
+    finish();
+    char* const first = room(kDigits);
+    m_size += static_cast<std::size_t>(std::to_chars(first, first + kDigits, number).ptr - first);
+}
+
+void LineText::appendNumber(std::uint64_t number) {
+    finish();
+    char* const first = room(kDigits);
+    m_size += static_cast<std::size_t>(std::to_chars(first, first + kDigits, number).ptr - first);
+}
+
+void LineText::take(LineText& other) {
+    if (other.m_size != 0) {
+        finish();
+        put(other.bytes());
+        other.m_size = 0;
+    }
+    if (other.m_highSurrogate != 0) {
+        finish();
+        m_highSurrogate = other.m_highSurrogate;
+        other.m_highSurrogate = 0;
+    }
+}
+
+void LineText::prependLineFeed() {
+    (void)room(1);
+    std::memmove(m_bytes.get() + 1, m_bytes.get(), m_size);
+    m_bytes[0] = '\n';
+    ++m_size;
+}
+
+void LineText::finish() {
+    if (m_highSurrogate != 0) {
+        m_highSurrogate = 0;
+        appendCharacter(kReplacement);
+    }
+}
+
+void LineText::appendCharacter(std::uint32_t character) {
+    std::string encoded;
+    platform::utf8::append(character, encoded);
+    put(encoded);
+}
+
+void LineText::put(std::string_view bytes) {
+    std::memcpy(room(bytes.size()), bytes.data(), bytes.size());
+    m_size += bytes.size();
+}
+
+void LineText::grow(std::size_t count) {
+    const std::size_t wanted = std::max<std::size_t>({2 * m_capacity, m_size + count, 512});
+    std::unique_ptr<char[]> larger(new char[wanted]);
+    if (m_size != 0) {
+        std::memcpy(larger.get(), m_bytes.get(), m_size);
+    }
+    m_bytes = std::move(larger);
+    m_capacity = wanted;
+}
+
+}  // namespace Tallowmere

@@ -1,0 +1,235 @@
+// A line to the trace file goes a short way beside the stream. Its text must be the one that the
+// stream would have written: here the same statements go both ways.
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <iomanip>
+#include <limits>
+#include <locale>
+#include <sstream>
+#include <vector>
+
+#include "kest/diagnostics/Log.h"
+#include "kest/diagnostics/Recorder.h"
+#include "kest/diagnostics/TraceLocale.h"
+#include "kest/diagnostics/testing/FixedTrace.h"
+#include "kest/diagnostics/testing/ScratchFile.h"
+#include "kest/platform/Utf8.h"
+
+namespace Tallowmere {
+namespace {
+
+Recorder& trace() {
+    return *Recorder::instance();
+}
+
+class Grouping : public std::numpunct<wchar_t> {
+protected:
+    wchar_t do_thousands_sep() const override { return L'.'; }
+    std::string do_grouping() const override { return "\3"; }
+};
+
+// What a host's insertion operators may do to a stream.
+struct LeavesHex {};
+std::wostream& operator<<(std::wostream& stream, LeavesHex) {
+    return stream << std::hex << std::showbase << std::uppercase << 255;
+}
+struct LeavesDecimal {};
+std::wostream& operator<<(std::wostream& stream, LeavesDecimal) {
+    return stream << std::dec << std::noshowbase << std::nouppercase << 255;
+}
+struct LeavesWidth {};
+std::wostream& operator<<(std::wostream& stream, LeavesWidth) {
+    stream.width(12);
+    stream.fill(L'*');
+    return stream;
+}
+struct LeavesSign {};
+std::wostream& operator<<(std::wostream& stream, LeavesSign) {
+    return stream << std::showpos;
+}
+struct LeavesLocale {};
+std::wostream& operator<<(std::wostream& stream, LeavesLocale) {
+    stream.imbue(std::locale(traceLocale(), new Grouping));
+    return stream;
+}
+struct Fails {};
+std::wostream& operator<<(std::wostream& stream, Fails) {
+    stream.setstate(std::ios_base::failbit);
+    return stream;
+}
+struct Logs {};
+std::wostream& operator<<(std::wostream& stream, Logs) {
+    stream << "[before ";
+    LOG_WARNING("inside " << 12345);
+    return stream << "after]";
+}
+struct WritesPieces {};
+std::wostream& operator<<(std::wostream& stream, WritesPieces) {
+    stream << "[a";
+    trace() << L"b" << 1 << 'c';
+    return stream << "d]";
+}
+struct HalfAPair {};
+std::wostream& operator<<(std::wostream& stream, HalfAPair) {
+    return stream << static_cast<wchar_t>(0xD83D);
+}
+
+void line(const std::function<void()>& pieces) {
+    trace() << L"!~Sev:INFO" << L"!~Fil:" << "folder/x.cpp" << L"!~Lin:" << 7;
+    pieces();
+    trace() << '\n';
+    trace().flush();
+}
+
+/// Every type that has a short way, and some that have none.
+void everyType() {
+    line([] {
+        trace() << std::numeric_limits<int>::min() << ' ' << std::numeric_limits<int>::max();
+        trace() << ' ' << std::numeric_limits<long>::min() << ' ' << 1234567L;
+        trace() << ' ' << std::numeric_limits<long long>::min() << ' ' << 1234567LL;
+        trace() << ' ' << std::numeric_limits<unsigned int>::max() << ' ' << 1234567U;
+        trace() << ' ' << std::numeric_limits<unsigned long>::max();
+        trace() << ' ' << std::numeric_limits<unsigned long long>::max() << ' ' << 0ULL;
+    });
+    line([] {
+        const short small = -5;
+        const unsigned short smallUnsigned = 65535;
+        trace() << small << ' ' << smallUnsigned << ' ' << true << ' ' << false << ' ' << 1234.5
+                << ' ' << 0.1F << ' ' << 1e300L << ' ' << static_cast<void*>(nullptr);
+    });
+    line([] {
+        // Two of them mean something to who reads a text file on Windows.
+        for (int byte = 0; byte < 256; ++byte) {
+            if (byte == 0x0D || byte == 0x1A) {
+                continue;
+            }
+            trace() << static_cast<char>(byte);
+        }
+        for (const std::uint32_t character :
+             {0x0U, 0x7FU, 0x80U, 0xE9U, 0x3000U, 0xD83DU, 0xDE00U, 0xDE00U, 0xD83DU}) {
+            trace() << static_cast<wchar_t>(character);
+        }
+    });
+    line([] {
+        std::string narrow = "caf\xE9 \x80\xFF and plain text that is longer than a block";
+        std::wstring wide = L"\u00DCbung \u65E5\u672C \U0001F600 and plain text";
+        const std::wstring constant = L"constant \u00E9 text";
+        const char* const noText = nullptr;
+        wchar_t* const noWideText = nullptr;
+        trace() << narrow.c_str() << narrow.data() << wide.data() << constant << constant.c_str()
+                << L"literal" << noText << noWideText << "" << L"";
+        trace() << static_cast<const char*>(narrow.c_str());
+    });
+}
+
+/// The markers in all sorts of order.
+void everyMarker() {
+    line([] {
+        std::wstring changeable = L"!~Fil:";
+        trace() << "!~Sev:INFO" << changeable.data();
+    });
+    line([] {
+        trace() << L"!~Fil:" << L"a\\b" << L"!~Lin:" << "no number" << L"!~Lin:" << 99L;
+        trace() << L"!~Fil:" << 12 << L"!~Lin:" << 13U << L"!~Lin:" << -3 << L"!~Fil:" << 'x';
+        trace() << L"!~Lin:" << std::wstring(L"text") << L"!~Fil:" << "" << L"!~Lin:" << 5;
+        trace() << L"!~Fil:" << "a/b\\c/d" << L"!~Lin:" << 5 << L"!~Fil:" << "a\\b/" << L"!~Lin:"
+                << 5;
+        trace() << L"!~Fil:" << "caf\xE9/\xE9t\xE9" << L"!~Lin:" << 5;
+        trace() << L"!~Fil:" << std::string(400, 'n').c_str() << L"!~Lin:" << 5;
+        trace() << L"!~Lin:" << 123456789012345;
+        trace() << L"xxSevere" << L"message";
+        trace().flush();
+    });
+    trace() << L"!~Fil:";
+    line([] { trace() << "the marker took the severity"; });
+    trace() << "outside" << 1 << L" any line " << 'x' << '\n' << L"!~Fil:" << "before";
+    trace() << L"!~Sev:ERROR" << L"!~Lin:" << 1 << "the name of before" << '\n';
+    trace().flush();
+}
+
+/// What is left behind in the stream holds for what follows.
+void everyState() {
+    line([] { trace() << LeavesHex() << ' ' << 255 << ' ' << 255L << ' ' << 255ULL << 1.5; });
+    line([] { trace() << 255 << LeavesDecimal() << 255; });
+    line([] {
+        trace() << 1 << LeavesWidth() << 2 << 3 << LeavesWidth() << "text"
+                << "more";
+    });
+    line([] { trace() << LeavesWidth(); });
+    line([] { trace() << "the date took the width" << LeavesSign() << 5 << 6U << '7'; });
+    line([] { trace() << 5; });
+    line([] { trace() << 1234567 << LeavesLocale() << 1234567 << 1234567ULL; });
+    line([] { trace() << 1234567; });
+    line([] { trace() << "a" << Logs() << "b" << Logs() << 1; });
+    line([] { trace() << "a" << WritesPieces() << "b"; });
+    line([] { trace() << HalfAPair() << static_cast<wchar_t>(0xDE00) << HalfAPair() << "x"; });
+    line([] { trace() << static_cast<wchar_t>(0xD83D) << 1.5 << static_cast<wchar_t>(0xDE00); });
+    line([] { trace() << std::wstring(200000, L'x') << std::string(200000, 'y').c_str() << 1; });
+}
+
+/// What the stream writes for a value, from the line's pieces to its own.
+std::string theLongWay(void (*statements)()) {
+    const testing::FixedTrace fixed;
+    std::wostringstream stream;
+    stream.imbue(traceLocale());
+    trace().setStream(&stream, nullptr, false);
+    statements();
+    return platform::utf8::encode(stream.str());
+}
+
+std::string theShortWay(void (*statements)()) {
+    const testing::FixedTrace fixed;
+    const testing::ScratchFile file;
+    trace().setFile(file.path().c_str());
+    statements();
+    Recorder::destroy();
+    return file.text();
+}
+
+TEST(RecorderWays, AreTheSameForEveryType) {
+    EXPECT_EQ(theLongWay(&everyType), theShortWay(&everyType));
+}
+
+TEST(RecorderWays, AreTheSameForEveryMarker) {
+    EXPECT_EQ(theLongWay(&everyMarker), theShortWay(&everyMarker));
+}
+
+TEST(RecorderWays, AreTheSameInEveryStateOfTheStream) {
+    EXPECT_EQ(theLongWay(&everyState), theShortWay(&everyState));
+}
+
+TEST(RecorderWays, AreTheSameUnderAGlobalLocaleOfTheHost) {
+    const std::locale before =
+        std::locale::global(std::locale(std::locale::classic(), new Grouping));
+    const std::string expected = theLongWay(&everyType);
+    const std::string written = theShortWay(&everyType);
+    std::locale::global(before);
+    EXPECT_EQ(expected, written);
+    EXPECT_NE(std::string::npos, written.find(" 1234567 "));
+}
+
+TEST(RecorderWays, LoseTheRestOfALineWhoseStreamHasFailed) {
+    const testing::FixedTrace fixed;
+    const testing::ScratchFile file;
+    trace().setFile(file.path().c_str());
+    line([] { trace() << "begun " << Fails() << "lost" << 1; });
+    line([] { trace() << "next"; });
+    const std::string text = file.text();
+    EXPECT_NE(std::string::npos, text.find("\tbegun November"));
+    EXPECT_EQ(std::string::npos, text.find("lost"));
+    EXPECT_NE(std::string::npos, text.find("\tnext\n"));
+}
+
+TEST(RecorderWays, KeepALineThatWasNeverFlushed) {
+    const testing::FixedTrace fixed;
+    const testing::ScratchFile file;
+    trace().setFile(file.path().c_str());
+    trace() << L"!~Sev:INFO" << "no end";
+    Recorder::destroy();
+    EXPECT_EQ("November 16, 2026, 5:35:54.123 AM\tINFO    \tT4711\tno end", file.text());
+}
+
+}  // namespace
+}  // namespace Tallowmere

@@ -1,0 +1,71 @@
+#include "kest/diagnostics/TraceStamp.h"
+
+#include "kest/platform/Calls.h"
+#include "kest/time/DateTimeImpl.h"
+
+namespace Tallowmere {
+
+using platform::os;
+
+namespace {
+
+bool isSameSecond(const SYSTEMTIME& left, const SYSTEMTIME& right) {
+    return left.wSecond == right.wSecond && left.wMinute == right.wMinute &&
+           left.wHour == right.wHour && left.wDay == right.wDay && left.wMonth == right.wMonth &&
+           left.wYear == right.wYear;
+}
+
+}  // namespace
+
+const std::wstring& TraceStamp::now() {
+    SYSTEMTIME time{};
+    os().GetSystemTime(&time);
+    if (m_milliseconds == std::wstring::npos || !isSameSecond(time, m_second) ||
+        os().GetThreadLocale() != m_language) {
+        make(time);
+    } else if (time.wMilliseconds != m_second.wMilliseconds) {
+        unsigned int left = time.wMilliseconds;
+        for (std::size_t digit = 3; digit > 0; --digit, left /= 10) {
+            m_text[m_milliseconds + digit - 1] = static_cast<wchar_t>(L'0' + left % 10);
+            if (!m_bytes.empty()) {
+                m_bytes[m_milliseconds + digit - 1] = static_cast<char>('0' + left % 10);
+            }
+        }
+        m_second.wMilliseconds = time.wMilliseconds;
+    }
+    return m_text;
+}
+
+void TraceStamp::appendTo(LineText& line) {
+    const std::wstring& text = now();
+    if (m_milliseconds != std::wstring::npos && !m_bytes.empty()) {
+        line.appendBytes(m_bytes);
+    } else {
+        line.append(text);
+        line.append(L'\t');
+    }
+}
+
+void TraceStamp::make(const SYSTEMTIME& time) {
+    m_milliseconds = std::wstring::npos;
+    m_text = DateTimeImpl(time).toString(true, L"MMMM d, yyyy", nullptr, true);
+    // Half a text is what is left when the system could not write the date or the time: it is asked
+    // again for the next line.
+    if (m_text.empty() || m_text.front() == L',' || time.wMilliseconds > 999) {
+        return;
+    }
+    m_second = time;
+    m_language = os().GetThreadLocale();
+    const std::size_t point = DateTimeImpl::positionOfMilliseconds(m_text);
+    // A text of another form than the usual one, whatever a language may write, is made each time.
+    if (point >= 5 && m_text[point - 4] == L'.' && m_text[point - 5] != L',') {
+        m_milliseconds = point - 3;
+        LineText line;
+        line.append(m_text);
+        line.append(L'\t');
+        const bool isAscii = line.bytes().size() == m_text.size() + 1;
+        m_bytes = isAscii ? line.bytes() : std::string_view();
+    }
+}
+
+}  // namespace Tallowmere

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include "kest/diagnostics/LineText.h"
+#include "kest/platform/Win32.h"
+
+namespace Tallowmere {
+
+/// The time at the beginning of a trace line: local time, "November 16, 2026, 5:35:54.123 AM".
+///
+/// Our choice: the text is made once a second and only its milliseconds are changed in between, so
+/// that a new time zone shows from the next second on; a new language shows at once. Not for
+/// several threads at a time.
+class TraceStamp {
+public:
+    /// Now. Empty when the system knows no local time. Valid until the next call.
+    const std::wstring& now();
+    /// The same, and a tab behind it, at the end of a line.
+    void appendTo(LineText& line);
+
+private:
+    void make(const SYSTEMTIME& time);
+
+    std::wstring m_text;
+    /// The text and a tab as bytes, in which only the digits change; empty when it is not ASCII.
+    std::string m_bytes;
+    /// Where the three digits of the milliseconds stand; npos when the text is not to be used
+    /// again.
+    std::size_t m_milliseconds = std::wstring::npos;
+    SYSTEMTIME m_second{};
+    LCID m_language = 0;
+};
+
+}  // namespace Tallowmere

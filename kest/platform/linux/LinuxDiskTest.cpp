@@ -492,7 +492,7 @@ TEST_F(LinuxDiskTest, AListingBeginsAtTheBeginningWhateverItsDescriptorHasSeen) 
     }
     tree.write("late/comer", "");
     std::unique_ptr<transactions::Listing> listing;
-    ASSERT_EQ(ERROR_SUCCESS, listDirectory(directory, listing));
+    ASSERT_EQ(ERROR_SUCCESS, listDirectory(directory, Purpose::Reading, listing));
     transactions::Record record;
     ASSERT_EQ(ERROR_SUCCESS, listing->next(record));
     EXPECT_EQ(L"comer", record.name);

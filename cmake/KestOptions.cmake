@@ -22,6 +22,9 @@ if(KEST_SANITIZERS)
                         -fno-sanitize-recover=all)
     add_link_options(-fsanitize=${KEST_SANITIZERS})
     add_compile_definitions(_GLIBCXX_ASSERTIONS)
+    # What is lost on purpose, by name.
+    target_sources(kest_options INTERFACE
+        $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:${CMAKE_CURRENT_LIST_DIR}/KnownLeaks.cpp>)
 elseif(NOT WIN32)
     # The C library's checked calls need the optimiser, and they hide errors from a sanitizer.
     target_compile_options(kest_options INTERFACE
@@ -59,7 +62,7 @@ function(kest_system_libraries target)
     if(WIN32)
         # The transaction manager's own calls; every Windows since Vista has them. Random names, and a
         # file's number on its volume, for our own manager.
-        target_link_libraries(${target} PUBLIC ktmw32 bcrypt ntdll)
+        target_link_libraries(${target} PUBLIC ktmw32 bcrypt ntdll ole32 oleaut32)
     endif()
 endfunction()
 

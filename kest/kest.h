@@ -7,6 +7,7 @@
 #include "kest/diagnostics/Log.h"
 #include "kest/diagnostics/Recorder.h"
 #include "kest/diagnostics/SystemErrors.h"
+#include "kest/restore/RestorePoint.h"
 #include "kest/sync/Lock.h"
 #include "kest/text/HistoryPaths.h"
 #include "kest/text/NativeText.h"

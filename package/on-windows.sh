@@ -20,7 +20,8 @@ needed_libraries() {
 # In the package, or part of every Windows.
 is_at_hand() {
     case ${1,,} in
-    kernel32.dll | ntdll.dll | msvcrt.dll | advapi32.dll | bcrypt.dll | ktmw32.dll) ;;
+    kernel32.dll | ntdll.dll | msvcrt.dll | advapi32.dll | bcrypt.dll | ktmw32.dll | ole32.dll | \
+        oleaut32.dll) ;;
     *) [ -e "$kest/bin/$1" ] ;;
     esac
 }

@@ -1,13 +1,14 @@
 // Everything that is built while the library is being loaded and destroyed while it is being
-// unloaded. It stands in one file because only within a file the order is fixed: from top to bottom,
-// and backwards at the end. An object that uses another one stands below it. New ones go to the end,
-// unless what is there already needs them. The standard streams come first of all, through
+// unloaded. It stands in one file because only within a file the order is fixed: from top to
+// bottom, and backwards at the end. An object that uses another one stands below it. New ones go to
+// the end, unless what is there already needs them. The standard streams come first of all, through
 // <iostream>.
 
 #include <iostream>
 
 #include "kest/diagnostics/Recorder.h"
 #include "kest/exports/ExportLock.h"
+#include "kest/restore/MessageModule.h"
 #include "kest/sync/Lock.h"
 #include "kest/time/DateTime.h"
 #include "kest/time/DateTimeImpl.h"
@@ -28,5 +29,7 @@ const DateTime DateTime::s_invalid(new DateTimeImpl(DateTimeImpl::s_invalid));
 // thread takes them in the opposite order: the export lock, then the creation lock, then a line's.
 Lock Recorder::s_instanceLock;
 Lock s_exportLock;
+
+const HMODULE s_messageModule = loadMessageModule();
 
 }  // namespace Tallowmere

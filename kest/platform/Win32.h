@@ -21,8 +21,11 @@
 #define NOGDI
 #endif
 #include <windows.h>
-// After windows.h, which it needs.
+// After windows.h, which they need.
 #include <ktmw32.h>
+#include <objbase.h>
+#include <oleauto.h>
+#include <wbemcli.h>
 
 // Codes of the transaction manager that not every SDK header has.
 #ifndef ERROR_INVALID_TRANSACTION
@@ -152,7 +155,6 @@ struct WIN32_FIND_DATAW {
 
 /// Only ever passed as null.
 struct SECURITY_ATTRIBUTES;
-struct GUID;
 using LPPROGRESS_ROUTINE = void (*)();
 
 // Error codes.
@@ -216,5 +218,8 @@ inline constexpr DWORD ERROR_TRANSACTION_NOT_ACTIVE = 6701;
 inline constexpr DWORD ERROR_TRANSACTION_ALREADY_ABORTED = 6704;
 inline constexpr DWORD ERROR_TRANSACTION_ALREADY_COMMITTED = 6705;
 inline constexpr DWORD ERROR_TRANSACTIONAL_CONFLICT = 6800;
+
+// After the plain types, which it needs.
+#include "kest/platform/linux/ComTypes.h"
 
 #endif

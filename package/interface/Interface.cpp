@@ -36,6 +36,7 @@ void entryPoints() {
     function<void(wchar_t*)>(&setRecorderFile);
     function<void(wchar_t**)>(&deleteKESTArray);
     function<bool(const wchar_t*, const wchar_t*, wchar_t**)>(&CopyDirectoryTransacted);
+    function<bool(unsigned long, wchar_t**)>(&restoreSystem);
 }
 
 void diagnostics() {
@@ -143,6 +144,20 @@ void transacted() {
     function<void(const wchar_t*, bool, bool)>(&k::reportFailure);
 }
 
+void restore() {
+    using k::RestorePoint;
+    member<RestorePoint, RestorePoint&(const RestorePoint&)>(&RestorePoint::operator=);
+    member<RestorePoint, Text>(&RestorePoint::description);
+    member<RestorePoint, Text>(&RestorePoint::type);
+    member<RestorePoint, SYSTEMTIME*>(&RestorePoint::creationTime);
+    member<RestorePoint, int>(&RestorePoint::sequenceNumber);
+    function<void(std::vector<RestorePoint>&)>(&k::getRestorePoints);
+    RestorePoint point;
+    point.sequenceNumber = 12;
+    const RestorePoint copy(point);
+    missing += copy.sequenceNumber == 12 && copy.creationTime != point.creationTime ? 0 : 1;
+}
+
 /// The whole of a log statement and of a function trace works from a host.
 void traceFromAHost() {
     k::Recorder::instance()->setFile(L"interface.log");
@@ -164,6 +179,7 @@ int main() {
     time();
     sync();
     transacted();
+    restore();
     traceFromAHost();
     std::printf("%d missing\n", missing);
     return missing == 0 ? 0 : 1;

@@ -8,11 +8,14 @@ namespace Tallowmere::command {
 
 /// What the user asks for.
 struct Request {
-    enum class Verb { help, version, copy, remove };
+    enum class Verb { help, version, copy, remove, restorePoints, restore };
 
     Verb verb = Verb::help;
     /// copy: source and destination. remove: the path.
     std::vector<std::wstring> paths;
+    /// restore: the point's number, and whether nobody is to be asked.
+    unsigned long number = 0;
+    bool yes = false;
     /// Where the trace goes; nowhere without it.
     std::optional<std::wstring> traceFile;
 };

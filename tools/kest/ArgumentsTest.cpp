@@ -35,6 +35,18 @@ TEST(Arguments, ReadsADelete) {
     EXPECT_EQ(Texts{L"tree"}, request.paths);
 }
 
+TEST(Arguments, ReadsTheVerbsOfRestorePoints) {
+    EXPECT_EQ(Verb::restorePoints, accepted({L"restore-points"}).verb);
+    const Request request = accepted({L"restore", L"12"});
+    EXPECT_EQ(Verb::restore, request.verb);
+    EXPECT_EQ(12U, request.number);
+    EXPECT_FALSE(request.yes);
+    EXPECT_EQ(Texts(), request.paths);
+    EXPECT_TRUE(accepted({L"restore", L"--yes", L"0"}).yes);
+    EXPECT_EQ(4294967295U, accepted({L"--yes", L"restore", L"4294967295"}).number);
+    EXPECT_EQ(L"t", accepted({L"restore-points", L"--trace=t"}).traceFile);
+}
+
 TEST(Arguments, TakesTheTraceFileAnywhereAndInBothForms) {
     const std::vector<Texts> forms = {{L"copy", L"a", L"b", L"--trace", L"t"},
                                       {L"copy", L"--trace", L"t", L"a", L"b"},
@@ -85,6 +97,16 @@ TEST(Arguments, SaysWhatIsWrong) {
     EXPECT_EQ(L"delete needs a path", mistakeIn({L"delete"}));
     EXPECT_EQ(L"one argument too many: c", mistakeIn({L"copy", L"a", L"b", L"c", L"d"}));
     EXPECT_EQ(L"one argument too many: b", mistakeIn({L"delete", L"a", L"b"}));
+    EXPECT_EQ(L"one argument too many: 12", mistakeIn({L"restore-points", L"12"}));
+    EXPECT_EQ(L"one argument too many: 13", mistakeIn({L"restore", L"12", L"13"}));
+    EXPECT_EQ(L"restore needs a restore point's number", mistakeIn({L"restore", L"--yes"}));
+    for (const wchar_t* text : {L"", L"x", L"1x", L"+1", L" 1", L"4294967296", L"99999999999"}) {
+        EXPECT_EQ(L"not a restore point's number: " + std::wstring(text),
+                  mistakeIn({L"restore", text}));
+    }
+    EXPECT_EQ(L"unknown option -1", mistakeIn({L"restore", L"-1"}));
+    EXPECT_EQ(L"unknown option --yes", mistakeIn({L"delete", L"a", L"--yes"}));
+    EXPECT_EQ(L"unknown option --yes", mistakeIn({L"restore-points", L"--yes"}));
     EXPECT_EQ(L"a path is empty", mistakeIn({L"delete", L""}));
     EXPECT_EQ(L"a path is empty", mistakeIn({L"copy", L"a", L""}));
 }

@@ -9,6 +9,7 @@
 
 #include "Arguments.h"
 #include "FullPath.h"
+#include "Restore.h"
 #include "Terminal.h"
 #include "TraceTap.h"
 
@@ -17,12 +18,24 @@ namespace {
 
 enum ExitStatus { done = 0, failed = 1, wrongUse = 2 };
 
-void perform(const Request& request) {
-    if (request.verb == Request::Verb::copy) {
-        CopyDirectoryTransacted(fullPath(request.paths[0]), fullPath(request.paths[1]));
-    } else {
-        DeleteDirectoryTransacted(fullPath(request.paths[0]));
+int perform(const Request& request, const TraceTap& trace) {
+    switch (request.verb) {
+        case Request::Verb::copy:
+            CopyDirectoryTransacted(fullPath(request.paths[0]), fullPath(request.paths[1]));
+            return done;
+        case Request::Verb::remove:
+            DeleteDirectoryTransacted(fullPath(request.paths[0]));
+            return done;
+        case Request::Verb::restorePoints:
+            listRestorePoints();
+            return done;
+        case Request::Verb::restore:
+            return restore(request.number, request.yes, trace) ? done : failed;
+        case Request::Verb::help:
+        case Request::Verb::version:
+            break;
     }
+    return wrongUse;
 }
 
 int performTraced(const Request& request) {
@@ -39,8 +52,7 @@ int performTraced(const Request& request) {
     }
     TraceTap trace(std::move(file));
     try {
-        perform(request);
-        return done;
+        return perform(request, trace);
     } catch (const std::exception& error) {
         complain(L"kest: " + trace.messageOf(error) + L"\n");
         return failed;

@@ -12,6 +12,10 @@ void say(const std::wstring& text);
 /// Writes `text` to standard error.
 void complain(const std::wstring& text);
 
+/// Writes `question` to standard output and reads one line of standard input. Whether it is "y" or
+/// "yes", in any case; an input that has ended is a no.
+bool confirm(const std::wstring& question);
+
 /// Opens a text file for writing and empties it; it is not handed to other processes. Null, with
 /// `errno` set, when that fails.
 std::FILE* openForWriting(const std::wstring& path);

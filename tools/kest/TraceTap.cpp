@@ -31,6 +31,15 @@ bool readError(const std::wstring& statement, std::wstring& message) {
     return true;
 }
 
+/// The number at the end of the line that tells what the system answered to a restore.
+void readRestoreAnswer(const std::wstring& statement, std::wstring& answer) {
+    const std::wstring begin = L"\tSystemRestore::Restore() returned";
+    const std::size_t found = statement.find(begin);
+    if (found != std::wstring::npos) {
+        answer = withoutLineEnd(statement.substr(found + begin.size()));
+    }
+}
+
 }  // namespace
 
 TraceTap::TraceTap(File file) : m_statements(std::move(file)), m_stream(&m_statements) {
@@ -74,6 +83,7 @@ int TraceTap::Statements::sync() {
         std::fflush(m_file.get());
     }
     readError(m_statement, m_lastError);
+    readRestoreAnswer(m_statement, m_restoreAnswer);
     m_statement.clear();
     return 0;
 }

@@ -31,12 +31,17 @@ public:
     /// end.
     std::wstring messageOf(const std::exception& error) const;
 
+    /// What the system last answered to a request for a restore: a number, 0 for accepted; empty
+    /// without one. The library tells it nowhere else.
+    const std::wstring& restoreAnswer() const { return m_statements.restoreAnswer(); }
+
 private:
     /// Gathers what the library writes between two flushes, which is one statement.
     class Statements : public std::wstreambuf {
     public:
         explicit Statements(File file);
         const std::wstring& lastError() const { return m_lastError; }
+        const std::wstring& restoreAnswer() const { return m_restoreAnswer; }
 
     protected:
         int_type overflow(int_type unit) override;
@@ -47,6 +52,7 @@ private:
         File m_file;
         std::wstring m_statement;
         std::wstring m_lastError;
+        std::wstring m_restoreAnswer;
     };
 
     Statements m_statements;

@@ -20,11 +20,12 @@ text_of() {
     printf '%s\n' "${text//"$full"/}"
 }
 
-# expect WHAT STATUS OUTPUT ERRORS ARGUMENTS...
+# expect WHAT STATUS OUTPUT ERRORS ARGUMENTS..., with $input as standard input
+input=
 expect() {
     local what=$1 status=$2 output=$3 errors=$4
     shift 4
-    "${kest[@]}" "$@" >.output 2>.errors </dev/null
+    "${kest[@]}" "$@" >.output 2>.errors < <(printf %s "$input")
     local got=$?
     if [ $got != "$status" ]; then
         echo "$what: exit status $got instead of $status"
@@ -49,6 +50,8 @@ tree() {
 
 usage='usage: kest copy SOURCE DESTINATION [--trace FILE]
        kest delete PATH [--trace FILE]
+       kest restore-points [--trace FILE]
+       kest restore NUMBER [--yes] [--trace FILE]
        kest --help | --version'
 
 expect "help" 0 "$usage" "" --help
@@ -96,6 +99,43 @@ compare "its deletion: the tree" "" "$(ls -d new 2>/dev/null)"
 mkdir -- --trace
 expect "hyphens end the options" 0 "" "" delete -- --trace
 compare "the folder is gone" "" "$(ls -d -- --trace 2>/dev/null)"
+
+expect "no number" 2 "" "kest: not a restore point's number: x"$'\n'"$usage" restore x
+if [ ${#kest[@]} = 1 ]; then
+    # Restore points come from a file.
+    unset KEST_WMI
+    expect "no restore points" 0 "no restore points" "" restore-points
+    cat >points.mof <<'END'
+instance of SystemRestore { Description = "Before"; RestorePointType = 12;
+    CreationTime = "20240131235959.000000-000"; SequenceNumber = 12; };
+instance of SystemRestore { Description = "Gr\xFC\xDF" "e"; RestorePointType = 7;
+    CreationTime = "20231201000102.000000-000"; SequenceNumber = 7; };
+END
+    export KEST_WMI=points.mof
+    expect "restore points" 0 "\
+NUMBER  CREATED              TYPE                   DESCRIPTION
+    12  2024-01-31 23:59:59  Settings modification  Before
+     7  2023-12-01 00:01:02  Restore point type 7   Grüße" "" restore-points
+    question="Restore the system to point 12 of 2024-01-31 23:59:59, Before? [y/N] "
+    requested="The system will be restored when it starts the next time."
+    expect "a restore, nobody there" 1 "$question" "kest: nothing was restored" restore 12
+    input=$'n\n' expect "a restore refused" 1 "$question" "kest: nothing was restored" restore 12
+    compare "no request yet" "" "$(ls points.mof.restores 2>/dev/null)"
+    input=$' YES \n' expect "a restore agreed to" 0 "$question$requested" "" restore 12
+    expect "a restore without a question" 0 "$requested" "" restore --yes 7
+    expect "a point that is not there" 1 "" "kest: there is no restore point 13" restore 13 --yes
+    compare "the requests" $'12\n7' "$(cut -d ' ' -f 2 points.mof.restores)"
+    printf 'instance of' >points.mof
+    expect "a damaged file" 1 "" \
+        "kest: Wmi query <Select * from SystemRestore> failed: Critical error" restore-points
+    expect "a restore from a damaged file" 1 "" \
+        "kest: Wmi query <Select * from SystemRestore> failed: Critical error" restore 7 --yes
+    unset KEST_WMI
+else
+    # Wine has none.
+    expect "no restore points" 0 "no restore points" "" restore-points
+    expect "a point that is not there" 1 "" "kest: there is no restore point 13" restore 13 --yes
+fi
 
 if [ ${#kest[@]} = 1 ]; then
     # Names that only a Linux disk can hold: a backslash, bytes that are no UTF-8.

@@ -6,6 +6,7 @@
 
 #include "kest/platform/linux/Standins.h"
 #include "kest/platform/linux/SystemMessages.h"
+#include "kest/platform/linux/WbemMessages.h"
 
 namespace Tallowmere::platform::standin {
 namespace {
@@ -29,23 +30,29 @@ bool isEnglish(DWORD language) {
     return (language & kPrimaryLanguage) == 0 || (language & kPrimaryLanguage) == kEnglish;
 }
 
-/// Looks the text up where the flags say; the error when there is none.
-DWORD findText(DWORD flags, DWORD code, DWORD language, std::string_view& text) {
+DWORD findIn(const char* (*table)(DWORD), DWORD code, DWORD language, std::string_view& text) {
+    if (!isEnglish(language)) {
+        return ERROR_RESOURCE_LANG_NOT_FOUND;
+    }
+    const char* const found = table(code);
+    if (found == nullptr) {
+        return ERROR_MR_MID_NOT_FOUND;
+    }
+    text = found;
+    return ERROR_SUCCESS;
+}
+
+/// Looks the text up where the flags say, in the module first; the error when there is none.
+DWORD findText(DWORD flags, const void* module, DWORD code, DWORD language,
+               std::string_view& text) {
     DWORD error = ERROR_INVALID_PARAMETER;
     if ((flags & FORMAT_MESSAGE_FROM_HMODULE) != 0) {
-        // Our choice: no module of this system has a message table.
-        error = ERROR_RESOURCE_TYPE_NOT_FOUND;
+        // The one module of this system that has a message table.
+        error = module == wbemMessageModule() ? findIn(wbemMessage, code, language, text)
+                                              : DWORD{ERROR_RESOURCE_TYPE_NOT_FOUND};
     }
-    if ((flags & FORMAT_MESSAGE_FROM_SYSTEM) != 0) {
-        if (!isEnglish(language)) {
-            return ERROR_RESOURCE_LANG_NOT_FOUND;
-        }
-        const char* const found = systemMessage(code);
-        if (found == nullptr) {
-            return ERROR_MR_MID_NOT_FOUND;
-        }
-        text = found;
-        return ERROR_SUCCESS;
+    if ((flags & FORMAT_MESSAGE_FROM_SYSTEM) != 0 && error != ERROR_SUCCESS) {
+        error = findIn(systemMessage, code, language, text);
     }
     return error;
 }
@@ -93,8 +100,8 @@ void SetLastError(DWORD code) {
     t_lastError = code;
 }
 
-DWORD FormatMessageW(DWORD flags, const void* /*source*/, DWORD code, DWORD language,
-                     wchar_t* buffer, DWORD size, va_list* /*arguments*/) {
+DWORD FormatMessageW(DWORD flags, const void* source, DWORD code, DWORD language, wchar_t* buffer,
+                     DWORD size, va_list* /*arguments*/) {
     if (buffer == nullptr) {
         return failWith(ERROR_INVALID_PARAMETER);
     }
@@ -108,7 +115,7 @@ DWORD FormatMessageW(DWORD flags, const void* /*source*/, DWORD code, DWORD lang
         return failWith(ERROR_INVALID_PARAMETER);
     }
     std::string_view text;
-    if (const DWORD error = findText(flags, code, language, text); error != ERROR_SUCCESS) {
+    if (const DWORD error = findText(flags, source, code, language, text); error != ERROR_SUCCESS) {
         return failWith(error);
     }
     // Our choice: nothing is ever inserted. The library always asks for the text as it stands; who

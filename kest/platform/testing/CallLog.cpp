@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cwchar>
+#include <iterator>
 #include <stdexcept>
 #include <type_traits>
 #include <utility>
@@ -15,10 +17,22 @@ constexpr std::size_t kLevels = 4;
 std::array<CallLog*, kLevels> g_logs{};
 std::size_t g_open = 0;
 
+/// Such as {DC12A687-737F-11CF-884D-00AA004B2E24}.
+std::wstring identifierText(const GUID& identifier) {
+    wchar_t text[40];
+    const BYTE* const last = identifier.Data4;
+    std::swprintf(text, std::size(text), L"{%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}",
+                  static_cast<unsigned>(identifier.Data1), identifier.Data2, identifier.Data3,
+                  last[0], last[1], last[2], last[3], last[4], last[5], last[6], last[7]);
+    return text;
+}
+
 template <class T>
 CallLog::Argument argument(const T& value) {
     if constexpr (std::is_same_v<std::decay_t<T>, const wchar_t*>) {
         return {value == nullptr ? L"null" : L"\"" + std::wstring(value) + L"\"", nullptr};
+    } else if constexpr (std::is_same_v<T, GUID>) {
+        return {identifierText(value), nullptr};
     } else if constexpr (std::is_pointer_v<T>) {
         return {L"", reinterpret_cast<const void*>(value)};
     } else if constexpr (std::is_enum_v<T>) {

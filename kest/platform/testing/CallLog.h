@@ -12,12 +12,12 @@
 namespace Tallowmere::platform::testing {
 
 /// Records the calls of some families of the seam while it lives, in order, with their arguments as
-/// text: `DeleteFileTransactedW("a\b", #1)`. Texts are quoted; numbers are in decimal; null is
-/// `null`; the all-ones handle is `invalid`; any other pointer or handle is `#n`, numbered in the
-/// order in which it first appears in this log. The calls themselves are made as before. Put it in
-/// front of ScopedCall objects by creating it after them. Logs nest, and end in the reverse order:
-/// the outer one goes on recording. Begin and end one while no other thread is inside the library;
-/// calls are recorded from any number of threads.
+/// text: `DeleteFileTransactedW("a\b", #1)`. Texts are quoted; numbers are in decimal,
+/// identifiers in braces; null is `null`; the all-ones handle is `invalid`; any other pointer or
+/// handle is `#n`, numbered in the order in which it first appears in this log. The calls
+/// themselves are made as before. Put it in front of ScopedCall objects by creating it after them.
+/// Logs nest, and end in the reverse order: the outer one goes on recording. Begin and end one
+/// while no other thread is inside the library; calls are recorded from any number of threads.
 class CallLog {
 public:
     /// An argument of a call: its text or, when there is none, the pointer that is to be numbered.

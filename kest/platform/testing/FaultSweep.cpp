@@ -49,15 +49,15 @@ struct Faulty<member> {
 };
 
 void install(std::uint32_t families) {
-#define KEST_FAULTY(family, function, value, code, gives) \
-    if ((families & family) != 0) {                       \
-        using Call = Faulty<&Calls::function>;            \
-        Call::previous = g_calls.function;                \
-        Call::name = L"" #function;                       \
-        Call::failure = value;                            \
-        Call::error = code;                               \
-        Call::performs = gives;                           \
-        g_calls.function = &Call::invoke;                 \
+#define KEST_FAULTY(family, function, value, code, gives)            \
+    if ((families & family) != 0) {                                  \
+        using Call = Faulty<&Calls::function>;                       \
+        Call::previous = g_calls.function;                           \
+        Call::name = L"" #function;                                  \
+        Call::failure = static_cast<decltype(Call::failure)>(value); \
+        Call::error = code;                                          \
+        Call::performs = gives;                                      \
+        g_calls.function = &Call::invoke;                            \
     }
 #define KEST_CALL(family, result, function, parameters, value, code) \
     KEST_FAULTY(family, function, value, code, false)

@@ -1,5 +1,6 @@
 #include "kest/platform/Calls.h"
 
+#include "kest/platform/windows/Com.h"
 #include "kest/platform/windows/KernelTransactions.h"
 
 namespace Tallowmere::platform {
@@ -40,6 +41,7 @@ int wcscpy_s(wchar_t* destination, std::size_t destinationSize, const wchar_t* s
 #define KEST_TARGET_Time(name) &Forward<&::name>::invoke
 #define KEST_TARGET_Files(name) &Forward<&::name>::invoke
 #define KEST_TARGET_Transactions(name) &kernel::name
+#define KEST_TARGET_Com(name) &com::name
 #define KEST_TARGET_Runtime(name) &runtime::name
 
 constinit Calls g_calls = {

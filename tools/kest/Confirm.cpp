@@ -1,0 +1,20 @@
+#include <cctype>
+#include <cstdio>
+#include <string>
+
+#include "Terminal.h"
+
+namespace Tallowmere::command {
+
+bool confirm(const std::wstring& question) {
+    say(question);
+    std::string answer;
+    for (int c = std::getchar(); c != EOF && c != '\n'; c = std::getchar()) {
+        if (std::isspace(c) == 0) {
+            answer += static_cast<char>(std::tolower(c));
+        }
+    }
+    return answer == "y" || answer == "yes";
+}
+
+}  // namespace Tallowmere::command

@@ -1,0 +1,117 @@
+#include "Restore.h"
+
+#include <kest/kest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+#include "Terminal.h"
+
+namespace Tallowmere::command {
+namespace {
+
+constexpr std::wstring_view kNumber = L"NUMBER";
+constexpr std::wstring_view kCreated = L"CREATED";
+constexpr std::wstring_view kType = L"TYPE";
+constexpr std::wstring_view kDescription = L"DESCRIPTION";
+constexpr std::size_t kTimeWidth = 19;
+
+std::wstring padded(std::wstring_view text, std::size_t width) {
+    std::wstring result(text);
+    result.resize(std::max(result.size(), width), L' ');
+    return result;
+}
+
+std::wstring digits(unsigned value, std::size_t width) {
+    const std::wstring text = std::to_wstring(value);
+    return std::wstring(width > text.size() ? width - text.size() : 0, L'0') + text;
+}
+
+std::wstring numberOf(const RestorePoint& point) {
+    return std::to_wstring(static_cast<std::uint32_t>(point.sequenceNumber));
+}
+
+/// "2024-01-31 23:59:59", as the system wrote it.
+std::wstring timeOf(const RestorePoint& point) {
+    // Year, month, day of the week, day, hour, minute, second, milliseconds: a record of eight
+    // 16-bit numbers on every system, which not every one declares to a host.
+    std::uint16_t fields[8];
+    std::memcpy(fields, point.creationTime, sizeof(fields));
+    return digits(fields[0], 4) + L"-" + digits(fields[1], 2) + L"-" + digits(fields[3], 2) + L" " +
+           digits(fields[4], 2) + L":" + digits(fields[5], 2) + L":" + digits(fields[6], 2);
+}
+
+/// Others write descriptions: none may move the cursor or begin a line.
+std::wstring printable(std::wstring text) {
+    for (wchar_t& c : text) {
+        if (c < L' ' || (c >= 0x7F && c < 0xA0)) {
+            c = L' ';
+        }
+    }
+    return text;
+}
+
+}  // namespace
+
+std::wstring tableLine(const RestorePoint& point, std::size_t numberWidth, std::size_t typeWidth) {
+    const std::wstring number = numberOf(point);
+    return std::wstring(numberWidth > number.size() ? numberWidth - number.size() : 0, L' ') +
+           number + L"  " + padded(timeOf(point), kTimeWidth) + L"  " +
+           padded(printable(point.type), typeWidth) + L"  " + printable(point.description);
+}
+
+void listRestorePoints() {
+    std::vector<RestorePoint> points;
+    getRestorePoints(points);
+    if (points.empty()) {
+        say(L"no restore points\n");
+        return;
+    }
+    std::size_t numberWidth = kNumber.size();
+    std::size_t typeWidth = kType.size();
+    for (const RestorePoint& point : points) {
+        numberWidth = std::max(numberWidth, numberOf(point).size());
+        typeWidth = std::max(typeWidth, point.type.size());
+    }
+    std::wstring table = std::wstring(numberWidth - kNumber.size(), L' ').append(kNumber) + L"  " +
+                         padded(kCreated, kTimeWidth) + L"  " + padded(kType, typeWidth) + L"  " +
+                         std::wstring(kDescription) + L"\n";
+    for (const RestorePoint& point : points) {
+        table += tableLine(point, numberWidth, typeWidth) + L"\n";
+    }
+    say(table);
+}
+
+bool restore(unsigned long number, bool yes, const TraceTap& trace) {
+    std::vector<RestorePoint> points;
+    getRestorePoints(points);
+    const auto found = std::find_if(points.begin(), points.end(), [&](const RestorePoint& point) {
+        return static_cast<std::uint32_t>(point.sequenceNumber) == number;
+    });
+    if (found == points.end()) {
+        complain(L"kest: there is no restore point " + std::to_wstring(number) + L"\n");
+        return false;
+    }
+    if (!yes && !confirm(L"Restore the system to point " + std::to_wstring(number) + L" of " +
+                         timeOf(*found) + L", " + printable(found->description) + L"? [y/N] ")) {
+        complain(L"kest: nothing was restored\n");
+        return false;
+    }
+    wchar_t* error = nullptr;
+    if (!restoreSystem(number, &error)) {
+        complain(L"kest: " + std::wstring(error) + L"\n");
+        deleteKESTArray(&error);
+        return false;
+    }
+    if (trace.restoreAnswer() != L"0") {
+        complain(L"kest: the system refuses to restore that point: " + trace.restoreAnswer() +
+                 L"\n");
+        return false;
+    }
+    say(L"The system will be restored when it starts the next time.\n");
+    return true;
+}
+
+}  // namespace Tallowmere::command

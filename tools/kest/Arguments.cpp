@@ -1,13 +1,9 @@
 #include "Arguments.h"
 
+#include <iterator>
 #include <string_view>
 
 namespace Tallowmere::command {
-
-const wchar_t kUsage[] =
-    L"usage: kest copy SOURCE DESTINATION [--trace FILE]\n"
-    L"       kest delete PATH [--trace FILE]\n"
-    L"       kest --help | --version\n";
 
 namespace {
 
@@ -19,7 +15,32 @@ std::optional<Request> mistaken(std::wstring& mistake, const std::wstring& text)
     return std::nullopt;
 }
 
+/// What is wrong with the operands of a verb; null when nothing is.
+const wchar_t* mistakeIn(const Verb& verb, const Operands& operands) {
+    if (operands.size() < std::size(verb.missing) && verb.missing[operands.size()] != nullptr) {
+        return verb.missing[operands.size()];
+    }
+    for (const std::wstring& operand : operands) {
+        if (operand.empty() && verb.empty != nullptr) {
+            return verb.empty;
+        }
+    }
+    return nullptr;
+}
+
 }  // namespace
+
+std::wstring usage() {
+    std::wstring text;
+    for (const Verb& verb : verbs()) {
+        text += text.empty() ? L"usage: kest " : L"       kest ";
+        text += verb.name;
+        text += *verb.operands == L'\0' ? L"" : L" ";
+        text += verb.operands;
+        text += L" [--trace FILE]\n";
+    }
+    return text + L"       kest --help | --version\n";
+}
 
 std::optional<Request> parse(const std::vector<std::wstring>& arguments, std::wstring& mistake) {
     Request request;
@@ -35,7 +56,7 @@ std::optional<Request> parse(const std::vector<std::wstring>& arguments, std::ws
         } else if (argument == L"--help") {
             return request;
         } else if (argument == L"--version") {
-            request.verb = Request::Verb::version;
+            request.kind = Request::Kind::version;
             return request;
         } else if (argument == kTrace && i + 1 < arguments.size()) {
             request.traceFile = arguments[++i];
@@ -54,31 +75,17 @@ std::optional<Request> parse(const std::vector<std::wstring>& arguments, std::ws
         return mistaken(mistake, L"what to do is missing");
     }
 
-    std::size_t expected = 0;
-    if (operands.front() == L"copy") {
-        request.verb = Request::Verb::copy;
-        expected = 2;
-    } else if (operands.front() == L"delete") {
-        request.verb = Request::Verb::remove;
-        expected = 1;
-    } else {
+    request.kind = Request::Kind::verb;
+    request.verb = findVerb(operands.front());
+    if (request.verb == nullptr) {
         return mistaken(mistake, L"unknown command " + operands.front());
     }
-    request.paths.assign(operands.begin() + 1, operands.end());
-    if (request.paths.size() < expected) {
-        return mistaken(mistake, request.paths.empty() && expected == 2
-                                     ? L"copy needs a source and a destination"
-                                 : expected == 2 ? L"copy needs a destination"
-                                                 : L"delete needs a path");
+    request.operands.assign(operands.begin() + 1, operands.end());
+    if (request.operands.size() > request.verb->most) {
+        return mistaken(mistake, L"one argument too many: " + request.operands[request.verb->most]);
     }
-    if (request.paths.size() > expected) {
-        return mistaken(mistake, L"one argument too many: " + request.paths[expected]);
-    }
-    for (const std::wstring& path : request.paths) {
-        // A shell variable that was never set: better told than taken for a tree that is not there.
-        if (path.empty()) {
-            return mistaken(mistake, L"a path is empty");
-        }
+    if (const wchar_t* const wrong = mistakeIn(*request.verb, request.operands)) {
+        return mistaken(mistake, wrong);
     }
     return request;
 }

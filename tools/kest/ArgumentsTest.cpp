@@ -5,7 +5,7 @@
 namespace Tallowmere::command {
 namespace {
 
-using Verb = Request::Verb;
+using Kind = Request::Kind;
 using Texts = std::vector<std::wstring>;
 
 Request accepted(const Texts& arguments) {
@@ -24,15 +24,29 @@ std::wstring mistakeIn(const Texts& arguments) {
 
 TEST(Arguments, ReadsACopy) {
     const Request request = accepted({L"copy", L"from", L"to"});
-    EXPECT_EQ(Verb::copy, request.verb);
-    EXPECT_EQ((Texts{L"from", L"to"}), request.paths);
+    EXPECT_EQ(Kind::verb, request.kind);
+    EXPECT_EQ(&copyTree, request.verb->perform);
+    EXPECT_EQ((Texts{L"from", L"to"}), request.operands);
     EXPECT_FALSE(request.traceFile.has_value());
 }
 
 TEST(Arguments, ReadsADelete) {
     const Request request = accepted({L"delete", L"tree"});
-    EXPECT_EQ(Verb::remove, request.verb);
-    EXPECT_EQ(Texts{L"tree"}, request.paths);
+    EXPECT_EQ(Kind::verb, request.kind);
+    EXPECT_EQ(&deleteTree, request.verb->perform);
+    EXPECT_EQ(Texts{L"tree"}, request.operands);
+}
+
+TEST(Arguments, ReadsTheOthers) {
+    EXPECT_EQ(&copyLink, accepted({L"link", L"from", L"to"}).verb->perform);
+    EXPECT_EQ((Texts{L"from", L"to"}), accepted({L"link", L"from", L"to"}).operands);
+    EXPECT_EQ(&tellAbout, accepted({L"about"}).verb->perform);
+    EXPECT_EQ(&listShares, accepted({L"shares"}).verb->perform);
+    EXPECT_EQ(Texts{}, accepted({L"shares"}).operands);
+    EXPECT_EQ(Texts{L"server"}, accepted({L"shares", L"server"}).operands);
+    EXPECT_EQ(Texts{L""}, accepted({L"shares", L""}).operands);
+    EXPECT_EQ(&runProgram, accepted({L"run", L"a b"}).verb->perform);
+    EXPECT_EQ(Texts{L"a -b"}, accepted({L"run", L"a -b"}).operands);
 }
 
 TEST(Arguments, TakesTheTraceFileAnywhereAndInBothForms) {
@@ -43,7 +57,7 @@ TEST(Arguments, TakesTheTraceFileAnywhereAndInBothForms) {
                                       {L"copy", L"a", L"b", L"--trace=x", L"--trace", L"t"}};
     for (const Texts& form : forms) {
         const Request request = accepted(form);
-        EXPECT_EQ((Texts{L"a", L"b"}), request.paths);
+        EXPECT_EQ((Texts{L"a", L"b"}), request.operands);
         EXPECT_EQ(L"t", request.traceFile);
     }
 }
@@ -54,19 +68,19 @@ TEST(Arguments, TakesTheFollowingArgumentAsTraceFileWhateverItIs) {
 }
 
 TEST(Arguments, EndsTheOptionsAtTwoHyphens) {
-    EXPECT_EQ((Texts{L"--trace", L"--"}), accepted({L"copy", L"--", L"--trace", L"--"}).paths);
-    EXPECT_EQ(Texts{L"-x"}, accepted({L"--", L"delete", L"-x"}).paths);
+    EXPECT_EQ((Texts{L"--trace", L"--"}), accepted({L"copy", L"--", L"--trace", L"--"}).operands);
+    EXPECT_EQ(Texts{L"-x"}, accepted({L"--", L"delete", L"-x"}).operands);
 }
 
 TEST(Arguments, TakesASingleHyphenForAPath) {
-    EXPECT_EQ(Texts{L"-"}, accepted({L"delete", L"-"}).paths);
+    EXPECT_EQ(Texts{L"-"}, accepted({L"delete", L"-"}).operands);
 }
 
 TEST(Arguments, AnswersHelpAndVersionWhateverElseIsThere) {
-    EXPECT_EQ(Verb::help, accepted({L"--help"}).verb);
-    EXPECT_EQ(Verb::help, accepted({L"copy", L"--help"}).verb);
-    EXPECT_EQ(Verb::version, accepted({L"--version"}).verb);
-    EXPECT_EQ(Texts{L"--help"}, accepted({L"delete", L"--", L"--help"}).paths);
+    EXPECT_EQ(Kind::help, accepted({L"--help"}).kind);
+    EXPECT_EQ(Kind::help, accepted({L"copy", L"--help"}).kind);
+    EXPECT_EQ(Kind::version, accepted({L"--version"}).kind);
+    EXPECT_EQ(Texts{L"--help"}, accepted({L"delete", L"--", L"--help"}).operands);
 }
 
 TEST(Arguments, SaysWhatIsWrong) {
@@ -85,6 +99,15 @@ TEST(Arguments, SaysWhatIsWrong) {
     EXPECT_EQ(L"delete needs a path", mistakeIn({L"delete"}));
     EXPECT_EQ(L"one argument too many: c", mistakeIn({L"copy", L"a", L"b", L"c", L"d"}));
     EXPECT_EQ(L"one argument too many: b", mistakeIn({L"delete", L"a", L"b"}));
+    EXPECT_EQ(L"link needs a source and a destination", mistakeIn({L"link"}));
+    EXPECT_EQ(L"link needs a destination", mistakeIn({L"link", L"a"}));
+    EXPECT_EQ(L"one argument too many: c", mistakeIn({L"link", L"a", L"b", L"c"}));
+    EXPECT_EQ(L"one argument too many: a", mistakeIn({L"about", L"a"}));
+    EXPECT_EQ(L"one argument too many: b", mistakeIn({L"shares", L"a", L"b"}));
+    EXPECT_EQ(L"run needs a command line", mistakeIn({L"run"}));
+    EXPECT_EQ(L"one argument too many: b", mistakeIn({L"run", L"a", L"b"}));
+    EXPECT_EQ(L"the command line is empty", mistakeIn({L"run", L""}));
+    EXPECT_EQ(L"a path is empty", mistakeIn({L"link", L"", L"b"}));
     EXPECT_EQ(L"a path is empty", mistakeIn({L"delete", L""}));
     EXPECT_EQ(L"a path is empty", mistakeIn({L"copy", L"a", L""}));
 }

@@ -8,7 +8,6 @@
 #include <optional>
 
 #include "Arguments.h"
-#include "FullPath.h"
 #include "Terminal.h"
 #include "TraceTap.h"
 
@@ -16,14 +15,6 @@ namespace Tallowmere::command {
 namespace {
 
 enum ExitStatus { done = 0, failed = 1, wrongUse = 2 };
-
-void perform(const Request& request) {
-    if (request.verb == Request::Verb::copy) {
-        CopyDirectoryTransacted(fullPath(request.paths[0]), fullPath(request.paths[1]));
-    } else {
-        DeleteDirectoryTransacted(fullPath(request.paths[0]));
-    }
-}
 
 int performTraced(const Request& request) {
     File file;
@@ -39,7 +30,7 @@ int performTraced(const Request& request) {
     }
     TraceTap trace(std::move(file));
     try {
-        perform(request);
+        request.verb->perform(request.operands);
         return done;
     } catch (const std::exception& error) {
         complain(L"kest: " + trace.messageOf(error) + L"\n");
@@ -53,14 +44,14 @@ int run(const std::vector<std::wstring>& arguments) {
     std::wstring mistake;
     const std::optional<Request> request = parse(arguments, mistake);
     if (!request) {
-        complain(L"kest: " + mistake + L"\n" + kUsage);
+        complain(L"kest: " + mistake + L"\n" + usage());
         return wrongUse;
     }
-    if (request->verb == Request::Verb::help) {
-        say(kUsage);
+    if (request->kind == Request::Kind::help) {
+        say(usage());
         return done;
     }
-    if (request->verb == Request::Verb::version) {
+    if (request->kind == Request::Kind::version) {
         say(L"kest " KEST_VERSION L"\n");
         return done;
     }

@@ -9,6 +9,8 @@
 #include "kest/diagnostics/SystemErrors.h"
 #include "kest/restore/RestorePoint.h"
 #include "kest/sync/Lock.h"
+#include "kest/system/FileSystem.h"
+#include "kest/system/System.h"
 #include "kest/text/HistoryPaths.h"
 #include "kest/text/NativeText.h"
 #include "kest/text/Paths.h"

@@ -86,5 +86,59 @@ TEST_F(TransactedExports, AForeignExceptionPassesThrough) {
     EXPECT_TRUE(tree.isTransactionOpen());
 }
 
+TEST_F(TransactedExports, ALinkIsCopiedAsALink) {
+    wchar_t left[] = L"left from before";
+    wchar_t* result = left;
+    tree.directory(L"C:\\target");
+    tree.link(L"C:\\link", L"C:\\target", true);
+    EXPECT_EQ(1U, sizeof(::CopyLink(L"", L"", &result)));
+    EXPECT_TRUE(::CopyLink(L"C:\\link", L"C:\\copy", &result));
+    EXPECT_EQ(nullptr, result);
+    EXPECT_EQ(L"link \\\\?\\C:\\target", tree.snapshot()[L"C:\\copy"]);
+}
+
+TEST_F(TransactedExports, EachFailureOfALinkHandsItsTextOver) {
+    const auto widened = [](const std::wstring& text, DWORD code) {
+        return convertToWString(testing::failureText(text, code).c_str());
+    };
+    tree.directory(L"C:\\target");
+    tree.link(L"C:\\link", L"C:\\target", true);
+    tree.keep();
+    const struct {
+        const wchar_t* source;
+        const wchar_t* failing;
+        std::wstring text;
+    } cases[] = {
+        {L"C:\\none", L"no call", L"C:\\none does not exist"},
+        {L"C:\\target", L"no call", L"C:\\target is not a link"},
+        {L"C:\\link", L"CreateFileW", widened(L"CreateFile C:\\link", ERROR_FILE_NOT_FOUND)},
+        {L"C:\\link", L"GetFinalPathNameByHandleW",
+         widened(L"GetFinalPathNameByHandle C:\\link", ERROR_FILE_NOT_FOUND)},
+        {L"C:\\link", L"CreateSymbolicLinkW",
+         widened(L"CreateSymbolicLink C:\\copy", ERROR_FILE_NOT_FOUND)},
+    };
+    for (const auto& c : cases) {
+        tree.restore();
+        tree.fail(c.failing, ERROR_FILE_NOT_FOUND);
+        wchar_t left[] = L"left from before";
+        wchar_t* result = left;
+        tree.before(L"GetFileAttributesW", [&] { EXPECT_EQ(nullptr, result); });
+        EXPECT_FALSE(::CopyLink(c.source, L"C:\\copy", &result));
+        EXPECT_EQ(c.text, result);
+        deleteKESTArray(&result);
+        EXPECT_EQ(nullptr, result);
+        EXPECT_EQ(L"", tree.snapshot()[L"C:\\copy"]);
+    }
+}
+
+TEST_F(TransactedExports, OfALinkTooAForeignExceptionPassesThrough) {
+    tree.before(L"GetFileAttributesW", [] { throw 42; });
+    EXPECT_THROW(::CopyLink(L"C:\\link", L"C:\\copy", &error), int);
+    EXPECT_EQ(nullptr, error);
+    tree.before(L"GetFileAttributesW", [] { throw std::bad_alloc(); });
+    EXPECT_FALSE(::CopyLink(L"C:\\link", L"C:\\copy", &error));
+    EXPECT_EQ(convertToWString(std::bad_alloc().what()), error);
+}
+
 }  // namespace
 }  // namespace Tallowmere

@@ -7,7 +7,15 @@
 namespace Tallowmere::platform {
 
 /// What a handle of ours stands for.
-enum class HandleKind : std::uint8_t { None = 0, Mutex = 1, File = 2, Transaction = 3, Search = 4 };
+enum class HandleKind : std::uint8_t {
+    None = 0,
+    Mutex = 1,
+    File = 2,
+    Transaction = 3,
+    Search = 4,
+    Process = 5,
+    Thread = 6,
+};
 
 /// Handles that the library itself gives out, where the system has none of the kind. A handle is a
 /// number, never an address: its top byte marks it as ours (no kernel handle has it), then come the

@@ -1,7 +1,7 @@
 # The few things that a person types. What they need and is missing is installed first, from Debian's
 # packages alone.
 
-.PHONY: run test bench bench-trees format clean install-packages
+.PHONY: run test bench bench-trees crash powercut format clean install-packages
 .NOTPARALLEL:
 
 # Builds the command and shows what it does, to a real tree.
@@ -18,6 +18,20 @@ test:
 bench:
 	@scripts/install-packages.sh bench
 	@scripts/bench.sh
+
+# What is found after a kill at any moment, on four file systems. Takes a quarter of an hour.
+crash:
+	@scripts/install-packages.sh powercut
+	@cmake --preset linux >/dev/null
+	@cmake --build --preset linux --target kest_command
+	@scripts/crash.sh
+
+# What is found after a power cut at any moment, on four file systems. Takes half an hour; needs root.
+powercut:
+	@scripts/install-packages.sh powercut
+	@cmake --preset linux -DKEST_BUILD_POWERCUT=ON >/dev/null
+	@cmake --build --preset linux --target kest_command kest_powercut
+	@scripts/powercut.sh
 
 # Copies, replacements and deletions of whole trees against the system's own commands, on file systems
 # in images: needs root, 15 GiB of disk and a quiet machine. TREES=--fs=ext4 and the like choose.

@@ -1,30 +1,91 @@
 #!/bin/bash
-# Kills the command at every system call in turn that touches the disk, in every kind of change and in
-# the recovery from it, and looks at what is left: the old tree or the new one, whole, and nothing
-# beside it after the next operation. `crash.sh` does all, `crash.sh short` a part of it in seconds.
-# Exits with 0 only when no state was torn.
+# Kills the command at every system call in turn, from the first that touches the trees to the last,
+# in every kind of change and in the recovery from it, and looks at what is left: the old tree or the
+# new one, whole, and nothing beside it after the next operation.
+#
+#   crash.sh [short] [FILE SYSTEM ...]
+#
+# File systems: tmpfs ext4 xfs btrfs, the last three in images of their own; without any, all of them.
+# `short` is a part of it in seconds. Exits with 0 only when no state was torn and nothing was left
+# over, with 2 when something that it needs is missing.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
-kest=${KEST:-$PWD/build/linux/bin/kest}
-command -v strace >/dev/null || { echo "crash.sh needs strace" >&2; exit 2; }
-[[ -x $kest ]] || { echo "crash.sh needs $kest: build it first" >&2; exit 2; }
 
-# In memory where there is a place for it: each of some hundred runs makes its trees anew.
-base=$(mktemp -d -p "$([[ -w /dev/shm ]] && echo /dev/shm || echo /tmp)" kest-crash-XXXXXX)
-mount=
+short=
+systems=()
+for word in "$@"; do
+    case $word in
+    short) short=yes ;;
+    tmpfs | ext4 | xfs | btrfs) systems+=("$word") ;;
+    *)
+        sed -n '2,/^set/{s/^# \{0,1\}//;/^set/d;p}' "$0" >&2
+        exit 2
+        ;;
+    esac
+done
+if ((${#systems[@]} == 0)); then
+    systems=(tmpfs ext4 xfs btrfs)
+    [[ -z $short ]] || systems=(tmpfs)
+fi
+kest=${KEST:-$PWD/build/linux/bin/kest}
+[[ -x $kest ]] || { echo "crash.sh needs $kest: run 'make crash'" >&2; exit 2; }
+unable() {
+    echo "Kills were not tried: $1"
+    exit 2
+}
+command -v strace >/dev/null || unable "strace is not installed"
+strace -o /dev/null true 2>/dev/null || unable "tracing is not allowed here"
+for system in "${systems[@]}"; do
+    [[ $system == tmpfs ]] || command -v "mkfs.$system" >/dev/null || unable "mkfs.$system is not installed"
+done
+# Mounts of its own: they end with the last process, whatever ends this one.
+mounting=
+if (($(id -u) == 0)) && unshare --mount --propagation private true 2>/dev/null; then
+    mounting=yes
+    if [[ -z ${KEST_OWN_MOUNTS:-} ]]; then
+        again=()
+        [[ -z $short ]] || again+=(short)
+        KEST_OWN_MOUNTS=yes exec unshare --mount --propagation private "$0" "${again[@]}" "${systems[@]}"
+    fi
+elif [[ ${systems[*]} != tmpfs ]]; then
+    unable "mounting needs root"
+fi
+
+# In memory where there is a place for it: each of some thousand runs makes its trees anew.
+base=$(mktemp -d -p "$([[ -w /dev/shm ]] && echo /dev/shm || echo "${TMPDIR:-/tmp}")" kest-crash-XXXXXX)
+volume=$base/volume
+place=$volume/place
+bound=$volume/bound
+mkdir "$volume"
+unmount() {
+    [[ -z $mounting ]] || ! mountpoint -q "$bound" || umount "$bound"
+    [[ -z $mounting ]] || ! mountpoint -q "$volume" || umount "$volume"
+}
 cleanup() {
-    [[ -z $mount ]] || umount "$mount" 2>/dev/null || true
+    trap - EXIT
+    unmount || true
     rm -rf "$base"
 }
 trap cleanup EXIT
-runs=0
-torn=0
-strays=0
+trap 'exit 130' INT
+trap 'exit 143' TERM
 
-# The calls that look at or change the disk; the loading of the program is the same everywhere.
-calls=openat,newfstatat,fstat,statx,getdents64,mkdirat,mknodat,symlinkat,readlinkat,unlinkat,renameat2
-calls+=,copy_file_range,pread64,pwrite64,ftruncate,fchmod,fchown,utimensat,flistxattr,fsetxattr
-calls+=,removexattr,flock,syncfs,fsync,close,faccessat2,write
+# A volume to work on, and on it a directory that is a mount's root, too.
+mount_volume() {
+    local image=$base/image
+    rm -rf "$image" "${volume:?}"/*
+    if [[ -n $mounting ]]; then
+        case $system in
+        tmpfs) mount -t tmpfs none "$volume" ;;
+        ext4) truncate -s 64M "$image" && mkfs.ext4 -q "$image" ;;
+        xfs) truncate -s 320M "$image" && mkfs.xfs -q "$image" ;;
+        btrfs) truncate -s 256M "$image" && mkfs.btrfs -q "$image" >/dev/null 2>&1 ;;
+        esac
+        [[ $system == tmpfs ]] || mount -t "$system" -o loop "$image" "$volume"
+    fi
+    mkdir "$place" "$bound"
+    [[ -z $mounting ]] || mount --bind "$bound" "$bound"
+}
 
 # All that can be told of a tree but its own times.
 fingerprint() {
@@ -32,34 +93,31 @@ fingerprint() {
         echo absent
         return
     fi
-    (cd "$1" && find . -mindepth 1 -printf '%P %y %m %l\n' | LC_ALL=C sort
-        find . -type f -print0 | LC_ALL=C sort -z | xargs -0 -r cat) | md5sum
+    { cd "$1" && find . -mindepth 1 -printf '%P %y %m %l\n' | LC_ALL=C sort &&
+        find . -type f -print0 | LC_ALL=C sort -z | xargs -0 -r cat; } 2>&1 | md5sum
 }
 
-make_trees() {
-    rm -rf "$place"/* "$place"/.kest-*
+# What each kind of change starts from. `to` is what changes, `beside` what a harmless operation
+# deletes that is the next to look at that place.
+setup() {
+    rm -rf "${place:?}"/* "$place"/.kest-* "${bound:?}"/* "$bound"/.kest-*
     mkdir -p "$place/from/sub/deep" "$place/from/empty" "$place/canary"
     echo new >"$place/from/a"
     echo newer >"$place/from/sub/deep/b"
     ln -s ../a "$place/from/sub/link"
     echo alive >"$place/canary/bird"
-}
-
-make_old() {
-    mkdir -p "$1/sub/gone"
-    echo old >"$1/a"
-    echo older >"$1/sub/gone/c"
-    ln -s ../../canary "$1/sub/canary"
-}
-
-# What each kind of change starts from, and how it is made. `to` is what changes.
-setup() {
-    make_trees
-    case $kind in
-    replace | delete) make_old "$to" ;;
-    mount) rm -rf "${to:?}"/* "${to:?}"/.kest-*; make_old "$to" ;;
-    create) ;;
-    esac
+    to=$place/to
+    beside=$place/beside
+    if [[ $kind == many ]]; then
+        to=$bound
+        beside=$bound/beside
+    fi
+    if [[ $kind != create ]]; then
+        mkdir -p "$to/sub/gone"
+        echo old >"$to/a"
+        echo older >"$to/sub/gone/c"
+        ln -s ../../canary "$to/sub/canary"
+    fi
 }
 change() {
     case $kind in
@@ -67,127 +125,138 @@ change() {
     *) "$@" "$kest" copy "$place/from" "$to" ;;
     esac
 }
+next_one() {
+    mkdir -p "$beside"
+    "$@" "$kest" delete "$beside"
+}
 
 complain() {
-    torn=$((torn + 1))
-    echo "TORN: $1"
+    bad=yes
+    echo "  $system, $kind, $1: $2"
 }
 
-# After a kill: old or new and nothing else; after the next operation: new, and nothing beside it.
-check_now() {
-    local now
-    now=$(fingerprint "$to" | cat)
-    if [[ $kind == mount ]]; then
-        # The entries of a mount's root change one by one; whole they are once the next has looked.
-        :
-    elif [[ $now != "$old" && $now != "$new" ]]; then
-        complain "$1"
+# What is there after a kill, after the next operation, and after the same change once more; counts
+# into is_old, is_new, torn, left.
+check() {
+    local now bad=
+    now=$(fingerprint "$to")
+    # The entries of a mount's root change one by one: whole they are once the next has looked.
+    [[ $kind == many || $now == "$old" || $now == "$new" ]] || complain "$1" "neither old nor new"
+    next_one >"$base/output" 2>&1 || complain "$1" "the next operation failed: $(cat "$base/output")"
+    case $(fingerprint "$to") in
+    "$old") is_old=$((is_old + 1)) ;;
+    "$new") is_new=$((is_new + 1)) ;;
+    *) complain "$1" "neither old nor new after the next operation" ;;
+    esac
+    if find "$volume" -name '.kest-*' | grep -q .; then
+        left=$((left + 1))
+        complain "$1" "left over: $(find "$volume" -name '.kest-*' -prune)"
     fi
-    [[ $(cat "$place/canary/bird" 2>&1) == alive ]] || complain "$1: the canary"
-    [[ $(fingerprint "$place/from") == "$from" ]] || complain "$1: the source"
-}
-check_next() {
-    if ! change >"$base/output" 2>&1; then
-        complain "$1: the next operation failed: $(cat "$base/output")"
-    fi
-    [[ $(fingerprint "$to") == "$new" ]] || complain "$1: after the next operation"
-    if find "$place" "$to" -maxdepth 1 -name '.kest-*' 2>/dev/null | grep -q .; then
-        strays=$((strays + 1))
-        echo "LEFT OVER: $1"
-    fi
-}
-
-# Name and number of each call that a command makes.
-count_calls() {
-    strace -f -e "trace=$calls" -o "$base/trace" "$@" >/dev/null 2>&1 || true
-    sed -nE 's/^[0-9]+ +([a-z0-9_]+)\(.*/\1/p' "$base/trace" | sort | uniq -c |
-        awk '{ print $2, $1 }'
+    [[ $(cat "$place/canary/bird" 2>&1) == alive ]] || complain "$1" "the canary is dead"
+    [[ $(fingerprint "$place/from") == "$from" ]] || complain "$1" "the source has changed"
+    change >"$base/output" 2>&1 || complain "$1" "the change made again failed: $(cat "$base/output")"
+    [[ $(fingerprint "$to") == "$new" ]] || complain "$1" "not new after the change made again"
+    [[ -z $bad ]] || torn=$((torn + 1))
 }
 
+# Each system call that a command makes once it has begun to touch the trees, in their order: its
+# name and how many of that name it makes until then.
+list_calls() {
+    strace -f -o "$base/trace" "$@" >/dev/null 2>&1 || true
+    awk -v volume="$volume" '
+        match($0, /^[0-9]+ +[a-z0-9_]+\(/) {
+            name = $2
+            sub(/\(.*/, "", name)
+            ++count[name]
+            if (name != "execve" && index($0, volume)) begun = 1
+            if (begun) print name, count[name]
+        }' "$base/trace"
+}
+# Kills a command at a call; `killing` is the status by which a kill shows. The redirection is around
+# it all, because the shell tells of killed commands.
 killed() {
     local call=$1 number=$2
     shift 2
-    strace -f -o /dev/null -e "trace=$call" -e "inject=$call:signal=KILL:when=$number" "$@" \
-        >/dev/null 2>&1 || true
+    killing=0
+    strace -f -o /dev/null -e "trace=$call" -e "inject=$call:signal=KILL:when=$number" "$@" || killing=$?
+} >/dev/null 2>&1
+
+report() {
+    printf '%-6s %-24s %6d %5d %5d %5d %5d  (%d s)\n' "$system" "$1" "$kills" "$is_old" "$is_new" \
+        "$torn" "$left" $((SECONDS - start))
+    all_kills=$((all_kills + kills))
+    all_torn=$((all_torn + torn))
+    all_left=$((all_left + left))
 }
 
-# Every call of one kind of change.
+# Every call of one kind of change, or each so many-th.
 sweep() {
     kind=$1
-    local step=$2 call count number points
+    local step=$2 kills=0 is_old=0 is_new=0 torn=0 left=0 start=$SECONDS call number i
     setup
     old=$(fingerprint "$to")
     from=$(fingerprint "$place/from")
-    points=$(change count_calls)
+    mapfile -t points < <(change list_calls)
     new=$(fingerprint "$to")
-    local before=$runs
-    while read -r call count; do
-        for ((number = 1; number <= count; number += step)); do
-            setup
-            change killed "$call" "$number"
-            runs=$((runs + 1))
-            check_now "$kind, killed at $call $number"
-            check_next "$kind, killed at $call $number"
-        done
-    done <<<"$points"
-    echo "$kind: $((runs - before)) kills"
+    for ((i = 0; i < ${#points[@]}; i += step)); do
+        read -r call number <<<"${points[i]}"
+        setup
+        change killed "$call" "$number"
+        ((killing != 137)) || kills=$((kills + 1))
+        check "killed at $call $number"
+    done
+    report "$kind"
 }
 
-# The recovery: an orphan is made by a kill between publish and clearing, then the next operation,
-# which recovers first, is killed at each of its calls as well.
+# Makes orphans by kills at a few moments of the change just swept: at each rename, and at as many
+# other moments evenly spread over the time in which there is a stage. The next operation, which
+# recovers, is killed at each of its calls as well.
 sweep_recovery() {
-    kind=$1
-    local step=$2 at=$3 call count number points before=$runs
-    setup
-    old=$(fingerprint "$to")
-    from=$(fingerprint "$place/from")
-    change
-    new=$(fingerprint "$to")
-    setup
-    change killed "${at% *}" "${at#* }"
-    points=$(change count_calls)
-    while read -r call count; do
-        for ((number = 1; number <= count; number += step)); do
+    local many=$1 kills=0 is_old=0 is_new=0 torn=0 left=0 start=$SECONDS call number i first=0
+    local orphan orphans=() point recovery
+    for i in "${!points[@]}"; do
+        [[ ${points[i]} != "mkdirat 1" ]] || first=$i
+        [[ ${points[i]} != renameat2* ]] || orphans+=("${points[i]}" "${points[i + 1]}")
+    done
+    for ((i = 1; i <= many; ++i)); do
+        orphans+=("${points[first + (${#points[@]} - first) * i / (many + 1)]}")
+    done
+    for orphan in "${orphans[@]}"; do
+        setup
+        # shellcheck disable=SC2086
+        change killed $orphan
+        mapfile -t recovery < <(next_one list_calls)
+        for point in "${recovery[@]}"; do
+            read -r call number <<<"$point"
             setup
-            change killed "${at% *}" "${at#* }"
-            change killed "$call" "$number"
-            runs=$((runs + 1))
-            check_now "$kind, recovery from $at killed at $call $number"
-            check_next "$kind, recovery from $at killed at $call $number"
+            # shellcheck disable=SC2086
+            change killed $orphan
+            next_one killed "$call" "$number"
+            ((killing != 137)) || kills=$((kills + 1))
+            check "killed at $orphan, its recovery at $call $number"
         done
-    done <<<"$points"
-    echo "$kind, recovery after $at: $((runs - before)) kills"
+    done
+    report "$kind, its recovery"
 }
 
-place=$base/place
-to=$place/to
-mkdir "$place"
-if [[ ${1:-} == short ]]; then
-    sweep replace 7
-    sweep delete 7
-else
-    sweep replace 1
-    sweep create 1
-    sweep delete 1
-    sweep_recovery replace 1 "unlinkat 2"
-    sweep_recovery replace 1 "renameat2 1"
-    sweep_recovery delete 1 "unlinkat 1"
-fi
-# A mount's root cannot be renamed: its entries change one by one, through the journal.
-to=$base/mounted
-mkdir "$to"
-if mount -t tmpfs none "$to" 2>/dev/null; then
-    mount=$to
-    if [[ ${1:-} == short ]]; then
-        sweep mount 11
-    else
-        sweep mount 1
-        sweep_recovery mount 1 "renameat2 2"
-        sweep_recovery mount 3 "renameat2 3"
-        sweep_recovery mount 3 "unlinkat 2"
-    fi
-else
-    echo "The root of a mount was not tried: mounting is not allowed here."
-fi
-echo "$runs kills, $torn torn, $strays left over"
-((torn == 0 && strays == 0))
+all_kills=0
+all_torn=0
+all_left=0
+printf '%-6s %-24s %6s %5s %5s %5s %5s\n' "" "killed during" kills old new torn left
+for system in "${systems[@]}"; do
+    mount_volume
+    kinds=(replace create delete)
+    [[ -z $mounting ]] || kinds+=(many)
+    for kind in "${kinds[@]}"; do
+        if [[ -n $short ]]; then
+            sweep "$kind" 12
+        else
+            sweep "$kind" 1
+            sweep_recovery 6
+        fi
+    done
+    unmount
+done
+[[ -n $mounting ]] || echo "The root of a mount was not tried: mounting is not allowed here."
+echo "$all_kills kills, $all_torn torn, $all_left left over"
+((all_torn == 0 && all_left == 0))

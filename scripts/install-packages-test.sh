@@ -25,12 +25,13 @@ stand_in apt-get 'echo "apt-get $* ($DEBIAN_FRONTEND)" >>"$WORLD/calls"; exit "$
 stand_in id 'echo "$USER_ID"'
 
 wrong=0
-# expect WHAT STATUS OUTPUT CALLS [NAME=VALUE ...]: runs the script for the goal "run".
+goal=run
+# expect WHAT STATUS OUTPUT CALLS [NAME=VALUE ...]: runs the script for the goal.
 expect() {
     local what=$1 status=$2 output=$3 calls=$4 got
     shift 4
     rm -f "$world/calls"
-    got=$(env -i PATH="$world/bin" WORLD="$world" USER_ID=0 "$@" "$script" run 2>&1)
+    got=$(env -i PATH="$world/bin" WORLD="$world" USER_ID=0 "$@" "$script" $goal 2>&1)
     local code=$?
     local made
     made=$(cat "$world/calls" 2>/dev/null)
@@ -59,6 +60,16 @@ expect "not root, through sudo" 0 "Installing the missing Debian packages: cmake
     "sudo"$'\n'"$update"$'\n'"sudo"$'\n'"$install cmake (noninteractive)" MISSING=cmake USER_ID=1000
 expect "root needs no sudo" 0 "Installing the missing Debian packages: cmake" \
     "$update"$'\n'"$install cmake (noninteractive)" MISSING=cmake
+
+# Power cuts are tried by the tests as well, and both goals bring what that needs.
+for goal in powercut test; do
+    expect "the tools of $goal" 0 \
+        "Installing the missing Debian packages: fuse3 libfuse3-dev xfsprogs btrfs-progs strace" \
+        "$update"$'\n'"$install fuse3 libfuse3-dev xfsprogs btrfs-progs strace (noninteractive)" \
+        MISSING="strace btrfs-progs xfsprogs libfuse3-dev fuse3"
+done
+goal=run
+expect "building needs none of them" 0 "" "" MISSING="fuse3 libfuse3-dev"
 
 if "$script" nonsense >/dev/null 2>&1 || "$script" >/dev/null 2>&1; then
     echo "an unknown goal is accepted"

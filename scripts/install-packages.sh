@@ -1,10 +1,12 @@
 #!/bin/bash
 # Installs the Debian packages that a goal of the Makefile needs and that are not there yet, and
-# nothing else: install-packages.sh run|test|bench|bench-trees|format. Says what it does; when nothing is missing
-# it does nothing and says nothing.
+# nothing else: install-packages.sh run|test|bench|bench-trees|powercut|format. Says what it does; when
+# nothing is missing it does nothing and says nothing.
 set -euo pipefail
 
 run=(g++ make cmake ninja-build libboost-dev)
+# Disks that are recorded, the file systems on them, and kills at single system calls.
+powercut=(pkg-config fuse3 libfuse3-dev e2fsprogs xfsprogs btrfs-progs mount util-linux strace)
 case "${1:-}" in
 run)
     wanted=("${run[@]}")
@@ -15,8 +17,11 @@ test)
         clang libclang-rt-14-dev
         # The Windows half.
         g++-mingw-w64-x86-64-posix wine64 wine
-        # What tests call: extended attributes, system calls that fail on demand, the package's hosts.
-        attr strace pkg-config)
+        # What tests call: extended attributes, the package's hosts, and what kills and power cuts need.
+        attr "${powercut[@]}")
+    ;;
+powercut)
+    wanted=("${run[@]}" "${powercut[@]}")
     ;;
 bench)
     wanted=("${run[@]}" libbenchmark-dev)
@@ -29,7 +34,7 @@ format)
     wanted=(clang-format)
     ;;
 *)
-    echo "usage: install-packages.sh run|test|bench|bench-trees|format" >&2
+    echo "usage: install-packages.sh run|test|bench|bench-trees|powercut|format" >&2
     exit 2
     ;;
 esac

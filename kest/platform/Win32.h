@@ -23,16 +23,15 @@
 #include <windows.h>
 // After windows.h, which they need.
 #include <ktmw32.h>
+#include <objbase.h>
+#include <oleauto.h>
+#include <wbemcli.h>
 // The network's records and calls, one header for each, since the one that names them all brings in
 // what nobody needs.
 #include <lmcons.h>
 // After lmcons.h, which they need.
 #include <lmapibuf.h>
 #include <lmshare.h>
-
-#include <objbase.h>
-#include <oleauto.h>
-#include <wbemcli.h>
 
 // Codes of the transaction manager that not every SDK header has.
 #ifndef ERROR_INVALID_TRANSACTION

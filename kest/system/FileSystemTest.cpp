@@ -100,7 +100,7 @@ TEST(GetFileSize, AddsTheTwoHalvesShiftedBySixteen) {
         {0, 0, 0},
         {0, 0xFFFFFFFF, 0xFFFFFFFF},
         {1, 10, 65546},
-        {0xFFFFFFFF, 0xFFFFFFFF, 0x1000FFFEFFFF},
+        {0xFFFFFFFF, 0xFFFFFFFF, 0x10000FFFEFFFF},
     };
     for (const auto& c : cases) {
         const ScopedCall<&Calls::GetFileAttributesExW> reading(

@@ -1,19 +1,20 @@
 #include <kest/kest.h>
 
-#include "Questions.h"
+#include "FullPath.h"
 #include "Terminal.h"
+#include "Verbs.h"
 
 namespace Tallowmere::command {
 
-bool answerPrograms(const std::vector<std::wstring>& operands, const TraceTap& trace) {
-    const std::wstring sought = operands.empty() ? L"" : operands[0];
+bool listPrograms(const Call& call) {
+    const std::wstring sought = call.operands.empty() ? L"" : plainText(call.operands[0]);
     // One of its own: what goes wrong while it reads the registry is then in the trace.
     InstalledPrograms programs;
-    if (programs.numberOfObjects() == 0 && !trace.lastError().empty()) {
-        complain(L"kest: " + trace.lastError() + L"\n");
+    if (programs.numberOfObjects() == 0 && !call.trace.lastError().empty()) {
+        complain(L"kest: " + call.trace.lastError() + L"\n");
         return false;
     }
-    if (!operands.empty() && !programs.isInstalled(sought)) {
+    if (!call.operands.empty() && !programs.isInstalled(sought)) {
         complain(L"kest: no installed program is called " + sought + L"\n");
         return false;
     }

@@ -1,16 +1,17 @@
 #include <kest/kest.h>
 
-#include "Questions.h"
+#include "FullPath.h"
 #include "Terminal.h"
+#include "Verbs.h"
 
 namespace Tallowmere::command {
 
-bool answerProperty(const std::vector<std::wstring>& operands, const TraceTap& trace) {
-    const Configurable properties(operands[0].c_str());
-    const std::wstring value = properties.getProperty(operands[1]);
+bool tellProperty(const Call& call) {
+    const Configurable properties(call.operands[0].c_str());
+    const std::wstring value = properties.getProperty(plainText(call.operands[1]));
     // The library gives an empty text for what is not there, and says so in the trace alone.
-    if (!trace.lastWarning().empty()) {
-        complain(L"kest: " + trace.lastWarning() + L"\n");
+    if (!call.trace.lastWarning().empty()) {
+        complain(L"kest: " + call.trace.lastWarning() + L"\n");
         return false;
     }
     say(value + L"\n");

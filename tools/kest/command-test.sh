@@ -50,13 +50,17 @@ tree() {
 
 usage='usage: kest copy SOURCE DESTINATION [--trace FILE]
        kest delete PATH [--trace FILE]
-       kest restore-points [--trace FILE]
-       kest restore NUMBER [--yes] [--trace FILE]
+       kest link SOURCE DESTINATION [--trace FILE]
+       kest about [--trace FILE]
+       kest shares [SERVER] [--trace FILE]
+       kest run COMMANDLINE [--trace FILE]
        kest property FILE NAME [--trace FILE]
        kest registry get KEY [NAME] [--trace FILE]
        kest registry keys KEY [--trace FILE]
        kest registry values KEY [--trace FILE]
        kest programs [NAME] [--trace FILE]
+       kest restore-points [--trace FILE]
+       kest restore NUMBER [--yes] [--trace FILE]
        kest --help | --version'
 
 expect "help" 0 "$usage" "" --help
@@ -105,6 +109,18 @@ mkdir -- --trace
 expect "hyphens end the options" 0 "" "" delete -- --trace
 compare "the folder is gone" "" "$(ls -d -- --trace 2>/dev/null)"
 
+# What the machine is. The paths are the system's own.
+"${kest[@]}" about >about.text 2>about.errors </dev/null
+compare "about: exit status" 0 $?
+compare "about: errors" "" "$(text_of about.errors)"
+compare "about: what it tells" "system processor current system product program " \
+    "$(tr -d '\r' <about.text | cut -d ' ' -f 1 | tr '\n' ' ')"
+compare "about: the system" "system              Windows 7" "$(tr -d '\r' <about.text | sed -n 1p)"
+compare "about: the processor" "processor           AMD64" "$(tr -d '\r' <about.text | sed -n 2p)"
+
+expect "a link that is none" 1 "" "kest: old is not a link" link old copy
+expect "a link that is not there" 1 "" "kest: nowhere Ж does not exist" link 'nowhere Ж' copy
+compare "no link is made" "" "$(ls -d copy 2>/dev/null)"
 not_found='The system cannot find the file specified.'
 printf '<port> 8080 </port>\n<empty></empty>\n' >settings.xml
 expect "a property" 0 " 8080 " "" property settings.xml port
@@ -198,6 +214,33 @@ else
 fi
 
 if [ ${#kest[@]} = 1 ]; then
+    ln -s old 'link Ж'
+    expect "a link" 0 "" "" link 'link Ж' copy
+    compare "a link: where it leads" "$PWD/old" "$(readlink copy)"
+    expect "a link in the way" 1 "" "kest: CreateSymbolicLink copy failed: \
+Cannot create a file when that file already exists." link 'link Ж' copy
+    ln -s gone dangling
+    expect "a link to nothing" 1 "" "kest: CreateFile dangling failed: \
+The system cannot find the file specified." link dangling copy2
+    rm copy dangling 'link Ж'
+
+    printf '[Data]\npath = /srv/data\n[Ж$]\npath = /Ж\n[IPC$]\n[laser]\npath=/x\nprintable=yes\n' >smb.conf
+    export KEST_SMB_CONF=$PWD/smb.conf
+    expect "shares" 0 $'Data\t/srv/data\nЖ$\t/Ж' "" shares
+    expect "shares of this computer by its name" 0 $'Data\t/srv/data\nЖ$\t/Ж' "" \
+        shares '\\localhost' --trace shares.log
+    compare "shares: the trace" 6 "$(grep -c OsUtilitiesWin shares.log)"
+    expect "shares of another computer" 1 "" \
+        "kest: NetShareEnum failed: The network path was not found." shares '\\Seven'
+    KEST_SMB_CONF=$PWD/none expect "no shares" 0 "" "" shares
+
+    mkfifo pipe
+    expect "run" 0 "" "" run "sh -c \"printf '<%s>' \\\"a b\\\" c >pipe\""
+    compare "run: the program's own output" "<a b><c>" "$(cat pipe)"
+    rm pipe
+    expect "run what is not there" 1 "" "kest: CreateProcess(<no-such-program -x>): \
+The system cannot find the file specified." run 'no-such-program -x'
+
     # Names that only a Linux disk can hold: a backslash, bytes that are no UTF-8.
     odd=$'odd \\ \xff \xc3'
     mkdir "$odd"

@@ -43,6 +43,10 @@ public:
             if (!m_own) {
                 return errno;
             }
+        } else if (lseek(directory->get(), 0, SEEK_SET) != 0) {
+            // To the beginning even where nothing was read: btrfs settles when a directory is
+            // opened how far its listing goes, and only a rewind shows what was put into it since.
+            return errno;
         }
         directory->isRead = true;
         thread_local std::unique_ptr<char[]> t_piece;

@@ -501,7 +501,10 @@ DWORD LinuxDisk::exchange(const DirectoryPtr& left, const std::wstring& leftName
 }
 
 DWORD LinuxDisk::syncVolume(const DirectoryPtr& directory) {
-    return answer(syncfs(descriptor(directory)));
+    const DWORD error = answer(syncfs(descriptor(directory)));
+    // Without a journal, the kernel writes the last of the names and inodes after it has flushed the
+    // disk: what a directory asks for flushes once more.
+    return error == ERROR_SUCCESS ? syncDirectory(directory) : error;
 }
 
 DWORD LinuxDisk::syncDirectory(const DirectoryPtr& directory) {

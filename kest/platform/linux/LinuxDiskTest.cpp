@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/sysmacros.h>
 #include <sys/un.h>
 #include <sys/wait.h>
@@ -17,6 +18,7 @@
 #include <set>
 
 #include "kest/platform/Calls.h"
+#include "kest/platform/linux/DirectoryListing.h"
 #include "kest/platform/linux/FileCopy.h"
 #include "kest/platform/linux/Names.h"
 #include "kest/platform/testing/TempTree.h"
@@ -477,6 +479,24 @@ TEST_F(LinuxDiskTest, AFileOfAnotherModeAfterTheFirstOneKeepsItsMode) {
     for (const auto& entry : std::filesystem::directory_iterator(tree / "to")) {
         EXPECT_EQ(entry.path().filename(), std::to_string(statusOf(entry.path()).st_mode & 07777));
     }
+}
+
+TEST_F(LinuxDiskTest, AListingBeginsAtTheBeginningWhateverItsDescriptorHasSeen) {
+    tree.makeDirectory("late");
+    const auto directory =
+        std::make_shared<LinuxDirectory>(Descriptor(open((tree / "late").c_str(), O_RDONLY)));
+    // To the end of what is there now, as a file system does by itself that settles it at the
+    // opening.
+    char buffer[1024];
+    while (syscall(SYS_getdents64, directory->get(), buffer, sizeof buffer) > 0) {
+    }
+    tree.write("late/comer", "");
+    std::unique_ptr<transactions::Listing> listing;
+    ASSERT_EQ(ERROR_SUCCESS, listDirectory(directory, Purpose::Reading, listing));
+    transactions::Record record;
+    ASSERT_EQ(ERROR_SUCCESS, listing->next(record));
+    EXPECT_EQ(L"comer", record.name);
+    EXPECT_EQ(ERROR_NO_MORE_FILES, listing->next(record));
 }
 
 TEST_F(LinuxDiskTest, AKilledProcessLeavesNothingBehindOnceTheNextHasLooked) {

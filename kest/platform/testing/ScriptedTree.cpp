@@ -169,7 +169,7 @@ ScriptedTree::Replacements::Replacements(ScriptedTree& tree)
           const std::wstring call = callText(L"CreateSymbolicLinkTransactedW", quoted(link),
                                              quoted(target), decimal(flags), tree.nameOf(handle));
           return tree.perform(call, [&]() -> DWORD {
-              return tree.isIn(handle) ? createLink(tree.m_view, link, target, flags)
+              return tree.isIn(handle) ? ScriptedTree::createLink(tree.m_view, link, target, flags)
                                        : ERROR_INVALID_HANDLE;
           });
       }),
@@ -219,7 +219,8 @@ ScriptedTree::Replacements::Replacements(ScriptedTree& tree)
       createPlainLink([&tree](const wchar_t* link, const wchar_t* target, DWORD flags) -> BOOLEAN {
           const std::wstring call =
               callText(L"CreateSymbolicLinkW", quoted(link), quoted(target), decimal(flags));
-          return tree.perform(call, [&] { return createLink(tree.m_world, link, target, flags); });
+          return tree.perform(
+              call, [&] { return ScriptedTree::createLink(tree.m_world, link, target, flags); });
       }) {}
 
 ScriptedTree::ScriptedTree()

@@ -2,8 +2,9 @@
 
 #include <iterator>
 
-#include "Questions.h"
+#include "FullPath.h"
 #include "Terminal.h"
+#include "Verbs.h"
 
 namespace Tallowmere::command {
 namespace {
@@ -29,7 +30,8 @@ constexpr HiveName kHives[] = {{L"hkcr", Registry::HKCR},
 
 /// A key as people write it, "HKLM\Software": the hive, by its short or its full name, and the
 /// rest.
-bool readKey(const std::wstring& text, Registry::Hive& hive, std::wstring& path) {
+bool readKey(const std::wstring& argument, Registry::Hive& hive, std::wstring& path) {
+    const std::wstring text = plainText(argument);
     const std::size_t end = text.find(L'\\');
     const std::wstring name = toLower(text.substr(0, end));
     for (const HiveName& known : kHives) {
@@ -53,23 +55,24 @@ void sayLines(const std::vector<std::wstring>& lines) {
 
 }  // namespace
 
-bool answerRegistryValue(const std::vector<std::wstring>& operands, const TraceTap&) {
+bool tellRegistryValue(const Call& call) {
     Registry::Hive hive{};
     std::wstring path;
-    if (!readKey(operands[0], hive, path)) {
+    if (!readKey(call.operands[0], hive, path)) {
         return false;
     }
+    const bool isNamed = call.operands.size() > 1;
+    const std::wstring name = isNamed ? plainText(call.operands[1]) : L"";
     std::wstring value;
-    Registry::getKeyValue(hive, path.c_str(), operands.size() > 1 ? operands[1].c_str() : nullptr,
-                          value);
+    Registry::getKeyValue(hive, path.c_str(), isNamed ? name.c_str() : nullptr, value);
     say(value + L"\n");
     return true;
 }
 
-bool answerRegistryKeys(const std::vector<std::wstring>& operands, const TraceTap&) {
+bool listRegistryKeys(const Call& call) {
     Registry::Hive hive{};
     std::wstring path;
-    if (!readKey(operands[0], hive, path)) {
+    if (!readKey(call.operands[0], hive, path)) {
         return false;
     }
     std::vector<std::wstring> names;
@@ -78,10 +81,10 @@ bool answerRegistryKeys(const std::vector<std::wstring>& operands, const TraceTa
     return true;
 }
 
-bool answerRegistryValues(const std::vector<std::wstring>& operands, const TraceTap&) {
+bool listRegistryValues(const Call& call) {
     Registry::Hive hive{};
     std::wstring path;
-    if (!readKey(operands[0], hive, path)) {
+    if (!readKey(call.operands[0], hive, path)) {
         return false;
     }
     std::vector<std::wstring> names;

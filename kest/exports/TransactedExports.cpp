@@ -9,6 +9,7 @@ extern "C" bool CopyDirectoryTransacted(const wchar_t* source, const wchar_t* de
                                         wchar_t** error) {
     *error = nullptr;
     try {
+        // A null path is refused here, by the text type itself, and reported as any failure is.
         const std::wstring from(source);
         const std::wstring to(destination);
         Tallowmere::CopyDirectoryTransacted(from, to);

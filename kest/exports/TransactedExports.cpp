@@ -14,6 +14,7 @@ bool perform(void (*operation)(const std::wstring&, const std::wstring&), const 
              const wchar_t* destination, wchar_t** error) {
     *error = nullptr;
     try {
+        // A null path is refused here, by the text type itself, and reported as any failure is.
         const std::wstring from(source);
         const std::wstring to(destination);
         operation(from, to);

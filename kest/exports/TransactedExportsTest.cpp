@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "kest/c_api.h"
 #include "kest/platform/testing/ScriptedTree.h"
@@ -12,6 +13,7 @@ namespace Tallowmere {
 namespace {
 
 using platform::testing::ScriptedTree;
+using Lines = std::vector<std::wstring>;
 
 class TransactedExports : public ::testing::Test {
 protected:
@@ -74,6 +76,17 @@ TEST_F(TransactedExports, AnyStandardExceptionIsCaught) {
     EXPECT_FALSE(::CopyDirectoryTransacted(L"C:\\from", L"C:\\to", &error));
     EXPECT_EQ(convertToWString(std::bad_alloc().what()), error);
     EXPECT_EQ(1, tree.rollbacks());
+}
+
+TEST_F(TransactedExports, ANullPathIsAFailureLikeAnyOther) {
+    EXPECT_FALSE(::CopyDirectoryTransacted(nullptr, L"C:\\to", &error));
+    ASSERT_NE(nullptr, error);
+    EXPECT_NE(L'\0', error[0]);
+    deleteKESTArray(&error);
+    EXPECT_FALSE(::CopyDirectoryTransacted(L"C:\\from", nullptr, &error));
+    EXPECT_NE(nullptr, error);
+    EXPECT_EQ(Lines(), tree.calls());
+    EXPECT_EQ(Lines(), trace.lines());
 }
 
 TEST_F(TransactedExports, AForeignExceptionPassesThrough) {

@@ -38,7 +38,7 @@ if(KEST_SANITIZERS MATCHES "thread")
     list(FILTER kest_tests EXCLUDE
          REGEX "linux/testing/FailingAllocation|linux/ErrorsTest|linux/SyncTest|linux/ProcessesMemoryTest")
 endif()
-add_executable(kest_tests ${kest_tests})
+add_executable(kest_tests ${kest_tests} kest/exports/testing/FromC.c)
 target_link_libraries(kest_tests PRIVATE kest_objects kest_boost)
 target_compile_definitions(kest_tests PRIVATE KEST_SOURCE_DIR="${CMAKE_CURRENT_SOURCE_DIR}")
 kest_add_tests(kest_tests)
@@ -50,6 +50,14 @@ if(MINGW AND CMAKE_CROSSCOMPILING_EMULATOR)
                                      $<TARGET_FILE:kest_under_wine_test>)
     set_tests_properties(under_wine PROPERTIES TIMEOUT 300)
 elseif(NOT KEST_SANITIZERS)
+    # What a program that was started has inherited, as the system itself saw it.
+    find_program(KEST_STRACE strace)
+    if(KEST_STRACE)
+        add_test(NAME launches_under_strace
+                 COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/scripts/launches-under-strace.sh
+                         $<TARGET_FILE:kest_tests>)
+        set_tests_properties(launches_under_strace PROPERTIES TIMEOUT 600)
+    endif()
     add_test(NAME install_packages
              COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/scripts/install-packages-test.sh)
 endif()

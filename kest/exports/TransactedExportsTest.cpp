@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "kest/c_api.h"
+#include "kest/exports/testing/FromC.h"
 #include "kest/platform/testing/ScriptedTree.h"
 #include "kest/text/Strings.h"
 #include "kest/transacted/testing/TraceCapture.h"
@@ -142,6 +143,35 @@ TEST_F(TransactedExports, EachFailureOfALinkHandsItsTextOver) {
         EXPECT_EQ(nullptr, result);
         EXPECT_EQ(L"", tree.snapshot()[L"C:\\copy"]);
     }
+}
+
+TEST_F(TransactedExports, ALinkIsCopiedFromCWithEachFailure) {
+    const auto widened = [](const std::wstring& text, DWORD code) {
+        return convertToWString(testing::failureText(text, code).c_str());
+    };
+    tree.directory(L"C:\\target");
+    tree.link(L"C:\\link", L"C:\\target", true);
+    tree.link(L"C:\\dangling", L"C:\\gone", false);
+    EXPECT_STREQ(nullptr, checkCopyLinkFromC(L"C:\\link", L"C:\\copy", nullptr));
+    EXPECT_STREQ(nullptr, checkCopyLinkFromC(L"C:\\none", L"C:\\new", L"C:\\none does not exist"));
+    EXPECT_STREQ(nullptr,
+                 checkCopyLinkFromC(L"C:\\target", L"C:\\new", L"C:\\target is not a link"));
+    EXPECT_STREQ(nullptr, checkCopyLinkFromC(
+                              L"C:\\dangling", L"C:\\new",
+                              widened(L"CreateFile C:\\dangling", ERROR_FILE_NOT_FOUND).c_str()));
+    tree.fail(L"GetFinalPathNameByHandleW", ERROR_PATH_NOT_FOUND);
+    EXPECT_STREQ(nullptr,
+                 checkCopyLinkFromC(
+                     L"C:\\link", L"C:\\new",
+                     widened(L"GetFinalPathNameByHandle C:\\link", ERROR_PATH_NOT_FOUND).c_str()));
+    EXPECT_STREQ(
+        nullptr,
+        checkCopyLinkFromC(L"C:\\link", L"C:\\copy",
+                           widened(L"CreateSymbolicLink C:\\copy", ERROR_ALREADY_EXISTS).c_str()));
+    // The checks see a difference where there is one.
+    EXPECT_STREQ("the result", checkCopyLinkFromC(L"C:\\none", L"C:\\new", nullptr));
+    EXPECT_STREQ("the reason's text", checkCopyLinkFromC(L"C:\\none", L"C:\\new", L"other"));
+    EXPECT_EQ(L"", tree.snapshot()[L"C:\\new"]);
 }
 
 TEST_F(TransactedExports, OfALinkTooAForeignExceptionPassesThrough) {

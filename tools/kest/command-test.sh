@@ -236,7 +236,7 @@ The system cannot find the file specified." link dangling copy2
 
     mkfifo pipe
     expect "run" 0 "" "" run "sh -c \"printf '<%s>' \\\"a b\\\" c >pipe\""
-    compare "run: the program's own output" "<a b><c>" "$(cat pipe)"
+    compare "run: the program's own output" "<a b><c>" "$(timeout 60 cat pipe)"
     rm pipe
     expect "run what is not there" 1 "" "kest: CreateProcess(<no-such-program -x>): \
 The system cannot find the file specified." run 'no-such-program -x'

@@ -137,7 +137,7 @@ TEST_F(FileMakingContract, WhetherSomethingMayBeUsed) {
     EXPECT_EQ(0, access(tree.wide("readonly"), 6));
 }
 
-TEST_F(FileMakingContract, AReadOnlyDirectoryMayBeWritten) {
+TEST_F(FileMakingContract, AReadOnlyDirectoryMayBeRead) {
     tree.makeDirectory("directory");
     fs::permissions(tree / "directory", fs::perms::owner_write, fs::perm_options::remove);
     EXPECT_EQ(0, access(tree.wide("directory"), 4));

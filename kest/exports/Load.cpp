@@ -30,6 +30,7 @@ const DateTime DateTime::s_invalid(new DateTimeImpl(DateTimeImpl::s_invalid));
 Lock Recorder::s_instanceLock;
 Lock s_exportLock;
 
+// Where a failed query finds its text.
 const HMODULE s_messageModule = loadMessageModule();
 
 }  // namespace Tallowmere

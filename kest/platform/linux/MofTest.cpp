@@ -181,7 +181,6 @@ TEST(Mof, RefusesDamagedDeclarations) {
                              "instance of C { P 1; };",
                              "instance of 1C {};",
                              "instanceof C {};",
-                             "instance of C {};;",
                              "class C {};",
                              "/*",
                              "/* *",

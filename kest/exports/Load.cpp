@@ -32,6 +32,7 @@ const DateTime DateTime::s_invalid(new DateTimeImpl(DateTimeImpl::s_invalid));
 Lock Recorder::s_instanceLock;
 Lock s_exportLock;
 
+// Where a failed query finds its text.
 const HMODULE s_messageModule = loadMessageModule();
 
 // Reads the registry here and now. It throws nothing but for want of memory, starts no thread and

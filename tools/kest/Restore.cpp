@@ -98,8 +98,9 @@ bool restore(const Call& call) {
         complain(L"kest: there is no restore point " + std::to_wstring(number) + L"\n");
         return false;
     }
-    if (!call.flag && !confirm(L"Restore the system to point " + std::to_wstring(number) + L" of " +
-                         timeOf(*found) + L", " + printable(found->description) + L"? [y/N] ")) {
+    if (!call.flag &&
+        !confirm(L"Restore the system to point " + std::to_wstring(number) + L" of " +
+                 timeOf(*found) + L", " + printable(found->description) + L"? [y/N] ")) {
         complain(L"kest: nothing was restored\n");
         return false;
     }

@@ -224,23 +224,53 @@ TEST_F(InstalledProgramsTest, TheOneThatWasMadeAtLoadAnswersForPrograms) {
     EXPECT_TRUE(Program(L"", L"").isInstalled());
 }
 
+/// A registry with one product, made of replaced calls alone: a process that dies leaves nothing
+/// behind.
+class OneProduct {
+public:
+    OneProduct()
+        : m_open([](HKEY, const wchar_t*, DWORD, REGSAM, HKEY* result) -> LONG {
+              *result = HKEY_USERS;
+              return ERROR_SUCCESS;
+          }),
+          m_close([](HKEY) -> LONG { return ERROR_SUCCESS; }),
+          m_keys([](HKEY, DWORD index, wchar_t* name, DWORD*, DWORD*, wchar_t*, DWORD*,
+                    FILETIME*) -> LONG {
+              name[0] = L'1';
+              name[1] = L'\0';
+              return static_cast<LONG>(index == 0 ? ERROR_SUCCESS : ERROR_NO_MORE_ITEMS);
+          }),
+          m_values([](HKEY, DWORD, wchar_t*, DWORD*, DWORD*, DWORD*, BYTE*, DWORD*) -> LONG {
+              return ERROR_NO_MORE_ITEMS;
+          }),
+          m_data([](HKEY, const wchar_t*, DWORD*, DWORD*, BYTE* data, DWORD* size) -> LONG {
+              data[0] = 'a';
+              *size = 1;
+              return ERROR_SUCCESS;
+          }) {}
+
+private:
+    ScopedCall<&Calls::RegOpenKeyExW> m_open;
+    ScopedCall<&Calls::RegCloseKey> m_close;
+    ScopedCall<&Calls::RegEnumKeyExW> m_keys;
+    ScopedCall<&Calls::RegEnumValueW> m_values;
+    ScopedCall<&Calls::RegQueryValueExW> m_data;
+};
+
 using InstalledProgramsDeathTest = InstalledProgramsTest;
 
 TEST_F(InstalledProgramsDeathTest, EndsTheProcessWhereThereIsNoProduct) {
-    const RegistryFixture registry(machineWith({"a"}));
+    const OneProduct registry;
     InstalledPrograms programs;
-    EXPECT_DEATH(
-        {
-            (void)programs.next();
-            (void)programs.current();
-        },
-        "");
-    programs.refresh();
+    EXPECT_EQ(L"a", programs.current().getName());
+    EXPECT_FALSE(programs.next());
+    EXPECT_DEATH((void)programs.current(), "");
     EXPECT_EQ(L"a", programs.first().getName());
 }
 
 TEST_F(InstalledProgramsDeathTest, EndsTheProcessForAProductOfAnEmptyCatalogue) {
-    const RegistryFixture registry(machineWith({}));
+    ScopedCall<&Calls::RegOpenKeyExW> open(
+        [](HKEY, const wchar_t*, DWORD, REGSAM, HKEY*) -> LONG { return ERROR_FILE_NOT_FOUND; });
     InstalledPrograms programs;
     EXPECT_DEATH((void)programs.first(), "");
     EXPECT_DEATH((void)programs.last(), "");

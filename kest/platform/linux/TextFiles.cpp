@@ -61,7 +61,7 @@ wchar_t wideCharacter(int first, std::FILE* file) {
     std::mbstate_t state{};
     char bytes[MB_LEN_MAX];
     int count = 0;
-    for (int byte = first; byte != EOF && longest > 1; byte = ::getc(file)) {
+    for (int byte = first; byte != EOF && longest > 1; byte = ::getc_unlocked(file)) {
         bytes[count++] = static_cast<char>(byte);
         wchar_t c = 0;
         const std::size_t length = std::mbrtowc(&c, bytes + count - 1, 1, &state);
@@ -103,6 +103,7 @@ int fopen_s(std::FILE** file, const char* name, const char* mode) {
     return 0;
 }
 
+// One thread reads a file, so no byte is locked for on its own.
 wchar_t* fgetws(wchar_t* buffer, int size, std::FILE* file) {
     if (buffer == nullptr || file == nullptr || size <= 0) {
         errno = EINVAL;
@@ -110,7 +111,7 @@ wchar_t* fgetws(wchar_t* buffer, int size, std::FILE* file) {
     }
     int count = 0;
     while (count < size - 1) {
-        int byte = ::getc(file);
+        int byte = ::getc_unlocked(file);
         if (byte == kEndOfText) {
             // It is found again by the next call.
             (void)::ungetc(byte, file);
@@ -120,7 +121,7 @@ wchar_t* fgetws(wchar_t* buffer, int size, std::FILE* file) {
             break;
         }
         if (byte == '\r') {
-            const int next = ::getc(file);
+            const int next = ::getc_unlocked(file);
             if (next != EOF && next != '\n') {
                 (void)::ungetc(next, file);
             }

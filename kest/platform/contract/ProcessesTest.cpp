@@ -72,8 +72,7 @@ TEST(VersionContract, TheRecordHasOneSize) {
         version.dwOSVersionInfoSize = size;
         os().SetLastError(kUntouched);
         EXPECT_FALSE(os().GetVersionExW(&version));
-        KEST_DIFFERS_ON_WINE("does not say why",
-                             os().GetLastError() == ERROR_INSUFFICIENT_BUFFER);
+        KEST_DIFFERS_ON_WINE("does not say why", os().GetLastError() == ERROR_INSUFFICIENT_BUFFER);
     }
 }
 

@@ -28,9 +28,7 @@ protected:
 
 TEST_F(FileSystemOnDisk, WhatIsThere) {
     tree.write("file", "12345");
-    tree.makeDirectory(
-        "Gr\xC3\xBC\xC3\x9F"
-        "e");
+    fs::create_directory(tree.root() / L"Gr\u00FC\u00DFe");
     EXPECT_TRUE(exists(tree.wide("file").c_str()));
     EXPECT_FALSE(exists(tree.wide("none").c_str()));
     EXPECT_EQ(0, access(tree.wide("file").c_str(), 6));

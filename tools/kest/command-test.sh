@@ -241,6 +241,8 @@ The system cannot find the file specified." link dangling copy2
     rm pipe
     expect "run what is not there" 1 "" "kest: CreateProcess(<no-such-program -x>): \
 The system cannot find the file specified." run 'no-such-program -x'
+    expect "run what is not there, with a name" 1 "" "kest: CreateProcess(<нет \"ä\">): \
+The system cannot find the file specified." run 'нет "ä"'
 
     # Names that only a Linux disk can hold: a backslash, bytes that are no UTF-8.
     odd=$'odd \\ \xff \xc3'

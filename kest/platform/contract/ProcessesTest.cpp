@@ -70,8 +70,9 @@ TEST(VersionContract, TheRecordHasOneSize) {
     EXPECT_EQ(VER_PLATFORM_WIN32_NT + 0U, version.dwPlatformId);
     for (const DWORD size : {DWORD{0}, DWORD{275}, DWORD{277}}) {
         version.dwOSVersionInfoSize = size;
+        os().SetLastError(kUntouched);
         EXPECT_FALSE(os().GetVersionExW(&version));
-        EXPECT_EQ(ERROR_INSUFFICIENT_BUFFER + 0U, os().GetLastError());
+        KEST_DIFFERS_ON_WINE("does not say why", os().GetLastError() == ERROR_INSUFFICIENT_BUFFER);
     }
 }
 

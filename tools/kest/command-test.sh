@@ -139,8 +139,8 @@ if [ ${#kest[@]} = 1 ]; then
 Windows Registry Editor Version 5.00
 
 [HKEY_LOCAL_MACHINE\Software\Microsoft\Windows\CurrentVersion\Installer\Folders]
-"C:\\Program Files\\Alpha\\"="1"
 @=""
+"C:\\Program Files\\Alpha\\"="1"
 [HKEY_LOCAL_MACHINE\Software\Product]
 @="the default"
 "Place"="C:\\Straße"
@@ -155,8 +155,7 @@ END
     expect "a value" 0 'C:\Straße' "" registry get 'HKLM\Software\Product' Place
     expect "the default value" 0 "the default" "" registry get 'HKEY_LOCAL_MACHINE\Software\Product'
     expect "subkeys" 0 $'b\nA' "" registry keys 'hklm\software\product'
-    # The last line, the name of the default value, is empty.
-    expect "values" 0 'C:\Program Files\Alpha\' "" \
+    expect "values" 0 $'\nC:\\Program Files\\Alpha\\' "" \
         registry values 'HKLM\Software\Microsoft\Windows\CurrentVersion\Installer\Folders'
     expect "a missing value" 1 "" "kest: Failed to get registry value <x>: $not_found" \
         registry get 'HKLM\Software\Product' x

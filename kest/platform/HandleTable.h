@@ -7,7 +7,14 @@
 namespace Tallowmere::platform {
 
 /// What a handle of ours stands for.
-enum class HandleKind : std::uint8_t { None = 0, Mutex = 1, File = 2, Transaction = 3, Search = 4 };
+enum class HandleKind : std::uint8_t {
+    None = 0,
+    Mutex = 1,
+    File = 2,
+    Transaction = 3,
+    Search = 4,
+    EitherTransaction = 5,  ///< on Windows, see EitherTransaction.h
+};
 
 /// Handles that the library itself gives out, where the system has none of the kind. A handle is a
 /// number, never an address: its top byte marks it as ours (no kernel handle has it), then come the

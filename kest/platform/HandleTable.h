@@ -16,6 +16,7 @@ enum class HandleKind : std::uint8_t {
     Process = 5,
     Thread = 6,
     RegistryKey = 7,
+    EitherTransaction = 8,  ///< on Windows, see EitherTransaction.h
 };
 
 /// Handles that the library itself gives out, where the system has none of the kind. A handle is a

@@ -15,7 +15,7 @@ namespace Tallowmere::platform {
 namespace {
 
 constexpr HandleKind kKinds[] = {HandleKind::Mutex, HandleKind::File, HandleKind::Transaction,
-                                 HandleKind::Search};
+                                 HandleKind::Search, HandleKind::EitherTransaction};
 
 HANDLE handleOf(std::uint64_t number) {
     return reinterpret_cast<HANDLE>(static_cast<std::uintptr_t>(number));

@@ -1,11 +1,14 @@
 #include "kest/platform/windows/KernelTransactions.h"
 
-#include <atomic>
+#include <memory>
 #include <type_traits>
 
 #include "kest/platform/HandleTable.h"
+#include "kest/platform/transactions/Guard.h"
 #include "kest/platform/transactions/SystemDisk.h"
 #include "kest/platform/transactions/TransactionCalls.h"
+#include "kest/platform/windows/EitherTransaction.h"
+#include "kest/platform/windows/Handle.h"
 
 namespace Tallowmere::platform::kernel {
 namespace {
@@ -25,101 +28,122 @@ KEST_AS_DECLARED(DeleteFileTransactedW);
 KEST_AS_DECLARED(RemoveDirectoryTransactedW);
 #undef KEST_AS_DECLARED
 
-std::atomic<const SystemCalls*> g_replaced{nullptr};
-
-FARPROC findInKernel32(const char* name) {
-    // Always loaded.
-    const HMODULE module = ::GetModuleHandleW(L"kernel32.dll");
-    return module == nullptr ? nullptr : ::GetProcAddress(module, name);
+/// Null when it is none, or was closed.
+EitherTransaction* eitherOf(HANDLE transaction) {
+    return static_cast<EitherTransaction*>(findHandle(transaction, HandleKind::EitherTransaction));
 }
 
-/// The kernel's manager, or null where there is none.
-const SystemCalls* kernelsManager() {
-    static const SystemCalls s_found = findSystemCalls(&findInKernel32);
-    const SystemCalls* const replaced = g_replaced.load(std::memory_order_relaxed);
-    const SystemCalls& calls = replaced != nullptr ? *replaced : s_found;
-    return calls.isComplete() ? &calls : nullptr;
+/// Where a call goes that is made with a transaction's handle.
+Target targetOf(HANDLE transaction, Use use, const wchar_t* path, const wchar_t* source = nullptr) {
+    Target target;
+    target.transaction = transaction;
+    switch (handleKind(transaction)) {
+        case HandleKind::EitherTransaction:
+            if (EitherTransaction* const either = eitherOf(transaction)) {
+                return either->targetFor(use, path, source);
+            }
+            target.error = ERROR_INVALID_HANDLE;
+            break;
+        case HandleKind::Transaction:
+            break;
+        default:
+            // None of ours: the kernel's manager is the one to say so, where there is one.
+            target.system = systemCalls();
+    }
+    return target;
 }
 
-/// The kernel's manager for one of its transactions; null for one of ours, and for anything at all
-/// where there is no kernel's manager.
-const SystemCalls* managerOf(HANDLE transaction) {
-    return handleKind(transaction) == HandleKind::Transaction ? nullptr : kernelsManager();
+/// Makes a call of the one manager or the other. The transaction is always its last argument.
+template <auto kernelsCall, auto oursCall, class Result, class... Arguments>
+Result forward(const Target& target, Result failed, Arguments... arguments) {
+    if (target.error != ERROR_SUCCESS) {
+        ::SetLastError(target.error);
+        return failed;
+    }
+    return target.system != nullptr
+               ? (target.system->*kernelsCall)(arguments..., target.transaction)
+               : oursCall(arguments..., target.transaction);
 }
 
-template <class Call>
-void bind(Call& call, Finder find, const char* name) {
-    // Through void*, since the type that a lookup gives is nobody's.
-    call = reinterpret_cast<Call>(reinterpret_cast<void*>(find(name)));
-}
+#define KEST_FORWARD(name, ...) forward<&SystemCalls::name, &transactions::name>(__VA_ARGS__)
 
 }  // namespace
-
-bool SystemCalls::isComplete() const {
-    return GetFileAttributesTransactedW != nullptr && FindFirstFileTransactedW != nullptr &&
-           CreateDirectoryTransactedW != nullptr && CopyFileTransactedW != nullptr &&
-           CreateSymbolicLinkTransactedW != nullptr && DeleteFileTransactedW != nullptr &&
-           RemoveDirectoryTransactedW != nullptr;
-}
-
-SystemCalls findSystemCalls(Finder find) {
-    SystemCalls calls{};
-    // In a library of their own, which every Windows has, as have the systems that answer them with
-    // nothing behind: they tell nothing about whether there is a manager.
-    calls.CreateTransaction = &::CreateTransaction;
-    calls.CommitTransaction = &::CommitTransaction;
-#define KEST_BIND(name) bind(calls.name, find, #name)
-    KEST_BIND(GetFileAttributesTransactedW);
-    KEST_BIND(FindFirstFileTransactedW);
-    KEST_BIND(CreateDirectoryTransactedW);
-    KEST_BIND(CopyFileTransactedW);
-    KEST_BIND(CreateSymbolicLinkTransactedW);
-    KEST_BIND(DeleteFileTransactedW);
-    KEST_BIND(RemoveDirectoryTransactedW);
-#undef KEST_BIND
-    return calls;
-}
-
-void setSystemCalls(const SystemCalls* calls) {
-    g_replaced.store(calls, std::memory_order_relaxed);
-}
 
 HANDLE CreateTransaction(SECURITY_ATTRIBUTES* security, GUID* unitOfWork, DWORD options,
                          DWORD isolationLevel, DWORD isolationFlags, DWORD timeout,
                          wchar_t* description) {
-    const SystemCalls* const kernels = kernelsManager();
-    const auto create =
-        kernels != nullptr ? kernels->CreateTransaction : &transactions::CreateTransaction;
-    return create(security, unitOfWork, options, isolationLevel, isolationFlags, timeout,
-                  description);
+    HANDLE handle = INVALID_HANDLE_VALUE;
+    const DWORD error = transactions::errorOf([&]() -> DWORD {
+        const SystemCalls* const system = systemCalls();
+        auto either = system != nullptr ? std::make_unique<EitherTransaction>(*system) : nullptr;
+        if (either != nullptr &&
+            either->begin(system->CreateTransaction(security, unitOfWork, options, isolationLevel,
+                                                    isolationFlags, timeout, description))) {
+            handle = issueHandle(HandleKind::EitherTransaction, either.get());
+            if (handle == INVALID_HANDLE_VALUE) {
+                return ERROR_NO_SYSTEM_RESOURCES;
+            }
+            (void)either.release();
+            return ERROR_SUCCESS;
+        }
+        // No kernel's manager, or one that is out of service: ours needs neither.
+        handle = transactions::CreateTransaction(security, unitOfWork, options, isolationLevel,
+                                                 isolationFlags, timeout, description);
+        return handle == INVALID_HANDLE_VALUE ? failure() : DWORD{ERROR_SUCCESS};
+    });
+    if (error != ERROR_SUCCESS) {
+        ::SetLastError(error);
+    }
+    return handle;
 }
 
 BOOL CommitTransaction(HANDLE transaction) {
-    const SystemCalls* const kernels = managerOf(transaction);
-    return kernels != nullptr ? kernels->CommitTransaction(transaction)
-                              : transactions::CommitTransaction(transaction);
+    switch (handleKind(transaction)) {
+        case HandleKind::EitherTransaction:
+            if (EitherTransaction* const either = eitherOf(transaction)) {
+                return either->commit();
+            }
+            ::SetLastError(ERROR_INVALID_HANDLE);
+            return FALSE;
+        case HandleKind::Transaction:
+            break;
+        default:
+            if (const SystemCalls* const system = systemCalls()) {
+                return system->CommitTransaction(transaction);
+            }
+    }
+    return transactions::CommitTransaction(transaction);
 }
 
 BOOL CloseHandle(HANDLE handle) {
-    return handleKind(handle) == HandleKind::Transaction ? transactions::closeTransaction(handle)
-                                                         : ::CloseHandle(handle);
+    switch (handleKind(handle)) {
+        case HandleKind::EitherTransaction: {
+            const std::unique_ptr<EitherTransaction> either(static_cast<EitherTransaction*>(
+                retireHandle(handle, HandleKind::EitherTransaction)));
+            if (either == nullptr) {
+                ::SetLastError(ERROR_INVALID_HANDLE);
+            }
+            return either != nullptr;
+        }
+        case HandleKind::Transaction:
+            return transactions::closeTransaction(handle);
+        default:
+            return ::CloseHandle(handle);
+    }
 }
 
 BOOL GetFileAttributesTransactedW(const wchar_t* path, GET_FILEEX_INFO_LEVELS level, void* data,
                                   HANDLE transaction) {
-    const SystemCalls* const kernels = managerOf(transaction);
-    return kernels != nullptr
-               ? kernels->GetFileAttributesTransactedW(path, level, data, transaction)
-               : transactions::GetFileAttributesTransactedW(path, level, data, transaction);
+    return KEST_FORWARD(GetFileAttributesTransactedW, targetOf(transaction, Use::Ask, path),
+                        BOOL{FALSE}, path, level, data);
 }
 
 HANDLE FindFirstFileTransactedW(const wchar_t* pattern, FINDEX_INFO_LEVELS level, void* data,
                                 FINDEX_SEARCH_OPS operation, void* filter, DWORD flags,
                                 HANDLE transaction) {
-    const SystemCalls* const kernels = managerOf(transaction);
-    const auto find = kernels != nullptr ? kernels->FindFirstFileTransactedW
-                                         : &transactions::FindFirstFileTransactedW;
-    return find(pattern, level, data, operation, filter, flags, transaction);
+    return KEST_FORWARD(FindFirstFileTransactedW, targetOf(transaction, Use::Search, pattern),
+                        HANDLE{INVALID_HANDLE_VALUE}, pattern, level, data, operation, filter,
+                        flags);
 }
 
 BOOL FindNextFileW(HANDLE search, WIN32_FIND_DATAW* data) {
@@ -129,39 +153,32 @@ BOOL FindNextFileW(HANDLE search, WIN32_FIND_DATAW* data) {
 
 BOOL CreateDirectoryTransactedW(const wchar_t* pattern, const wchar_t* path,
                                 SECURITY_ATTRIBUTES* security, HANDLE transaction) {
-    const SystemCalls* const kernels = managerOf(transaction);
-    return kernels != nullptr
-               ? kernels->CreateDirectoryTransactedW(pattern, path, security, transaction)
-               : transactions::CreateDirectoryTransactedW(pattern, path, security, transaction);
+    return KEST_FORWARD(CreateDirectoryTransactedW, targetOf(transaction, Use::Change, path),
+                        BOOL{FALSE}, pattern, path, security);
 }
 
 BOOL CopyFileTransactedW(const wchar_t* source, const wchar_t* destination,
                          LPPROGRESS_ROUTINE progress, void* data, BOOL* cancel, DWORD flags,
                          HANDLE transaction) {
-    const SystemCalls* const kernels = managerOf(transaction);
-    const auto copy =
-        kernels != nullptr ? kernels->CopyFileTransactedW : &transactions::CopyFileTransactedW;
-    return copy(source, destination, progress, data, cancel, flags, transaction);
+    return KEST_FORWARD(CopyFileTransactedW,
+                        targetOf(transaction, Use::Change, destination, source), BOOL{FALSE},
+                        source, destination, progress, data, cancel, flags);
 }
 
 BOOLEAN CreateSymbolicLinkTransactedW(const wchar_t* link, const wchar_t* target, DWORD flags,
                                       HANDLE transaction) {
-    const SystemCalls* const kernels = managerOf(transaction);
-    return kernels != nullptr
-               ? kernels->CreateSymbolicLinkTransactedW(link, target, flags, transaction)
-               : transactions::CreateSymbolicLinkTransactedW(link, target, flags, transaction);
+    return KEST_FORWARD(CreateSymbolicLinkTransactedW, targetOf(transaction, Use::Change, link),
+                        BOOLEAN{0}, link, target, flags);
 }
 
 BOOL DeleteFileTransactedW(const wchar_t* path, HANDLE transaction) {
-    const SystemCalls* const kernels = managerOf(transaction);
-    return kernels != nullptr ? kernels->DeleteFileTransactedW(path, transaction)
-                              : transactions::DeleteFileTransactedW(path, transaction);
+    return KEST_FORWARD(DeleteFileTransactedW, targetOf(transaction, Use::Change, path),
+                        BOOL{FALSE}, path);
 }
 
 BOOL RemoveDirectoryTransactedW(const wchar_t* path, HANDLE transaction) {
-    const SystemCalls* const kernels = managerOf(transaction);
-    return kernels != nullptr ? kernels->RemoveDirectoryTransactedW(path, transaction)
-                              : transactions::RemoveDirectoryTransactedW(path, transaction);
+    return KEST_FORWARD(RemoveDirectoryTransactedW, targetOf(transaction, Use::Change, path),
+                        BOOL{FALSE}, path);
 }
 
 }  // namespace Tallowmere::platform::kernel

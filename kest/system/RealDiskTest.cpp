@@ -28,7 +28,7 @@ protected:
 
 TEST_F(FileSystemOnDisk, WhatIsThere) {
     tree.write("file", "12345");
-    fs::create_directory(tree.root() / L"Gr\u00FC\u00DFe");
+    fs::create_directory(tree.root() / fs::path(u8"Gr\u00FC\u00DFe"));
     EXPECT_TRUE(exists(tree.wide("file").c_str()));
     EXPECT_FALSE(exists(tree.wide("none").c_str()));
     EXPECT_EQ(0, access(tree.wide("file").c_str(), 6));

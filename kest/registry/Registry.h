@@ -7,8 +7,7 @@
 
 namespace Tallowmere {
 
-// kest/system/FileSystem.h; it reads a value through the private reader below.
-KEST_API bool getInstallationDir(std::wstring& directory);
+class InstallationDirReader;
 
 /// Reads the Windows registry. On Linux the registry is a text file; see docs/registry.md.
 ///
@@ -55,7 +54,9 @@ public:
                               Function& function);
 
 private:
-    friend bool getInstallationDir(std::wstring& directory);
+    /// Behind getInstallationDir (kest/system/FileSystem.h). A class, because a friend function
+    /// would have to be declared twice, once imported from the library.
+    friend class InstallationDirReader;
 
     /// getKeyValue for an open key.
     static void readKeyValue(void* root, const wchar_t* subkey, const wchar_t* valueName,

@@ -8,10 +8,17 @@
 
 namespace Tallowmere {
 
-bool getInstallationDir(std::wstring& directory) {
-    try {
+class InstallationDirReader {
+public:
+    static void read(std::wstring& directory) {
         Registry::readKeyValue(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Tallowmere\\Orrelane", L"InstallDir",
                                directory);
+    }
+};
+
+bool getInstallationDir(std::wstring& directory) {
+    try {
+        InstallationDirReader::read(directory);
         return true;
     } catch (const std::exception& failure) {
         try {

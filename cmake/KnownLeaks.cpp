@@ -1,7 +1,13 @@
 // Tells the leak checker what the library loses on purpose. Linked into every program of a build with
 // sanitizers.
 
+extern "C" const char* __lsan_default_options();
 extern "C" const char* __lsan_default_suppressions();
+
+// What was lost on purpose is not worth a word on the error stream, where tests look.
+extern "C" const char* __lsan_default_options() {
+    return "print_suppressions=0";
+}
 
 extern "C" const char* __lsan_default_suppressions() {
     // Deliberate: restoreSystem gives nothing back after a failure of the service, and after a success

@@ -204,7 +204,8 @@ TEST_F(ConfigurableTest, TakesEachByteForOneUnit) {
 }
 
 TEST_F(ConfigurableTest, AZeroByteEndsTheTextOfItsLine) {
-    const std::string content("<a>1</a>\n\0<b>2</b>\n<c>3\0</c>\n<d>4</d>\0\n<e>5</e>\n", 50);
+    constexpr char kContent[] = "<a>1</a>\n\0<b>2</b>\n<c>3\0</c>\n<d>4</d>\0\n<e>5</e>\n";
+    const std::string content(kContent, sizeof kContent - 1);
     EXPECT_EQ((Properties{{L"a", L"1"}, {L"d", L"4"}, {L"e", L"5"}}), propertiesOf(content));
 }
 

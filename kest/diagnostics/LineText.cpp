@@ -145,6 +145,10 @@ void LineText::appendCharacter(std::uint32_t character) {
 }
 
 void LineText::put(std::string_view bytes) {
+    if (bytes.empty()) {
+        // Perhaps without an address, which not even a copy of nothing may be made from.
+        return;
+    }
     std::memcpy(room(bytes.size()), bytes.data(), bytes.size());
     m_size += bytes.size();
 }

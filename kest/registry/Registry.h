@@ -18,7 +18,7 @@ class KEST_API Registry {
 public:
     /// The root keys. Any other number stands for no key: opening fails with the system's text for
     /// an invalid handle.
-    enum Hive { HKCR, HKCC, HKCU, HKLM, HKPD, HKPN, HKPT, HKU };
+    enum Hive : int { HKCR, HKCC, HKCU, HKLM, HKPD, HKPN, HKPT, HKU };
 
     /// Is handed the text of one value after the other.
     class KEST_API Function {

@@ -61,8 +61,9 @@ endfunction()
 function(kest_system_libraries target)
     if(WIN32)
         # The transaction manager's own calls; every Windows since Vista has them. Random names, and a
-        # file's number on its volume, for our own manager.
-        target_link_libraries(${target} PUBLIC ktmw32 bcrypt ntdll ole32 oleaut32)
+        # file's number on its volume, for our own manager. The list of a computer's shares.
+        # The management service.
+        target_link_libraries(${target} PUBLIC ktmw32 bcrypt ntdll netapi32 ole32 oleaut32)
     endif()
 endfunction()
 

@@ -34,11 +34,17 @@ endfunction()
 
 if(KEST_SANITIZERS MATCHES "thread")
     # The thread sanitizer's run-time brings operators new and delete of its own, which cannot be made
-    # to fail. What tests the two stand-ins without memory runs in every other build.
+    # to fail. What tests the stand-ins without memory runs in every other build.
     list(FILTER kest_tests EXCLUDE
-         REGEX "linux/testing/FailingAllocation|linux/ErrorsTest|linux/SyncTest")
+         REGEX "linux/testing/FailingAllocation|linux/ErrorsTest|linux/SyncTest|linux/ProcessesMemoryTest")
 endif()
-add_executable(kest_tests ${kest_tests})
+# The tests themselves need not be fast, and without optimisation they are built in less than half the
+# time. What they work with (a disk in memory whose every state is visited) is worth it.
+set(kest_plain_tests ${kest_tests})
+list(FILTER kest_plain_tests EXCLUDE REGEX "/testing/")
+set_source_files_properties(${kest_plain_tests} PROPERTIES COMPILE_OPTIONS
+                            "-O0;-U_FORTIFY_SOURCE")
+add_executable(kest_tests ${kest_tests} kest/exports/testing/FromC.c)
 target_link_libraries(kest_tests PRIVATE kest_objects kest_boost)
 target_compile_definitions(kest_tests PRIVATE KEST_SOURCE_DIR="${CMAKE_CURRENT_SOURCE_DIR}")
 kest_add_tests(kest_tests)
@@ -50,6 +56,22 @@ if(MINGW AND CMAKE_CROSSCOMPILING_EMULATOR)
                                      $<TARGET_FILE:kest_under_wine_test>)
     set_tests_properties(under_wine PROPERTIES TIMEOUT 300)
 elseif(NOT KEST_SANITIZERS)
+    # What a program that was started has inherited, as the system itself saw it.
+    find_program(KEST_STRACE strace)
+    if(KEST_STRACE)
+        add_test(NAME launches_under_strace
+                 COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/scripts/launches-under-strace.sh
+                         $<TARGET_FILE:kest_tests>)
+        set_tests_properties(launches_under_strace PROPERTIES TIMEOUT 600)
+    endif()
     add_test(NAME install_packages
              COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/scripts/install-packages-test.sh)
+endif()
+if(NOT WIN32)
+    # The library while it is loaded, which reads the registry. The test brings no library of ours.
+    add_executable(kest_load_test ${CMAKE_CURRENT_LIST_DIR}/LoadTest.cpp)
+    target_compile_features(kest_load_test PRIVATE cxx_std_20)
+    target_link_libraries(kest_load_test PRIVATE kest_options ${CMAKE_DL_LIBS})
+    add_test(NAME kest_load COMMAND kest_load_test $<TARGET_FILE:kest>)
+    set_tests_properties(kest_load PROPERTIES TIMEOUT 300)
 endif()

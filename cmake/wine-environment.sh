@@ -35,5 +35,6 @@ export WINEPREFIX WINEDEBUG WINEDLLOVERRIDES LC_ALL PATH
 
 # Whether the prefix is made and its server runs (signal 0 only asks).
 kest_wine_is_ready() {
-    [ -f "$WINEPREFIX/kest-ready" ] && wineserver -k0 >/dev/null 2>&1
+    [ -f "$WINEPREFIX/kest-ready" ] && [ -f "$WINEPREFIX/kest-installer-keys" ] &&
+        wineserver -k0 >/dev/null 2>&1
 }

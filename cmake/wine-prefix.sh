@@ -42,6 +42,15 @@ make_prefix() {
     WINEPREFIX=$ready
 }
 
+# What every Windows has and Wine has not: the installer's keys, empty. The library reads them while it
+# is being loaded and would say in every program that they are missing.
+add_installer_keys() {
+    apart timeout 60 "$kest_wine" reg add 'HKCR\Installer\Products' /f
+    apart timeout 60 "$kest_wine" reg add \
+        'HKLM\Software\Microsoft\Windows\CurrentVersion\Installer\Folders' /f
+    touch "$WINEPREFIX/kest-installer-keys"
+}
+
 case "${1:-}" in
 start)
     kest_wine_is_ready && exit 0
@@ -55,6 +64,7 @@ start-alone)
         # It ends by itself a minute after the last program, should nobody stop it.
         apart wineserver -p60
         apart timeout 120 "$kest_wine" cmd /c exit
+        [ -f "$WINEPREFIX/kest-installer-keys" ] || add_installer_keys
     fi
     ;;
 stop)

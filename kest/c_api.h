@@ -31,6 +31,11 @@ KEST_API void deleteKESTArray(wchar_t** text);
 KEST_API bool CopyDirectoryTransacted(const wchar_t* source, const wchar_t* destination,
                                       wchar_t** error);
 
+/** Makes a symbolic link at `destination` that points where the link at `source` leads in the end.
+ * True on success. `*error` is set to null first and, on failure, to the reason: the caller frees it
+ * with deleteKESTArray. */
+KEST_API bool CopyLink(const wchar_t* source, const wchar_t* destination, wchar_t** error);
+
 /** Asks the operating system to restore itself to the restore point of that number, which it does at
  * the next start of the machine; the caller sees to that. True when the system has answered: what it
  * answered is in the trace alone, so a number that does not exist gives true as well. `*error` is set

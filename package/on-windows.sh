@@ -21,7 +21,7 @@ needed_libraries() {
 is_at_hand() {
     case ${1,,} in
     kernel32.dll | ntdll.dll | msvcrt.dll | advapi32.dll | bcrypt.dll | ktmw32.dll | ole32.dll | \
-        oleaut32.dll) ;;
+        oleaut32.dll | netapi32.dll) ;;
     *) [ -e "$kest/bin/$1" ] ;;
     esac
 }

@@ -8,6 +8,8 @@
 
 #include "kest/diagnostics/Recorder.h"
 #include "kest/exports/ExportLock.h"
+#include "kest/registry/Catalogue.h"
+#include "kest/registry/InstalledPrograms.h"
 #include "kest/restore/MessageModule.h"
 #include "kest/sync/Lock.h"
 #include "kest/time/DateTime.h"
@@ -30,6 +32,11 @@ const DateTime DateTime::s_invalid(new DateTimeImpl(DateTimeImpl::s_invalid));
 Lock Recorder::s_instanceLock;
 Lock s_exportLock;
 
+// Where a failed query finds its text.
 const HMODULE s_messageModule = loadMessageModule();
+
+// Reads the registry here and now. It throws nothing but for want of memory, starts no thread and
+// waits for none: on Windows the loader's lock is held meanwhile.
+InstalledPrograms s_installedPrograms;
 
 }  // namespace Tallowmere

@@ -2,8 +2,10 @@
 
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "kest/c_api.h"
+#include "kest/exports/testing/FromC.h"
 #include "kest/platform/testing/ScriptedTree.h"
 #include "kest/text/Strings.h"
 #include "kest/transacted/testing/TraceCapture.h"
@@ -12,6 +14,7 @@ namespace Tallowmere {
 namespace {
 
 using platform::testing::ScriptedTree;
+using Lines = std::vector<std::wstring>;
 
 class TransactedExports : public ::testing::Test {
 protected:
@@ -76,6 +79,17 @@ TEST_F(TransactedExports, AnyStandardExceptionIsCaught) {
     EXPECT_EQ(1, tree.rollbacks());
 }
 
+TEST_F(TransactedExports, ANullPathIsAFailureLikeAnyOther) {
+    EXPECT_FALSE(::CopyDirectoryTransacted(nullptr, L"C:\\to", &error));
+    ASSERT_NE(nullptr, error);
+    EXPECT_NE(L'\0', error[0]);
+    deleteKESTArray(&error);
+    EXPECT_FALSE(::CopyDirectoryTransacted(L"C:\\from", nullptr, &error));
+    EXPECT_NE(nullptr, error);
+    EXPECT_EQ(Lines(), tree.calls());
+    EXPECT_EQ(Lines(), trace.lines());
+}
+
 TEST_F(TransactedExports, AForeignExceptionPassesThrough) {
     wchar_t left[] = L"left from before";
     wchar_t* result = left;
@@ -84,6 +98,89 @@ TEST_F(TransactedExports, AForeignExceptionPassesThrough) {
     EXPECT_THROW(::CopyDirectoryTransacted(L"C:\\from", L"C:\\to", &result), int);
     EXPECT_EQ(nullptr, result);
     EXPECT_TRUE(tree.isTransactionOpen());
+}
+
+TEST_F(TransactedExports, ALinkIsCopiedAsALink) {
+    wchar_t left[] = L"left from before";
+    wchar_t* result = left;
+    tree.directory(L"C:\\target");
+    tree.link(L"C:\\link", L"C:\\target", true);
+    EXPECT_EQ(1U, sizeof(::CopyLink(L"", L"", &result)));
+    EXPECT_TRUE(::CopyLink(L"C:\\link", L"C:\\copy", &result));
+    EXPECT_EQ(nullptr, result);
+    EXPECT_EQ(L"link \\\\?\\C:\\target", tree.snapshot()[L"C:\\copy"]);
+}
+
+TEST_F(TransactedExports, EachFailureOfALinkHandsItsTextOver) {
+    const auto widened = [](const std::wstring& text, DWORD code) {
+        return convertToWString(testing::failureText(text, code).c_str());
+    };
+    tree.directory(L"C:\\target");
+    tree.link(L"C:\\link", L"C:\\target", true);
+    tree.keep();
+    const struct {
+        const wchar_t* source;
+        const wchar_t* failing;
+        std::wstring text;
+    } cases[] = {
+        {L"C:\\none", L"no call", L"C:\\none does not exist"},
+        {L"C:\\target", L"no call", L"C:\\target is not a link"},
+        {L"C:\\link", L"CreateFileW", widened(L"CreateFile C:\\link", ERROR_FILE_NOT_FOUND)},
+        {L"C:\\link", L"GetFinalPathNameByHandleW",
+         widened(L"GetFinalPathNameByHandle C:\\link", ERROR_FILE_NOT_FOUND)},
+        {L"C:\\link", L"CreateSymbolicLinkW",
+         widened(L"CreateSymbolicLink C:\\copy", ERROR_FILE_NOT_FOUND)},
+    };
+    for (const auto& c : cases) {
+        tree.restore();
+        tree.fail(c.failing, ERROR_FILE_NOT_FOUND);
+        wchar_t left[] = L"left from before";
+        wchar_t* result = left;
+        tree.before(L"GetFileAttributesW", [&] { EXPECT_EQ(nullptr, result); });
+        EXPECT_FALSE(::CopyLink(c.source, L"C:\\copy", &result));
+        EXPECT_EQ(c.text, result);
+        deleteKESTArray(&result);
+        EXPECT_EQ(nullptr, result);
+        EXPECT_EQ(L"", tree.snapshot()[L"C:\\copy"]);
+    }
+}
+
+TEST_F(TransactedExports, ALinkIsCopiedFromCWithEachFailure) {
+    const auto widened = [](const std::wstring& text, DWORD code) {
+        return convertToWString(testing::failureText(text, code).c_str());
+    };
+    tree.directory(L"C:\\target");
+    tree.link(L"C:\\link", L"C:\\target", true);
+    tree.link(L"C:\\dangling", L"C:\\gone", false);
+    EXPECT_STREQ(nullptr, checkCopyLinkFromC(L"C:\\link", L"C:\\copy", nullptr));
+    EXPECT_STREQ(nullptr, checkCopyLinkFromC(L"C:\\none", L"C:\\new", L"C:\\none does not exist"));
+    EXPECT_STREQ(nullptr,
+                 checkCopyLinkFromC(L"C:\\target", L"C:\\new", L"C:\\target is not a link"));
+    EXPECT_STREQ(nullptr, checkCopyLinkFromC(
+                              L"C:\\dangling", L"C:\\new",
+                              widened(L"CreateFile C:\\dangling", ERROR_FILE_NOT_FOUND).c_str()));
+    tree.fail(L"GetFinalPathNameByHandleW", ERROR_PATH_NOT_FOUND);
+    EXPECT_STREQ(nullptr,
+                 checkCopyLinkFromC(
+                     L"C:\\link", L"C:\\new",
+                     widened(L"GetFinalPathNameByHandle C:\\link", ERROR_PATH_NOT_FOUND).c_str()));
+    EXPECT_STREQ(
+        nullptr,
+        checkCopyLinkFromC(L"C:\\link", L"C:\\copy",
+                           widened(L"CreateSymbolicLink C:\\copy", ERROR_ALREADY_EXISTS).c_str()));
+    // The checks see a difference where there is one.
+    EXPECT_STREQ("the result", checkCopyLinkFromC(L"C:\\none", L"C:\\new", nullptr));
+    EXPECT_STREQ("the reason's text", checkCopyLinkFromC(L"C:\\none", L"C:\\new", L"other"));
+    EXPECT_EQ(L"", tree.snapshot()[L"C:\\new"]);
+}
+
+TEST_F(TransactedExports, OfALinkTooAForeignExceptionPassesThrough) {
+    tree.before(L"GetFileAttributesW", [] { throw 42; });
+    EXPECT_THROW(::CopyLink(L"C:\\link", L"C:\\copy", &error), int);
+    EXPECT_EQ(nullptr, error);
+    tree.before(L"GetFileAttributesW", [] { throw std::bad_alloc(); });
+    EXPECT_FALSE(::CopyLink(L"C:\\link", L"C:\\copy", &error));
+    EXPECT_EQ(convertToWString(std::bad_alloc().what()), error);
 }
 
 }  // namespace

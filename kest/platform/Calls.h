@@ -6,6 +6,7 @@
 
 #include <cstdarg>
 #include <cstddef>
+#include <cstdio>
 
 #include "kest/platform/Win32.h"
 

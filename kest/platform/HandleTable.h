@@ -13,7 +13,10 @@ enum class HandleKind : std::uint8_t {
     File = 2,
     Transaction = 3,
     Search = 4,
-    EitherTransaction = 5,  ///< on Windows, see EitherTransaction.h
+    Process = 5,
+    Thread = 6,
+    RegistryKey = 7,
+    EitherTransaction = 8,  ///< on Windows, see EitherTransaction.h
 };
 
 /// Handles that the library itself gives out, where the system has none of the kind. A handle is a

@@ -26,6 +26,12 @@
 #include <objbase.h>
 #include <oleauto.h>
 #include <wbemcli.h>
+// The network's records and calls, one header for each, since the one that names them all brings in
+// what nobody needs.
+#include <lmcons.h>
+// After lmcons.h, which they need.
+#include <lmapibuf.h>
+#include <lmshare.h>
 
 // Codes of the transaction manager that not every SDK header has.
 #ifndef ERROR_INVALID_TRANSACTION
@@ -61,6 +67,8 @@ using LONG = std::int32_t;
 using LCID = DWORD;
 using HANDLE = void*;
 using HLOCAL = void*;
+using HMODULE = void*;
+using NET_API_STATUS = DWORD;
 
 inline constexpr BOOL FALSE = 0;
 inline constexpr BOOL TRUE = 1;
@@ -153,6 +161,115 @@ struct WIN32_FIND_DATAW {
     wchar_t cAlternateFileName[14];
 };
 
+// Registry. The predefined keys are macros, as on Windows: they are needed while objects are still
+// being initialised, and no constant of a pointer type is made from a number before that.
+using HKEY = struct HKEY__*;
+using REGSAM = DWORD;
+#define KEST_PREDEFINED_KEY(number) \
+    (reinterpret_cast<HKEY>(static_cast<std::intptr_t>(static_cast<std::int32_t>(number))))
+#define HKEY_CLASSES_ROOT KEST_PREDEFINED_KEY(0x80000000U)
+#define HKEY_CURRENT_USER KEST_PREDEFINED_KEY(0x80000001U)
+#define HKEY_LOCAL_MACHINE KEST_PREDEFINED_KEY(0x80000002U)
+#define HKEY_USERS KEST_PREDEFINED_KEY(0x80000003U)
+#define HKEY_PERFORMANCE_DATA KEST_PREDEFINED_KEY(0x80000004U)
+#define HKEY_CURRENT_CONFIG KEST_PREDEFINED_KEY(0x80000005U)
+#define HKEY_PERFORMANCE_TEXT KEST_PREDEFINED_KEY(0x80000050U)
+#define HKEY_PERFORMANCE_NLSTEXT KEST_PREDEFINED_KEY(0x80000060U)
+inline constexpr REGSAM KEY_READ = 0x20019;
+inline constexpr DWORD REG_NONE = 0;
+inline constexpr DWORD REG_SZ = 1;
+inline constexpr DWORD REG_EXPAND_SZ = 2;
+inline constexpr DWORD REG_BINARY = 3;
+inline constexpr DWORD REG_DWORD = 4;
+inline constexpr DWORD REG_MULTI_SZ = 7;
+inline constexpr DWORD REG_QWORD = 11;
+
+// Processes.
+inline constexpr DWORD CREATE_NO_WINDOW = 0x08000000;
+
+/// How a process starts. The library sets nothing but the size.
+struct STARTUPINFOW {
+    DWORD cb;
+    wchar_t* lpReserved;
+    wchar_t* lpDesktop;
+    wchar_t* lpTitle;
+    DWORD dwX;
+    DWORD dwY;
+    DWORD dwXSize;
+    DWORD dwYSize;
+    DWORD dwXCountChars;
+    DWORD dwYCountChars;
+    DWORD dwFillAttribute;
+    DWORD dwFlags;
+    WORD wShowWindow;
+    WORD cbReserved2;
+    BYTE* lpReserved2;
+    HANDLE hStdInput;
+    HANDLE hStdOutput;
+    HANDLE hStdError;
+};
+
+struct PROCESS_INFORMATION {
+    HANDLE hProcess;
+    HANDLE hThread;
+    DWORD dwProcessId;
+    DWORD dwThreadId;
+};
+
+// The system.
+inline constexpr DWORD VER_PLATFORM_WIN32_NT = 2;
+inline constexpr WORD PROCESSOR_ARCHITECTURE_INTEL = 0;
+inline constexpr WORD PROCESSOR_ARCHITECTURE_ARM = 5;
+inline constexpr WORD PROCESSOR_ARCHITECTURE_IA64 = 6;
+inline constexpr WORD PROCESSOR_ARCHITECTURE_AMD64 = 9;
+inline constexpr WORD PROCESSOR_ARCHITECTURE_ARM64 = 12;
+inline constexpr WORD PROCESSOR_ARCHITECTURE_UNKNOWN = 0xFFFF;
+
+/// The text has units of 16 bits on every system: the record's size is part of the call.
+struct OSVERSIONINFOW {
+    DWORD dwOSVersionInfoSize;
+    DWORD dwMajorVersion;
+    DWORD dwMinorVersion;
+    DWORD dwBuildNumber;
+    DWORD dwPlatformId;
+    char16_t szCSDVersion[128];
+};
+
+struct SYSTEM_INFO {
+    WORD wProcessorArchitecture;
+    WORD wReserved;
+    DWORD dwPageSize;
+    void* lpMinimumApplicationAddress;
+    void* lpMaximumApplicationAddress;
+    std::uintptr_t dwActiveProcessorMask;
+    DWORD dwNumberOfProcessors;
+    DWORD dwProcessorType;
+    DWORD dwAllocationGranularity;
+    WORD wProcessorLevel;
+    WORD wProcessorRevision;
+};
+
+// Shares.
+inline constexpr DWORD MAX_PREFERRED_LENGTH = 0xFFFFFFFFU;
+inline constexpr DWORD STYPE_DISKTREE = 0;
+inline constexpr DWORD STYPE_PRINTQ = 1;
+inline constexpr DWORD STYPE_DEVICE = 2;
+inline constexpr DWORD STYPE_IPC = 3;
+inline constexpr DWORD STYPE_SPECIAL = 0x80000000U;
+
+struct SHARE_INFO_502 {
+    wchar_t* shi502_netname;
+    DWORD shi502_type;
+    wchar_t* shi502_remark;
+    DWORD shi502_permissions;
+    DWORD shi502_max_uses;
+    DWORD shi502_current_uses;
+    wchar_t* shi502_path;
+    wchar_t* shi502_passwd;
+    DWORD shi502_reserved;
+    void* shi502_security_descriptor;
+};
+
 /// Only ever passed as null.
 struct SECURITY_ATTRIBUTES;
 using LPPROGRESS_ROUTINE = void (*)();
@@ -180,28 +297,37 @@ inline constexpr DWORD ERROR_SHARING_VIOLATION = 32;
 inline constexpr DWORD ERROR_LOCK_VIOLATION = 33;
 inline constexpr DWORD ERROR_HANDLE_DISK_FULL = 39;
 inline constexpr DWORD ERROR_NOT_SUPPORTED = 50;
+inline constexpr DWORD ERROR_BAD_NETPATH = 53;
 inline constexpr DWORD ERROR_FILE_EXISTS = 80;
 inline constexpr DWORD ERROR_CANNOT_MAKE = 82;
 inline constexpr DWORD ERROR_INVALID_PARAMETER = 87;
+inline constexpr DWORD ERROR_NO_PROC_SLOTS = 89;
 inline constexpr DWORD ERROR_BROKEN_PIPE = 109;
 inline constexpr DWORD ERROR_DISK_FULL = 112;
 inline constexpr DWORD ERROR_CALL_NOT_IMPLEMENTED = 120;
 inline constexpr DWORD ERROR_INSUFFICIENT_BUFFER = 122;
 inline constexpr DWORD ERROR_INVALID_NAME = 123;
+inline constexpr DWORD ERROR_INVALID_LEVEL = 124;
 inline constexpr DWORD ERROR_MOD_NOT_FOUND = 126;
 inline constexpr DWORD ERROR_PROC_NOT_FOUND = 127;
 inline constexpr DWORD ERROR_DIR_NOT_EMPTY = 145;
 inline constexpr DWORD ERROR_BAD_PATHNAME = 161;
 inline constexpr DWORD ERROR_BUSY = 170;
 inline constexpr DWORD ERROR_ALREADY_EXISTS = 183;
+inline constexpr DWORD ERROR_BAD_EXE_FORMAT = 193;
+inline constexpr DWORD ERROR_ENVVAR_NOT_FOUND = 203;
 inline constexpr DWORD ERROR_FILENAME_EXCED_RANGE = 206;
 inline constexpr DWORD ERROR_FILE_TOO_LARGE = 223;
 inline constexpr DWORD ERROR_MORE_DATA = 234;
+inline constexpr DWORD ERROR_NO_MORE_ITEMS = 259;
 inline constexpr DWORD ERROR_DIRECTORY = 267;
 inline constexpr DWORD ERROR_NOT_OWNER = 288;
 inline constexpr DWORD ERROR_MR_MID_NOT_FOUND = 317;
 inline constexpr DWORD ERROR_OPERATION_ABORTED = 995;
 inline constexpr DWORD ERROR_INVALID_FLAGS = 1004;
+inline constexpr DWORD ERROR_BADDB = 1009;
+inline constexpr DWORD ERROR_REGISTRY_IO_FAILED = 1016;
+inline constexpr DWORD ERROR_KEY_DELETED = 1018;
 inline constexpr DWORD ERROR_IO_DEVICE = 1117;
 inline constexpr DWORD ERROR_TOO_MANY_LINKS = 1142;
 inline constexpr DWORD ERROR_NOT_FOUND = 1168;

@@ -41,4 +41,27 @@ std::wstring getLinkTarget(const wchar_t* path, bool isDirectory) {
     return buffer.get();
 }
 
+void CopyLink(const std::wstring& source, const std::wstring& destination) {
+    // As above: composed before the call whose error it is to carry.
+    const std::wstring failure = L"CreateSymbolicLink " + destination;
+
+    const DWORD attributes = os().GetFileAttributesW(source.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES) {
+        reportFailure((source + L" does not exist").c_str(), true, false);
+    }
+    // Deliberate: whatever has a reparse point passes for a link, whichever tag it has. What is
+    // none at heart (a placeholder of a file in a cloud, say) is copied as a link to itself.
+    if ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) {
+        reportFailure((source + L" is not a link").c_str(), true, false);
+    }
+    const std::wstring target =
+        getLinkTarget(source.c_str(), (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0);
+    // The bit of a directory, moved to where the flag of a link to one is.
+    static_assert(FILE_ATTRIBUTE_DIRECTORY >> 4 == SYMBOLIC_LINK_FLAG_DIRECTORY);
+    if (!os().CreateSymbolicLinkW(destination.c_str(), target.c_str(),
+                                  (attributes & FILE_ATTRIBUTE_DIRECTORY) >> 4)) {
+        reportFailure(failure.c_str(), true, true);
+    }
+}
+
 }  // namespace Tallowmere

@@ -137,6 +137,55 @@ void sync() {
     missing += guard.acquired() ? 0 : 1;
 }
 
+void config() {
+    member<k::Configurable, Text(const Text&) const>(&k::Configurable::getProperty);
+    static_assert(!std::is_convertible_v<const wchar_t*, k::Configurable>);
+    static_assert(std::is_constructible_v<k::Configurable, const wchar_t*>);
+}
+
+class Listener : public k::Registry::Function {
+public:
+    void operator()(const Text& value) override { last = value; }
+    Text last;
+};
+
+void registry() {
+    using k::Registry;
+    using Key = const wchar_t*;
+    function<void(Registry::Hive, Key, Key, Text&)>(&Registry::getKeyValue);
+    function<void(Registry::Hive, Key, std::vector<Text>&)>(&Registry::getSubKeys);
+    function<void(Registry::Hive, Key, std::vector<Text>&)>(&Registry::getValues);
+    function<void(Registry::Hive, Key, Key, Registry::Function&)>(&Registry::forEachSubKey);
+    static_assert(Registry::HKCR == 0 && Registry::HKLM == 3 && Registry::HKU == 7);
+    static_assert(std::has_virtual_destructor_v<Registry::Function>);
+    Listener listener;
+    Registry::Function& asFunction = listener;
+    asFunction(L"x");
+    missing += listener.last == L"x" ? 0 : 1;
+
+    using k::Program;
+    using Extensions = std::vector<Text>;
+    member<Program, bool() const>(&Program::isInstalled);
+    member<Program, Program*() const>(&Program::clone);
+    member<Program, Text() const>(&Program::getPath);
+    member<Program, void(const Text&)>(&Program::setPath);
+    member<Program, void() const>(&Program::execute);
+    member<Program, Text() const>(&Program::getCommand);
+    member<Program, Text() const>(&Program::getOptions);
+    member<Program, void(const Text&)>(&Program::setOptions);
+    member<Program, Text() const>(&Program::getName);
+    member<Program, void(const Text&)>(&Program::setExtensions);
+    member<Program, void(const Extensions&)>(&Program::setExtensions);
+    member<Program, void(const Text&)>(&Program::addExtensions);
+    member<Program, void(const Extensions&)>(&Program::addExtensions);
+    member<Program, Extensions() const>(&Program::getExtensions);
+
+    k::InstalledPrograms programs;
+    missing += programs.numberOfObjects() == 0 || !programs.first().getName().empty() ? 0 : 1;
+    member<k::InstalledPrograms, bool(const Text&) const>(&k::InstalledPrograms::isInstalled);
+    function<bool(Text&)>(&k::getInstallationDir);
+}
+
 void transacted() {
     function<void(const Text&, const Text&)>(&k::CopyDirectoryTransacted);
     function<void(Text)>(&k::DeleteDirectoryTransacted);

@@ -1,15 +1,11 @@
 #include "Arguments.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
 #include <string_view>
 
 namespace Tallowmere::command {
-
-const wchar_t kUsage[] =
-    L"usage: kest copy SOURCE DESTINATION [--trace FILE]\n"
-    L"       kest delete PATH [--trace FILE]\n"
-    L"       kest restore-points [--trace FILE]\n"
-    L"       kest restore NUMBER [--yes] [--trace FILE]\n"
-    L"       kest --help | --version\n";
 
 namespace {
 
@@ -21,28 +17,45 @@ std::optional<Request> mistaken(std::wstring& mistake, const std::wstring& text)
     return std::nullopt;
 }
 
-/// Digits alone, of a number that 32 bits hold.
-bool readNumber(const std::wstring& text, unsigned long& number) {
-    constexpr unsigned long kLargest = 0xFFFFFFFFUL;
-    number = 0;
-    for (const wchar_t c : text) {
-        if (c < L'0' || c > L'9') {
-            return false;
-        }
-        const auto digit = static_cast<unsigned long>(c - L'0');
-        if (number > (kLargest - digit) / 10) {
-            return false;
-        }
-        number = number * 10 + digit;
+/// Whether it is the option of some verb.
+bool isFlag(const std::wstring& argument) {
+    return std::any_of(verbs().begin(), verbs().end(), [&](const Verb& verb) {
+        return verb.flag != nullptr && argument == verb.flag;
+    });
+}
+
+/// What is wrong with the operands of a verb; empty when nothing is.
+std::wstring mistakeIn(const Verb& verb, const Operands& operands) {
+    if (operands.size() < std::size(verb.missing) && verb.missing[operands.size()] != nullptr) {
+        return verb.missing[operands.size()];
     }
-    return !text.empty();
+    return verb.mistake == nullptr ? L"" : verb.mistake(operands);
 }
 
 }  // namespace
 
+std::wstring usage() {
+    std::wstring text;
+    for (const Verb& verb : verbs()) {
+        text += text.empty() ? L"usage: kest " : L"       kest ";
+        text += verb.name;
+        if (verb.action != nullptr) {
+            text.append(L" ").append(verb.action);
+        }
+        text += *verb.operands == L'\0' ? L"" : L" ";
+        text += verb.operands;
+        if (verb.flag != nullptr) {
+            text.append(L" [").append(verb.flag).append(L"]");
+        }
+        text += L" [--trace FILE]\n";
+    }
+    return text + L"       kest --help | --version\n";
+}
+
 std::optional<Request> parse(const std::vector<std::wstring>& arguments, std::wstring& mistake) {
     Request request;
     std::vector<std::wstring> operands;
+    std::wstring flag;
     bool optionsEnded = false;
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         const std::wstring& argument = arguments[i];
@@ -54,16 +67,16 @@ std::optional<Request> parse(const std::vector<std::wstring>& arguments, std::ws
         } else if (argument == L"--help") {
             return request;
         } else if (argument == L"--version") {
-            request.verb = Request::Verb::version;
+            request.kind = Request::Kind::version;
             return request;
-        } else if (argument == L"--yes") {
-            request.yes = true;
         } else if (argument == kTrace && i + 1 < arguments.size()) {
             request.traceFile = arguments[++i];
         } else if (argument.starts_with(kTraceIs)) {
             request.traceFile = argument.substr(kTraceIs.size());
         } else if (argument == kTrace) {
             request.traceFile = L"";
+        } else if (isFlag(argument)) {
+            flag = argument;
         } else {
             return mistaken(mistake, L"unknown option " + argument);
         }
@@ -75,48 +88,23 @@ std::optional<Request> parse(const std::vector<std::wstring>& arguments, std::ws
         return mistaken(mistake, L"what to do is missing");
     }
 
-    std::size_t expected = 0;
-    if (operands.front() == L"copy") {
-        request.verb = Request::Verb::copy;
-        expected = 2;
-    } else if (operands.front() == L"delete") {
-        request.verb = Request::Verb::remove;
-        expected = 1;
-    } else if (operands.front() == L"restore-points") {
-        request.verb = Request::Verb::restorePoints;
-    } else if (operands.front() == L"restore") {
-        request.verb = Request::Verb::restore;
-        expected = 1;
-    } else {
-        return mistaken(mistake, L"unknown command " + operands.front());
+    request.kind = Request::Kind::verb;
+    request.verb = findVerb(operands, mistake);
+    if (request.verb == nullptr) {
+        return std::nullopt;
     }
-    if (request.yes && request.verb != Request::Verb::restore) {
-        return mistaken(mistake, L"unknown option --yes");
+    request.flag = !flag.empty();
+    if (request.flag && (request.verb->flag == nullptr || flag != request.verb->flag)) {
+        return mistaken(mistake, L"unknown option " + flag);
     }
-    request.paths.assign(operands.begin() + 1, operands.end());
-    if (request.paths.size() < expected) {
-        return mistaken(mistake, request.paths.empty() && expected == 2
-                                     ? L"copy needs a source and a destination"
-                                 : expected == 2 ? L"copy needs a destination"
-                                 : request.verb == Request::Verb::restore
-                                     ? L"restore needs a restore point's number"
-                                     : L"delete needs a path");
+    request.operands.assign(operands.begin() + static_cast<std::ptrdiff_t>(request.verb->words()),
+                            operands.end());
+    if (request.operands.size() > request.verb->most) {
+        return mistaken(mistake, L"one argument too many: " + request.operands[request.verb->most]);
     }
-    if (request.paths.size() > expected) {
-        return mistaken(mistake, L"one argument too many: " + request.paths[expected]);
-    }
-    if (request.verb == Request::Verb::restore) {
-        const std::wstring text = request.paths[0];
-        request.paths.clear();
-        if (!readNumber(text, request.number)) {
-            return mistaken(mistake, L"not a restore point's number: " + text);
-        }
-    }
-    for (const std::wstring& path : request.paths) {
-        // A shell variable that was never set: better told than taken for a tree that is not there.
-        if (path.empty()) {
-            return mistaken(mistake, L"a path is empty");
-        }
+    const std::wstring wrong = mistakeIn(*request.verb, request.operands);
+    if (!wrong.empty()) {
+        return mistaken(mistake, wrong);
     }
     return request;
 }

@@ -5,7 +5,7 @@
 namespace Tallowmere::command {
 namespace {
 
-using Verb = Request::Verb;
+using Kind = Request::Kind;
 using Texts = std::vector<std::wstring>;
 
 Request accepted(const Texts& arguments) {
@@ -24,27 +24,57 @@ std::wstring mistakeIn(const Texts& arguments) {
 
 TEST(Arguments, ReadsACopy) {
     const Request request = accepted({L"copy", L"from", L"to"});
-    EXPECT_EQ(Verb::copy, request.verb);
-    EXPECT_EQ((Texts{L"from", L"to"}), request.paths);
+    EXPECT_EQ(Kind::verb, request.kind);
+    EXPECT_EQ(&copyTree, request.verb->perform);
+    EXPECT_EQ((Texts{L"from", L"to"}), request.operands);
     EXPECT_FALSE(request.traceFile.has_value());
 }
 
 TEST(Arguments, ReadsADelete) {
     const Request request = accepted({L"delete", L"tree"});
-    EXPECT_EQ(Verb::remove, request.verb);
-    EXPECT_EQ(Texts{L"tree"}, request.paths);
+    EXPECT_EQ(Kind::verb, request.kind);
+    EXPECT_EQ(&deleteTree, request.verb->perform);
+    EXPECT_EQ(Texts{L"tree"}, request.operands);
+}
+
+TEST(Arguments, ReadsTheOthers) {
+    EXPECT_EQ(&copyLink, accepted({L"link", L"from", L"to"}).verb->perform);
+    EXPECT_EQ((Texts{L"from", L"to"}), accepted({L"link", L"from", L"to"}).operands);
+    EXPECT_EQ(&tellAbout, accepted({L"about"}).verb->perform);
+    EXPECT_EQ(&listShares, accepted({L"shares"}).verb->perform);
+    EXPECT_EQ(Texts{}, accepted({L"shares"}).operands);
+    EXPECT_EQ(Texts{L"server"}, accepted({L"shares", L"server"}).operands);
+    EXPECT_EQ(Texts{L""}, accepted({L"shares", L""}).operands);
+    EXPECT_EQ(&runProgram, accepted({L"run", L"a b"}).verb->perform);
+    EXPECT_EQ(Texts{L"a -b"}, accepted({L"run", L"a -b"}).operands);
+}
+
+TEST(Arguments, ReadsTheVerbsOfTwoWords) {
+    EXPECT_EQ(&tellRegistryValue, accepted({L"registry", L"get", L"k"}).verb->perform);
+    EXPECT_EQ((Texts{L"k", L"n"}), accepted({L"registry", L"get", L"k", L"n"}).operands);
+    EXPECT_EQ(&listRegistryKeys, accepted({L"registry", L"keys", L"k"}).verb->perform);
+    EXPECT_EQ(&listRegistryValues, accepted({L"registry", L"values", L"k"}).verb->perform);
 }
 
 TEST(Arguments, ReadsTheVerbsOfRestorePoints) {
-    EXPECT_EQ(Verb::restorePoints, accepted({L"restore-points"}).verb);
+    EXPECT_EQ(&listRestorePoints, accepted({L"restore-points"}).verb->perform);
     const Request request = accepted({L"restore", L"12"});
-    EXPECT_EQ(Verb::restore, request.verb);
-    EXPECT_EQ(12U, request.number);
-    EXPECT_FALSE(request.yes);
-    EXPECT_EQ(Texts(), request.paths);
-    EXPECT_TRUE(accepted({L"restore", L"--yes", L"0"}).yes);
-    EXPECT_EQ(4294967295U, accepted({L"--yes", L"restore", L"4294967295"}).number);
+    EXPECT_EQ(&restore, request.verb->perform);
+    EXPECT_EQ(Texts{L"12"}, request.operands);
+    EXPECT_FALSE(request.flag);
+    EXPECT_TRUE(accepted({L"restore", L"--yes", L"0"}).flag);
+    EXPECT_TRUE(accepted({L"--yes", L"restore", L"4294967295"}).flag);
     EXPECT_EQ(L"t", accepted({L"restore-points", L"--trace=t"}).traceFile);
+}
+
+TEST(Arguments, ReadsTheNumberOfARestorePoint) {
+    unsigned long number = 1;
+    EXPECT_TRUE(readNumber(L"0", number));
+    EXPECT_EQ(0U, number);
+    EXPECT_TRUE(readNumber(L"4294967295", number));
+    EXPECT_EQ(4294967295U, number);
+    EXPECT_FALSE(readNumber(L"4294967296", number));
+    EXPECT_FALSE(readNumber(L"", number));
 }
 
 TEST(Arguments, TakesTheTraceFileAnywhereAndInBothForms) {
@@ -55,7 +85,7 @@ TEST(Arguments, TakesTheTraceFileAnywhereAndInBothForms) {
                                       {L"copy", L"a", L"b", L"--trace=x", L"--trace", L"t"}};
     for (const Texts& form : forms) {
         const Request request = accepted(form);
-        EXPECT_EQ((Texts{L"a", L"b"}), request.paths);
+        EXPECT_EQ((Texts{L"a", L"b"}), request.operands);
         EXPECT_EQ(L"t", request.traceFile);
     }
 }
@@ -66,19 +96,19 @@ TEST(Arguments, TakesTheFollowingArgumentAsTraceFileWhateverItIs) {
 }
 
 TEST(Arguments, EndsTheOptionsAtTwoHyphens) {
-    EXPECT_EQ((Texts{L"--trace", L"--"}), accepted({L"copy", L"--", L"--trace", L"--"}).paths);
-    EXPECT_EQ(Texts{L"-x"}, accepted({L"--", L"delete", L"-x"}).paths);
+    EXPECT_EQ((Texts{L"--trace", L"--"}), accepted({L"copy", L"--", L"--trace", L"--"}).operands);
+    EXPECT_EQ(Texts{L"-x"}, accepted({L"--", L"delete", L"-x"}).operands);
 }
 
 TEST(Arguments, TakesASingleHyphenForAPath) {
-    EXPECT_EQ(Texts{L"-"}, accepted({L"delete", L"-"}).paths);
+    EXPECT_EQ(Texts{L"-"}, accepted({L"delete", L"-"}).operands);
 }
 
 TEST(Arguments, AnswersHelpAndVersionWhateverElseIsThere) {
-    EXPECT_EQ(Verb::help, accepted({L"--help"}).verb);
-    EXPECT_EQ(Verb::help, accepted({L"copy", L"--help"}).verb);
-    EXPECT_EQ(Verb::version, accepted({L"--version"}).verb);
-    EXPECT_EQ(Texts{L"--help"}, accepted({L"delete", L"--", L"--help"}).paths);
+    EXPECT_EQ(Kind::help, accepted({L"--help"}).kind);
+    EXPECT_EQ(Kind::help, accepted({L"copy", L"--help"}).kind);
+    EXPECT_EQ(Kind::version, accepted({L"--version"}).kind);
+    EXPECT_EQ(Texts{L"--help"}, accepted({L"delete", L"--", L"--help"}).operands);
 }
 
 TEST(Arguments, SaysWhatIsWrong) {
@@ -97,6 +127,21 @@ TEST(Arguments, SaysWhatIsWrong) {
     EXPECT_EQ(L"delete needs a path", mistakeIn({L"delete"}));
     EXPECT_EQ(L"one argument too many: c", mistakeIn({L"copy", L"a", L"b", L"c", L"d"}));
     EXPECT_EQ(L"one argument too many: b", mistakeIn({L"delete", L"a", L"b"}));
+    EXPECT_EQ(L"link needs a source and a destination", mistakeIn({L"link"}));
+    EXPECT_EQ(L"link needs a destination", mistakeIn({L"link", L"a"}));
+    EXPECT_EQ(L"one argument too many: c", mistakeIn({L"link", L"a", L"b", L"c"}));
+    EXPECT_EQ(L"one argument too many: a", mistakeIn({L"about", L"a"}));
+    EXPECT_EQ(L"one argument too many: b", mistakeIn({L"shares", L"a", L"b"}));
+    EXPECT_EQ(L"run needs a command line", mistakeIn({L"run"}));
+    EXPECT_EQ(L"one argument too many: b", mistakeIn({L"run", L"a", L"b"}));
+    EXPECT_EQ(L"the command line is empty", mistakeIn({L"run", L""}));
+    EXPECT_EQ(L"a path is empty", mistakeIn({L"link", L"", L"b"}));
+    EXPECT_EQ(L"property needs a file and a property's name", mistakeIn({L"property", L"f"}));
+    EXPECT_EQ(L"registry needs get, keys or values", mistakeIn({L"registry"}));
+    EXPECT_EQ(L"unknown command registry set", mistakeIn({L"registry", L"set", L"k"}));
+    EXPECT_EQ(L"registry get needs a key", mistakeIn({L"registry", L"get"}));
+    EXPECT_EQ(L"one argument too many: n", mistakeIn({L"registry", L"keys", L"k", L"n"}));
+    EXPECT_EQ(L"one argument too many: b", mistakeIn({L"programs", L"a", L"b"}));
     EXPECT_EQ(L"one argument too many: 12", mistakeIn({L"restore-points", L"12"}));
     EXPECT_EQ(L"one argument too many: 13", mistakeIn({L"restore", L"12", L"13"}));
     EXPECT_EQ(L"restore needs a restore point's number", mistakeIn({L"restore", L"--yes"}));

@@ -8,8 +8,6 @@
 #include <optional>
 
 #include "Arguments.h"
-#include "FullPath.h"
-#include "Restore.h"
 #include "Terminal.h"
 #include "TraceTap.h"
 
@@ -17,26 +15,6 @@ namespace Tallowmere::command {
 namespace {
 
 enum ExitStatus { done = 0, failed = 1, wrongUse = 2 };
-
-int perform(const Request& request, const TraceTap& trace) {
-    switch (request.verb) {
-        case Request::Verb::copy:
-            CopyDirectoryTransacted(fullPath(request.paths[0]), fullPath(request.paths[1]));
-            return done;
-        case Request::Verb::remove:
-            DeleteDirectoryTransacted(fullPath(request.paths[0]));
-            return done;
-        case Request::Verb::restorePoints:
-            listRestorePoints();
-            return done;
-        case Request::Verb::restore:
-            return restore(request.number, request.yes, trace) ? done : failed;
-        case Request::Verb::help:
-        case Request::Verb::version:
-            break;
-    }
-    return wrongUse;
-}
 
 int performTraced(const Request& request) {
     File file;
@@ -52,7 +30,7 @@ int performTraced(const Request& request) {
     }
     TraceTap trace(std::move(file));
     try {
-        return perform(request, trace);
+        return request.verb->perform({request.operands, request.flag, trace}) ? done : failed;
     } catch (const std::exception& error) {
         complain(L"kest: " + trace.messageOf(error) + L"\n");
         return failed;
@@ -65,14 +43,14 @@ int run(const std::vector<std::wstring>& arguments) {
     std::wstring mistake;
     const std::optional<Request> request = parse(arguments, mistake);
     if (!request) {
-        complain(L"kest: " + mistake + L"\n" + kUsage);
+        complain(L"kest: " + mistake + L"\n" + usage());
         return wrongUse;
     }
-    if (request->verb == Request::Verb::help) {
-        say(kUsage);
+    if (request->kind == Request::Kind::help) {
+        say(usage());
         return done;
     }
-    if (request->verb == Request::Verb::version) {
+    if (request->kind == Request::Kind::version) {
         say(L"kest " KEST_VERSION L"\n");
         return done;
     }

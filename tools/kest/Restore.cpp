@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Terminal.h"
+#include "Verbs.h"
 
 namespace Tallowmere::command {
 namespace {
@@ -62,12 +63,12 @@ std::wstring tableLine(const RestorePoint& point, std::size_t numberWidth, std::
            padded(printable(point.type), typeWidth) + L"  " + printable(point.description);
 }
 
-void listRestorePoints() {
+bool listRestorePoints(const Call&) {
     std::vector<RestorePoint> points;
     getRestorePoints(points);
     if (points.empty()) {
         say(L"no restore points\n");
-        return;
+        return true;
     }
     std::size_t numberWidth = kNumber.size();
     std::size_t typeWidth = kType.size();
@@ -82,9 +83,12 @@ void listRestorePoints() {
         table += tableLine(point, numberWidth, typeWidth) + L"\n";
     }
     say(table);
+    return true;
 }
 
-bool restore(unsigned long number, bool yes, const TraceTap& trace) {
+bool restore(const Call& call) {
+    unsigned long number = 0;
+    (void)readNumber(call.operands[0], number);
     std::vector<RestorePoint> points;
     getRestorePoints(points);
     const auto found = std::find_if(points.begin(), points.end(), [&](const RestorePoint& point) {
@@ -94,8 +98,9 @@ bool restore(unsigned long number, bool yes, const TraceTap& trace) {
         complain(L"kest: there is no restore point " + std::to_wstring(number) + L"\n");
         return false;
     }
-    if (!yes && !confirm(L"Restore the system to point " + std::to_wstring(number) + L" of " +
-                         timeOf(*found) + L", " + printable(found->description) + L"? [y/N] ")) {
+    if (!call.flag &&
+        !confirm(L"Restore the system to point " + std::to_wstring(number) + L" of " +
+                 timeOf(*found) + L", " + printable(found->description) + L"? [y/N] ")) {
         complain(L"kest: nothing was restored\n");
         return false;
     }
@@ -105,8 +110,8 @@ bool restore(unsigned long number, bool yes, const TraceTap& trace) {
         deleteKESTArray(&error);
         return false;
     }
-    if (trace.restoreAnswer() != L"0") {
-        complain(L"kest: the system refuses to restore that point: " + trace.restoreAnswer() +
+    if (call.trace.restoreAnswer() != L"0") {
+        complain(L"kest: the system refuses to restore that point: " + call.trace.restoreAnswer() +
                  L"\n");
         return false;
     }

@@ -13,11 +13,11 @@ std::wstring withoutLineEnd(std::wstring text) {
     return text;
 }
 
-/// The message of an ERROR line, which is: time, severity, thread, source, message, each but the
-/// last followed by a tab. False for any other text.
-bool readError(const std::wstring& statement, std::wstring& message) {
+/// The message of a line of that severity (padded to its column), which is: time, severity, thread,
+/// source, message, each but the last followed by a tab. False for any other text.
+bool readMessage(const std::wstring& statement, const wchar_t* wanted, std::wstring& message) {
     const std::size_t severity = statement.find(L'\t');
-    if (severity == std::wstring::npos || statement.compare(severity, 9, L"\tERROR   ") != 0) {
+    if (severity == std::wstring::npos || statement.compare(severity + 1, 8, wanted) != 0) {
         return false;
     }
     std::size_t tab = severity;
@@ -61,6 +61,14 @@ std::wstring TraceTap::messageOf(const std::exception& error) const {
     return withoutLineEnd(belongs ? whole : cut);
 }
 
+std::wstring TraceTap::lastError() const {
+    return withoutLineEnd(m_statements.lastError());
+}
+
+std::wstring TraceTap::lastWarning() const {
+    return withoutLineEnd(m_statements.lastWarning());
+}
+
 TraceTap::Statements::Statements(File file) : m_file(std::move(file)) {}
 
 TraceTap::Statements::int_type TraceTap::Statements::overflow(int_type unit) {
@@ -82,7 +90,8 @@ int TraceTap::Statements::sync() {
         std::fwrite(bytes.data(), 1, bytes.size(), m_file.get());
         std::fflush(m_file.get());
     }
-    readError(m_statement, m_lastError);
+    readMessage(m_statement, L"ERROR   ", m_lastError);
+    readMessage(m_statement, L"WARNING ", m_lastWarning);
     readRestoreAnswer(m_statement, m_restoreAnswer);
     m_statement.clear();
     return 0;

@@ -31,6 +31,11 @@ public:
     /// end.
     std::wstring messageOf(const std::exception& error) const;
 
+    /// The messages of the last ERROR and of the last WARNING line, without the line end that a
+    /// system text has; empty without one.
+    std::wstring lastError() const;
+    std::wstring lastWarning() const;
+
     /// What the system last answered to a request for a restore: a number, 0 for accepted; empty
     /// without one. The library tells it nowhere else.
     const std::wstring& restoreAnswer() const { return m_statements.restoreAnswer(); }
@@ -41,6 +46,7 @@ private:
     public:
         explicit Statements(File file);
         const std::wstring& lastError() const { return m_lastError; }
+        const std::wstring& lastWarning() const { return m_lastWarning; }
         const std::wstring& restoreAnswer() const { return m_restoreAnswer; }
 
     protected:
@@ -52,6 +58,7 @@ private:
         File m_file;
         std::wstring m_statement;
         std::wstring m_lastError;
+        std::wstring m_lastWarning;
         std::wstring m_restoreAnswer;
     };
 

@@ -50,6 +50,15 @@ tree() {
 
 usage='usage: kest copy SOURCE DESTINATION [--trace FILE]
        kest delete PATH [--trace FILE]
+       kest link SOURCE DESTINATION [--trace FILE]
+       kest about [--trace FILE]
+       kest shares [SERVER] [--trace FILE]
+       kest run COMMANDLINE [--trace FILE]
+       kest property FILE NAME [--trace FILE]
+       kest registry get KEY [NAME] [--trace FILE]
+       kest registry keys KEY [--trace FILE]
+       kest registry values KEY [--trace FILE]
+       kest programs [NAME] [--trace FILE]
        kest restore-points [--trace FILE]
        kest restore NUMBER [--yes] [--trace FILE]
        kest --help | --version'
@@ -100,6 +109,73 @@ mkdir -- --trace
 expect "hyphens end the options" 0 "" "" delete -- --trace
 compare "the folder is gone" "" "$(ls -d -- --trace 2>/dev/null)"
 
+# What the machine is. The paths are the system's own.
+"${kest[@]}" about >about.text 2>about.errors </dev/null
+compare "about: exit status" 0 $?
+compare "about: errors" "" "$(text_of about.errors)"
+compare "about: what it tells" "system processor current system product program " \
+    "$(tr -d '\r' <about.text | cut -d ' ' -f 1 | tr '\n' ' ')"
+compare "about: the system" "system              Windows 7" "$(tr -d '\r' <about.text | sed -n 1p)"
+compare "about: the processor" "processor           AMD64" "$(tr -d '\r' <about.text | sed -n 2p)"
+
+expect "a link that is none" 1 "" "kest: old is not a link" link old copy
+expect "a link that is not there" 1 "" "kest: nowhere Ж does not exist" link 'nowhere Ж' copy
+compare "no link is made" "" "$(ls -d copy 2>/dev/null)"
+not_found='The system cannot find the file specified.'
+printf '<port> 8080 </port>\n<empty></empty>\n' >settings.xml
+expect "a property" 0 " 8080 " "" property settings.xml port
+expect "an empty property" 0 "" "" property settings.xml empty
+expect "a missing property" 1 "" "kest: Property host was not found" property settings.xml host
+expect "a missing property file" 1 "" \
+    "kest: fopen nowhere.xml failed: $not_found" property nowhere.xml port
+expect "an unknown hive" 1 "" "kest: unknown registry hive HKXX" registry get 'HKXX\a'
+expect "a missing key" 1 "" "kest: Failed to open HKLMKestNone: $not_found" \
+    registry keys 'HKLM\KestNone'
+if [ ${#kest[@]} = 1 ]; then
+    # The registry comes from a file.
+    unset KEST_REGISTRY
+    expect "nothing installed" 0 "" "" programs
+    cat >machine.reg <<'END'
+Windows Registry Editor Version 5.00
+
+[HKEY_LOCAL_MACHINE\Software\Microsoft\Windows\CurrentVersion\Installer\Folders]
+@=""
+"C:\\Program Files\\Alpha\\"="1"
+[HKEY_LOCAL_MACHINE\Software\Product]
+@="the default"
+"Place"="C:\\Straße"
+[HKEY_LOCAL_MACHINE\Software\Product\b]
+[HKEY_LOCAL_MACHINE\Software\Product\A]
+[HKEY_CLASSES_ROOT\Installer\Products\1]
+"ProductName"="Beta"
+[HKEY_CLASSES_ROOT\Installer\Products\2]
+"ProductName"="Alpha Tool"
+END
+    export KEST_REGISTRY=machine.reg
+    expect "a value" 0 'C:\Straße' "" registry get 'HKLM\Software\Product' Place
+    expect "the default value" 0 "the default" "" registry get 'HKEY_LOCAL_MACHINE\Software\Product'
+    expect "subkeys" 0 $'b\nA' "" registry keys 'hklm\software\product'
+    expect "values" 0 $'\nC:\\Program Files\\Alpha\\' "" \
+        registry values 'HKLM\Software\Microsoft\Windows\CurrentVersion\Installer\Folders'
+    expect "a missing value" 1 "" "kest: Failed to get registry value <x>: $not_found" \
+        registry get 'HKLM\Software\Product' x
+    expect "programs" 0 $'Alpha Tool\nBeta' "" programs --trace=programs.log
+    expect "a program" 0 "Alpha Tool" "" programs Tool
+    expect "a program that is not there" 1 "" "kest: no installed program is called tool" \
+        programs tool
+    printf 'damaged' >damaged.reg
+    # The library says so on the console while it is being loaded, too.
+    KEST_REGISTRY=damaged.reg "${kest[@]}" registry keys HKU >.output 2>.errors
+    compare "a damaged registry: exit status" 1 $?
+    compare "a damaged registry: errors" \
+        "kest: Failed to open HKU: The configuration registry database is corrupt." \
+        "$(text_of .errors)"
+    compare "a damaged registry: lines at load" 4 "$(grep -c $'\tERROR   \t' .output)"
+    unset KEST_REGISTRY
+else
+    expect "nothing installed" 0 "" "" programs
+fi
+
 expect "no number" 2 "" "kest: not a restore point's number: x"$'\n'"$usage" restore x
 if [ ${#kest[@]} = 1 ]; then
     # Restore points come from a file.
@@ -138,6 +214,35 @@ else
 fi
 
 if [ ${#kest[@]} = 1 ]; then
+    ln -s old 'link Ж'
+    expect "a link" 0 "" "" link 'link Ж' copy
+    compare "a link: where it leads" "$PWD/old" "$(readlink copy)"
+    expect "a link in the way" 1 "" "kest: CreateSymbolicLink copy failed: \
+Cannot create a file when that file already exists." link 'link Ж' copy
+    ln -s gone dangling
+    expect "a link to nothing" 1 "" "kest: CreateFile dangling failed: \
+The system cannot find the file specified." link dangling copy2
+    rm copy dangling 'link Ж'
+
+    printf '[Data]\npath = /srv/data\n[Ж$]\npath = /Ж\n[IPC$]\n[laser]\npath=/x\nprintable=yes\n' >smb.conf
+    export KEST_SMB_CONF=$PWD/smb.conf
+    expect "shares" 0 $'Data\t/srv/data\nЖ$\t/Ж' "" shares
+    expect "shares of this computer by its name" 0 $'Data\t/srv/data\nЖ$\t/Ж' "" \
+        shares '\\localhost' --trace shares.log
+    compare "shares: the trace" 6 "$(grep -c OsUtilitiesWin shares.log)"
+    expect "shares of another computer" 1 "" \
+        "kest: NetShareEnum failed: The network path was not found." shares '\\Seven'
+    KEST_SMB_CONF=$PWD/none expect "no shares" 0 "" "" shares
+
+    mkfifo pipe
+    expect "run" 0 "" "" run "sh -c \"printf '<%s>' \\\"a b\\\" c >pipe\""
+    compare "run: the program's own output" "<a b><c>" "$(timeout 60 cat pipe)"
+    rm pipe
+    expect "run what is not there" 1 "" "kest: CreateProcess(<no-such-program -x>): \
+The system cannot find the file specified." run 'no-such-program -x'
+    expect "run what is not there, with a name" 1 "" "kest: CreateProcess(<нет \"ä\">): \
+The system cannot find the file specified." run 'нет "ä"'
+
     # Names that only a Linux disk can hold: a backslash, bytes that are no UTF-8.
     odd=$'odd \\ \xff \xc3'
     mkdir "$odd"

@@ -128,6 +128,53 @@ static_assert(number(FindExInfoBasic) == 1);
 static_assert(number(FindExSearchNameMatch) == 0);
 static_assert(number(FindExSearchLimitToDirectories) == 1);
 
+// Processes.
+static_assert(code(CREATE_NO_WINDOW) == 0x08000000);
+static_assert(sizeof(STARTUPINFOW) == 104);
+static_assert(offsetof(STARTUPINFOW, cb) == 0);
+static_assert(offsetof(STARTUPINFOW, dwX) == 32);
+static_assert(offsetof(STARTUPINFOW, dwFlags) == 60);
+static_assert(offsetof(STARTUPINFOW, lpReserved2) == 72);
+static_assert(offsetof(STARTUPINFOW, hStdError) == 96);
+static_assert(sizeof(PROCESS_INFORMATION) == 24);
+static_assert(offsetof(PROCESS_INFORMATION, hThread) == 8);
+static_assert(offsetof(PROCESS_INFORMATION, dwProcessId) == 16);
+static_assert(offsetof(PROCESS_INFORMATION, dwThreadId) == 20);
+
+// The system.
+static_assert(sizeof(OSVERSIONINFOW) == 276);
+static_assert(offsetof(OSVERSIONINFOW, dwMajorVersion) == 4);
+static_assert(offsetof(OSVERSIONINFOW, dwMinorVersion) == 8);
+static_assert(offsetof(OSVERSIONINFOW, szCSDVersion) == 20);
+static_assert(code(VER_PLATFORM_WIN32_NT) == 2);
+static_assert(sizeof(SYSTEM_INFO) == 48);
+static_assert(offsetof(SYSTEM_INFO, wProcessorArchitecture) == 0);
+static_assert(offsetof(SYSTEM_INFO, dwPageSize) == 4);
+static_assert(offsetof(SYSTEM_INFO, dwActiveProcessorMask) == 24);
+static_assert(offsetof(SYSTEM_INFO, dwNumberOfProcessors) == 32);
+static_assert(offsetof(SYSTEM_INFO, wProcessorRevision) == 46);
+static_assert(code(PROCESSOR_ARCHITECTURE_INTEL) == 0);
+static_assert(code(PROCESSOR_ARCHITECTURE_ARM) == 5);
+static_assert(code(PROCESSOR_ARCHITECTURE_IA64) == 6);
+static_assert(code(PROCESSOR_ARCHITECTURE_AMD64) == 9);
+static_assert(code(PROCESSOR_ARCHITECTURE_UNKNOWN) == 0xFFFF);
+
+// Shares.
+static_assert(code(MAX_PREFERRED_LENGTH) == 0xFFFFFFFF);
+static_assert(code(STYPE_DISKTREE) == 0);
+static_assert(code(STYPE_PRINTQ) == 1);
+static_assert(code(STYPE_DEVICE) == 2);
+static_assert(code(STYPE_IPC) == 3);
+static_assert(code(STYPE_SPECIAL) == 0x80000000);
+static_assert(sizeof(SHARE_INFO_502) == 72);
+static_assert(offsetof(SHARE_INFO_502, shi502_netname) == 0);
+static_assert(offsetof(SHARE_INFO_502, shi502_type) == 8);
+static_assert(offsetof(SHARE_INFO_502, shi502_remark) == 16);
+static_assert(offsetof(SHARE_INFO_502, shi502_max_uses) == 28);
+static_assert(offsetof(SHARE_INFO_502, shi502_path) == 40);
+static_assert(offsetof(SHARE_INFO_502, shi502_security_descriptor) == 64);
+static_assert(std::is_same_v<NET_API_STATUS, DWORD>);
+
 // Error codes.
 static_assert(code(ERROR_SUCCESS) == 0);
 static_assert(code(ERROR_INVALID_FUNCTION) == 1);
@@ -151,14 +198,19 @@ static_assert(code(ERROR_SHARING_VIOLATION) == 32);
 static_assert(code(ERROR_LOCK_VIOLATION) == 33);
 static_assert(code(ERROR_HANDLE_DISK_FULL) == 39);
 static_assert(code(ERROR_NOT_SUPPORTED) == 50);
+static_assert(code(ERROR_BAD_NETPATH) == 53);
 static_assert(code(ERROR_FILE_EXISTS) == 80);
 static_assert(code(ERROR_CANNOT_MAKE) == 82);
 static_assert(code(ERROR_INVALID_PARAMETER) == 87);
+static_assert(code(ERROR_NO_PROC_SLOTS) == 89);
 static_assert(code(ERROR_BROKEN_PIPE) == 109);
 static_assert(code(ERROR_DISK_FULL) == 112);
 static_assert(code(ERROR_CALL_NOT_IMPLEMENTED) == 120);
 static_assert(code(ERROR_INSUFFICIENT_BUFFER) == 122);
 static_assert(code(ERROR_INVALID_NAME) == 123);
+static_assert(code(ERROR_INVALID_LEVEL) == 124);
+static_assert(code(ERROR_BAD_EXE_FORMAT) == 193);
+static_assert(code(ERROR_ENVVAR_NOT_FOUND) == 203);
 static_assert(code(ERROR_MOD_NOT_FOUND) == 126);
 static_assert(code(ERROR_PROC_NOT_FOUND) == 127);
 static_assert(code(ERROR_DIR_NOT_EMPTY) == 145);
@@ -247,6 +299,30 @@ static_assert(code(WBEM_E_ILLEGAL_OPERATION) == 0x8004101E);
 static_assert(code(WBEM_E_INCOMPLETE_CLASS) == 0x80041020);
 static_assert(code(WBEM_E_INVALID_METHOD) == 0x8004102E);
 static_assert(code(WBEM_E_INVALID_METHOD_PARAMETERS) == 0x8004102F);
+
+// Registry.
+static_assert(sizeof(HKEY) == 8 && std::is_pointer_v<HKEY> && sizeof(REGSAM) == 4);
+static_assert(KEY_READ == 0x20019);
+static_assert(REG_NONE == 0 && REG_SZ == 1 && REG_EXPAND_SZ == 2 && REG_BINARY == 3);
+static_assert(REG_DWORD == 4 && REG_MULTI_SZ == 7 && REG_QWORD == 11);
+static_assert(code(ERROR_NO_MORE_ITEMS) == 259 && code(ERROR_BADDB) == 1009);
+static_assert(code(ERROR_REGISTRY_IO_FAILED) == 1016 && code(ERROR_KEY_DELETED) == 1018);
+
+/// A predefined key's number, which is a negative 32-bit one.
+std::int64_t keyNumber(HKEY key) {
+    return reinterpret_cast<std::intptr_t>(key);
+}
+
+TEST(Constants, PredefinedKeysHaveTheirNumbers) {
+    EXPECT_EQ(-2147483648LL, keyNumber(HKEY_CLASSES_ROOT));
+    EXPECT_EQ(-2147483647LL, keyNumber(HKEY_CURRENT_USER));
+    EXPECT_EQ(-2147483646LL, keyNumber(HKEY_LOCAL_MACHINE));
+    EXPECT_EQ(-2147483645LL, keyNumber(HKEY_USERS));
+    EXPECT_EQ(-2147483644LL, keyNumber(HKEY_PERFORMANCE_DATA));
+    EXPECT_EQ(-2147483643LL, keyNumber(HKEY_CURRENT_CONFIG));
+    EXPECT_EQ(-2147483568LL, keyNumber(HKEY_PERFORMANCE_TEXT));
+    EXPECT_EQ(-2147483552LL, keyNumber(HKEY_PERFORMANCE_NLSTEXT));
+}
 
 TEST(ConstantsContract, TheInvalidHandleIsAllOnes) {
     // An address, which the compiler cannot compare.

@@ -11,6 +11,9 @@ namespace Tallowmere::platform {
 #define KEST_TARGET_Time(name) &standin::name
 #define KEST_TARGET_Files(name) &standin::name
 #define KEST_TARGET_Transactions(name) &transactions::name
+#define KEST_TARGET_Registry(name) &standin::name
+#define KEST_TARGET_Processes(name) &standin::name
+#define KEST_TARGET_Network(name) &standin::name
 #define KEST_TARGET_Com(name) &standin::name
 #define KEST_TARGET_Runtime(name) &standin::name
 

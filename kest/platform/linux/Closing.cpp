@@ -12,6 +12,9 @@ BOOL CloseHandle(HANDLE handle) {
             return standin::closeMutex(handle);
         case HandleKind::File:
             return standin::closeFile(handle);
+        case HandleKind::Process:
+        case HandleKind::Thread:
+            return standin::closeProcess(handle);
         case HandleKind::Transaction:
             return closeTransaction(handle);
         default:

@@ -1,5 +1,5 @@
-// The calls of the family Files, on Linux files. Names are as linux/Names.h says. Share modes have no
-// counterpart here: nobody is ever kept out, and no call fails because of others.
+// The calls of the family Files, on Linux files. Names are as linux/Names.h says. Share modes have
+// no counterpart here: nobody is ever kept out, and no call fails because of others.
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <cwchar>
 #include <memory>
-#include <new>
 #include <string>
 
 #include "kest/platform/HandleTable.h"
@@ -15,8 +14,8 @@
 #include "kest/platform/linux/Descriptor.h"
 #include "kest/platform/linux/Errno.h"
 #include "kest/platform/linux/FinalPath.h"
-#include "kest/platform/linux/LongPath.h"
 #include "kest/platform/linux/Names.h"
+#include "kest/platform/linux/Place.h"
 #include "kest/platform/linux/Standins.h"
 
 namespace Tallowmere::platform::standin {
@@ -28,81 +27,6 @@ struct OpenFile {
     /// The path by which it was opened.
     std::string path;
 };
-
-/// Runs the part of a call that may fail. Its error becomes the last error; memory running out is
-/// one of them, since these calls throw nothing.
-template <class Body>
-bool succeeds(Body body) {
-    DWORD error = ERROR_NOT_ENOUGH_MEMORY;
-    try {
-        error = body();
-    } catch (const std::bad_alloc&) {
-    }
-    if (error != ERROR_SUCCESS) {
-        os().SetLastError(error);
-    }
-    return error == ERROR_SUCCESS;
-}
-
-/// A path as it is looked up: in `base`, under `rest`.
-struct Place {
-    /// Finds the way to the path. Returns 0 or an errno value.
-    int find() {
-        rest = reach(path, base, opened);
-        return rest == nullptr ? errno : 0;
-    }
-
-    std::string path;
-    /// A separator stood at the end, so only a directory will do. It is not part of `path`.
-    bool mustBeDirectory = false;
-    int base = AT_FDCWD;
-    const char* rest = nullptr;
-    Descriptor opened;
-};
-
-DWORD takePath(const wchar_t* wide, Place& place) {
-    if (wide == nullptr) {
-        return ERROR_PATH_NOT_FOUND;
-    }
-    const DWORD error = names::toNativePath(wide, place.path);
-    if (error != ERROR_SUCCESS) {
-        return error;
-    }
-    // Linux would follow a link for the sake of the separator behind it.
-    while (place.path.size() > 1 && place.path.back() == '/') {
-        place.path.pop_back();
-        place.mustBeDirectory = true;
-    }
-    return ERROR_SUCCESS;
-}
-
-/// Linux says ENOENT whether a file is missing or the directory that it should be in, and ENOTDIR
-/// when that is none; Windows tells the two apart.
-DWORD errorOfPlace(int error, const Place& place) {
-    switch (error) {
-        case ENOENT: {
-            if (place.rest == nullptr) {
-                return ERROR_PATH_NOT_FOUND;
-            }
-            std::string parent = place.rest;
-            const std::size_t separator = parent.rfind('/');
-            parent = separator == std::string::npos ? "."
-                     : separator == 0               ? "/"
-                                                    : parent.substr(0, separator);
-            struct stat status {};
-            const bool hasParent = fstatat(place.base, parent.c_str(), &status, 0) == 0 &&
-                                   S_ISDIR(status.st_mode);
-            return hasParent ? ERROR_FILE_NOT_FOUND : ERROR_PATH_NOT_FOUND;
-        }
-        case ENOTDIR:
-            return ERROR_PATH_NOT_FOUND;
-        case ENAMETOOLONG:
-            // A single name, since a path may be of any length here.
-            return ERROR_INVALID_NAME;
-        default:
-            return errorFromErrno(error);
-    }
-}
 
 FILETIME fileTime(const struct statx_timestamp& time) {
     constexpr std::int64_t kUnixEpoch = 11644473600;  // seconds from 1601 to 1970
@@ -138,13 +62,9 @@ DWORD attributesOf(const struct statx& status, const Place& place) {
 
 DWORD readAttributes(const wchar_t* path, WIN32_FILE_ATTRIBUTE_DATA& data) {
     Place place;
-    const DWORD error = takePath(path, place);
+    const DWORD error = findPlace(path, place);
     if (error != ERROR_SUCCESS) {
         return error;
-    }
-    const int lost = place.find();
-    if (lost != 0) {
-        return errorOfPlace(lost, place);
     }
     struct statx status {};
     if (statx(place.base, place.rest, AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS | STATX_BTIME,
@@ -171,13 +91,9 @@ DWORD readAttributes(const wchar_t* path, WIN32_FILE_ATTRIBUTE_DATA& data) {
 
 DWORD openFile(const wchar_t* path, DWORD access, DWORD flags, OpenFile& file) {
     Place place;
-    const DWORD error = takePath(path, place);
+    const DWORD error = findPlace(path, place);
     if (error != ERROR_SUCCESS) {
         return error;
-    }
-    const int lost = place.find();
-    if (lost != 0) {
-        return errorOfPlace(lost, place);
     }
     // Not blocking, or a FIFO without a writer would hold the caller. Without any access asked for,
     // what may not be read, and what cannot be opened at all, can still be named.
@@ -202,6 +118,12 @@ DWORD openFile(const wchar_t* path, DWORD access, DWORD flags, OpenFile& file) {
 }
 
 }  // namespace
+
+DWORD GetFileAttributesW(const wchar_t* path) {
+    WIN32_FILE_ATTRIBUTE_DATA data{};
+    return succeeds([&] { return readAttributes(path, data); }) ? data.dwFileAttributes
+                                                                : INVALID_FILE_ATTRIBUTES;
+}
 
 BOOL GetFileAttributesExW(const wchar_t* path, GET_FILEEX_INFO_LEVELS level, void* data) {
     return succeeds([&]() -> DWORD {

@@ -119,15 +119,10 @@ bool addLine(const std::string& path, const std::string& line) {
     return false;
 }
 
-/// So that the new name outlasts a power cut; some file systems do not know how, which is no
-/// failure.
-void syncFolderOf(const std::string& path) {
+Descriptor openFolderOf(const std::string& path) {
     const std::size_t slash = path.rfind('/');
     const std::string folder = slash == path.npos ? "." : path.substr(0, slash + 1);
-    const Descriptor directory(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (directory) {
-        (void)::fsync(directory.get());
-    }
+    return Descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
 }
 
 /// The lock goes with the descriptor.
@@ -177,10 +172,13 @@ HRESULT requestRestore(std::uint32_t sequenceNumber, LONG& answer) {
         return WBEM_S_NO_ERROR;
     }
     const std::string requests = path + ".restores";
-    if (!lock(file.get()) || !addLine(requests, requestLine(sequenceNumber))) {
+    const Descriptor folder = openFolderOf(requests);
+    if (!folder || !lock(folder.get()) || !addLine(requests, requestLine(sequenceNumber))) {
         return WBEM_E_PROVIDER_FAILURE;
     }
-    syncFolderOf(requests);
+    // So that the new name outlasts a power cut. Some file systems do not know how, which is no
+    // failure.
+    (void)::fsync(folder.get());
     answer = ERROR_SUCCESS;
     return WBEM_S_NO_ERROR;
 }

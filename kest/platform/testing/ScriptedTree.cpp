@@ -85,6 +85,8 @@ struct ScriptedTree::Replacements {
     ScopedCall<&Calls::RemoveDirectoryTransactedW> removeDirectory;
     ScopedCall<&Calls::CreateFileW> createFile;
     ScopedCall<&Calls::GetFinalPathNameByHandleW> finalPath;
+    ScopedCall<&Calls::GetFileAttributesW> plainAttributes;
+    ScopedCall<&Calls::CreateSymbolicLinkW> createPlainLink;
 };
 
 ScriptedTree::Replacements::Replacements(ScriptedTree& tree)
@@ -167,7 +169,7 @@ ScriptedTree::Replacements::Replacements(ScriptedTree& tree)
           const std::wstring call = callText(L"CreateSymbolicLinkTransactedW", quoted(link),
                                              quoted(target), decimal(flags), tree.nameOf(handle));
           return tree.perform(call, [&]() -> DWORD {
-              return tree.isIn(handle) ? tree.createLink(link, target, flags)
+              return tree.isIn(handle) ? ScriptedTree::createLink(tree.m_view, link, target, flags)
                                        : ERROR_INVALID_HANDLE;
           });
       }),
@@ -202,6 +204,23 @@ ScriptedTree::Replacements::Replacements(ScriptedTree& tree)
           DWORD length = 0;
           (void)tree.perform(call, [&] { return tree.finalPath(handle, buffer, size, length); });
           return length;
+      }),
+      plainAttributes([&tree](const wchar_t* path) {
+          DWORD result = INVALID_FILE_ATTRIBUTES;
+          (void)tree.perform(callText(L"GetFileAttributesW", quoted(path)), [&] {
+              int node = 0;
+              const DWORD error = tree.m_world.find(path, false, node);
+              result =
+                  error == ERROR_SUCCESS ? tree.m_world[node].attributes : INVALID_FILE_ATTRIBUTES;
+              return error;
+          });
+          return result;
+      }),
+      createPlainLink([&tree](const wchar_t* link, const wchar_t* target, DWORD flags) -> BOOLEAN {
+          const std::wstring call =
+              callText(L"CreateSymbolicLinkW", quoted(link), quoted(target), decimal(flags));
+          return tree.perform(
+              call, [&] { return ScriptedTree::createLink(tree.m_world, link, target, flags); });
       }) {}
 
 ScriptedTree::ScriptedTree()
@@ -391,20 +410,21 @@ DWORD ScriptedTree::copyFile(const wchar_t* source, const wchar_t* destination) 
     return error;
 }
 
-DWORD ScriptedTree::createLink(const wchar_t* path, const wchar_t* target, DWORD flags) {
+DWORD ScriptedTree::createLink(ScriptedWorld& world, const wchar_t* path, const wchar_t* target,
+                               DWORD flags) {
     int node = 0;
-    if (m_view.find(path, false, node) == ERROR_SUCCESS) {
+    if (world.find(path, false, node) == ERROR_SUCCESS) {
         return ERROR_ALREADY_EXISTS;
     }
     ScriptedWorld::Node link;
-    const DWORD error = m_view.findPlace(path, node, link.name);
+    const DWORD error = world.findPlace(path, node, link.name);
     if (error == ERROR_SUCCESS) {
         link.attributes = FILE_ATTRIBUTE_REPARSE_POINT |
                           ((flags & SYMBOLIC_LINK_FLAG_DIRECTORY) != 0 ? FILE_ATTRIBUTE_DIRECTORY
                                                                        : FILE_ATTRIBUTE_ARCHIVE);
         link.tag = IO_REPARSE_TAG_SYMLINK;
         link.content = target;
-        (void)m_view.add(node, std::move(link));
+        (void)world.add(node, std::move(link));
     }
     return error;
 }

@@ -13,8 +13,9 @@
 
 namespace Tallowmere::platform::testing {
 
-/// A world in memory for tests of the tree walk. While it lives it answers the eleven calls of the
-/// family Transactions, and CreateFileW and GetFinalPathNameByHandleW, by the rules of Windows:
+/// A world in memory for tests of the tree walk and of links. While it lives it answers the eleven
+/// calls of the family Transactions, and GetFileAttributesW, CreateFileW, GetFinalPathNameByHandleW
+/// and CreateSymbolicLinkW, by the rules of Windows:
 /// names without regard to case, links followed on the way, "\\?\" understood once, a transaction
 /// that sees its own changes while all others see the state from before its commit. It keeps each
 /// call with all its arguments as text.
@@ -98,7 +99,8 @@ private:
     DWORD findFirst(const std::wstring& pattern, WIN32_FIND_DATAW& data, HANDLE& handle);
     DWORD createDirectory(const wchar_t* path);
     DWORD copyFile(const wchar_t* source, const wchar_t* destination);
-    DWORD createLink(const wchar_t* path, const wchar_t* target, DWORD flags);
+    static DWORD createLink(ScriptedWorld& world, const wchar_t* path, const wchar_t* target,
+                            DWORD flags);
     DWORD removeFile(const wchar_t* path);
     DWORD removeDirectory(const wchar_t* path);
     DWORD open(const wchar_t* path, DWORD flags, HANDLE& handle);

@@ -23,7 +23,11 @@ inline std::wstring nameOf(const std::wstring& text) {
     return text.substr(lastSeparator(text) + 1);
 }
 
+/// The reverse of the two above: a name in the current directory is called by its name alone.
 inline std::wstring join(const std::wstring& parent, const std::wstring& name) {
+    if (parent == L".") {
+        return name;
+    }
     return !parent.empty() && parent.back() == L'/' ? parent + name : parent + L"/" + name;
 }
 

@@ -136,7 +136,7 @@ TEST_F(RoundTrip, ListsTenThousandPoints) {
     EXPECT_TRUE(hasLine(L"INFO SystemRestoreWin: 10000 restore points"));
     EXPECT_EQ(before, liveObjects());
     EXPECT_TRUE(restore(10000));
-    EXPECT_EQ("2026-11-16T05:35:54Z 10000\n", file.requests());
+    EXPECT_EQ("2026-11-16T03:35:54Z 10000\n", file.requests());
     // The instance with the number is left behind.
     EXPECT_EQ(before + 1, liveObjects());
 }
@@ -147,7 +147,7 @@ TEST_F(RoundTrip, RecordsWhatWasAskedToBeRestored) {
     EXPECT_TRUE(hasLine(L"INFO SystemRestoreWin: SystemRestore::Restore() returned0"));
     EXPECT_TRUE(restore(4294967295));
     EXPECT_TRUE(restore(12));
-    EXPECT_EQ("2026-11-16T05:35:54Z 12\n2026-11-16T05:35:54Z 4294967295\n2026-11-16T05:35:54Z 12\n",
+    EXPECT_EQ("2026-11-16T03:35:54Z 12\n2026-11-16T03:35:54Z 4294967295\n2026-11-16T03:35:54Z 12\n",
               file.requests());
     EXPECT_FALSE(file.tree().exists("points.mof.restores.new"));
 }
@@ -224,7 +224,7 @@ TEST_F(RoundTrip, ARequestReplacesWhatAnEndedProcessLeft) {
     file.tree().write("points.mof.restores.new", "half a li");
     file.tree().write("points.mof.restores", "2026-11-15T00:00:00Z 11\n");
     EXPECT_TRUE(restore(12));
-    EXPECT_EQ("2026-11-15T00:00:00Z 11\n2026-11-16T05:35:54Z 12\n", file.requests());
+    EXPECT_EQ("2026-11-15T00:00:00Z 11\n2026-11-16T03:35:54Z 12\n", file.requests());
     EXPECT_FALSE(file.tree().exists("points.mof.restores.new"));
 }
 
@@ -244,7 +244,7 @@ TEST_F(RoundTrip, RequestsOfSeveralThreadsAreAllThere) {
     }
     std::string expected;
     for (int i = 0; i < 40; ++i) {
-        expected += "2026-11-16T05:35:54Z 12\n";
+        expected += "2026-11-16T03:35:54Z 12\n";
     }
     EXPECT_EQ(expected, file.requests());
 }

@@ -37,4 +37,8 @@ std::wstring fullPath(const std::wstring& path) {
     return full;
 }
 
+std::wstring plainText(const std::wstring& argument) {
+    return argument;
+}
+
 }  // namespace Tallowmere::command

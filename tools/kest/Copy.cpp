@@ -1,0 +1,13 @@
+#include <kest/kest.h>
+
+#include "FullPath.h"
+#include "Verbs.h"
+
+namespace Tallowmere::command {
+
+bool copyTree(const Call& call) {
+    CopyDirectoryTransacted(fullPath(call.operands[0]), fullPath(call.operands[1]));
+    return true;
+}
+
+}  // namespace Tallowmere::command

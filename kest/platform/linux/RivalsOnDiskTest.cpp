@@ -39,7 +39,7 @@ constexpr int kFolders = 4;
 constexpr int kFiles = 5;
 /// How often each rival replaces the tree at least. It goes on until the reader has seen a whole
 /// one.
-constexpr int kRounds = 20;
+constexpr int kRounds = 10;
 constexpr int kMostRounds = 300;
 
 const char* const kStage = ".kest-0123456789abcdef0123456789abcdef";

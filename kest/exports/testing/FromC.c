@@ -11,6 +11,9 @@ const char* checkCopyLinkFromC(const wchar_t* source, const wchar_t* destination
     wchar_t left[] = L"left from before";
     wchar_t* error = left;
     if (CopyLink(source, destination, &error) != (text == NULL)) {
+        if (error != left) {
+            deleteKESTArray(&error);
+        }
         return "the result";
     }
     if (error == left) {

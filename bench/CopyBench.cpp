@@ -10,10 +10,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Replaces a tree of 400 files of 4 KiB in 8 folders, durably, with its trace thrown away; beside it
-/// what a plain recursive copy takes that is neither durable nor all-or-nothing. On a file system
-/// without a journal the figures swing by a factor of ten after a mass deletion: compare them on a
-/// journaled one, or set TMPDIR to a tmpfs.
+/// Replaces a tree of 400 files of 4 KiB in 8 folders, durably, with its trace thrown away; beside
+/// it what a plain recursive copy takes that is neither durable nor all-or-nothing. On a file
+/// system without a journal the figures swing by a factor of ten after a mass deletion: compare
+/// them on a journaled one, or set TMPDIR to a tmpfs.
 class Trees {
 public:
     Trees() : m_folder(fs::temp_directory_path() / "kest-bench-copy") {

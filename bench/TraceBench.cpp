@@ -6,8 +6,8 @@
 
 namespace {
 
-/// A trace line to a file against the least that it could cost: one unbuffered write of as many bytes.
-/// The roll-over keeps both files small.
+/// A trace line to a file against the least that it could cost: one unbuffered write of as many
+/// bytes. The roll-over keeps both files small.
 const std::string kFolder = (std::filesystem::temp_directory_path() / "kest-bench").string();
 
 void traceLine(benchmark::State& state) {

@@ -1,5 +1,5 @@
-// A host as small as can be, for measuring whole processes: copies or deletes one tree with its trace
-// in a file.
+// A host as small as can be, for measuring whole processes: copies or deletes one tree with its
+// trace in a file.
 
 #include <kest/c_api.h>
 #include <kest/kest.h>
@@ -11,7 +11,8 @@ int main(int argc, char** argv) {
     const bool copies = argc == 5 && std::strcmp(argv[1], "copy") == 0;
     const bool deletes = argc == 4 && std::strcmp(argv[1], "delete") == 0;
     if (!copies && !deletes) {
-        std::fputs("kest_trees copy SOURCE DESTINATION TRACE | kest_trees delete TREE TRACE\n", stderr);
+        std::fputs("kest_trees copy SOURCE DESTINATION TRACE | kest_trees delete TREE TRACE\n",
+                   stderr);
         return 2;
     }
     const char* const trace = argv[argc - 1];

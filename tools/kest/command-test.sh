@@ -121,7 +121,9 @@ compare "about: the processor" "processor           AMD64" "$(tr -d '\r' <about.
 expect "a link that is none" 1 "" "kest: old is not a link" link old copy
 expect "a link that is not there" 1 "" "kest: nowhere Ж does not exist" link 'nowhere Ж' copy
 compare "no link is made" "" "$(ls -d copy 2>/dev/null)"
-not_found='The system cannot find the file specified.'
+not_found="The system cannot find the file specified."
+# Wine has a text of its own for it.
+[ ${#kest[@]} = 1 ] || not_found="File not found."
 printf '<port> 8080 </port>\n<empty></empty>\n' >settings.xml
 expect "a property" 0 " 8080 " "" property settings.xml port
 expect "an empty property" 0 "" "" property settings.xml empty

@@ -22,14 +22,7 @@
 #include "kest/platform/linux/Closing.h"
 #include "kest/platform/linux/Errno.h"
 #include "kest/platform/linux/Standins.h"
-
-#if defined(__SANITIZE_THREAD__)
-#define KEST_THREAD_SANITIZER 1
-#elif defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-#define KEST_THREAD_SANITIZER 1
-#endif
-#endif
+#include "kest/platform/linux/ThreadSanitizer.h"
 
 namespace Tallowmere::platform::standin {
 namespace {

@@ -15,8 +15,10 @@
 namespace Tallowmere {
 namespace {
 
+using platform::Calls;
 using platform::testing::Fault;
 using platform::testing::FaultSpan;
+using platform::testing::ScopedCall;
 using platform::testing::sweepFaults;
 using testing::ScriptedWmi;
 using Texts = std::vector<std::wstring>;
@@ -246,6 +248,25 @@ TEST_F(RestoreSystem, GivesBackWhenThereIsNoMemoryForItsTexts) {
         EXPECT_EQ(Texts(), wmi.leftBehind());
         EXPECT_EQ(0, wmi.comUses());
     }
+}
+
+TEST_F(RestoreSystem, ReportsThatTheTraceThrowsAtItsFirstLine) {
+    wchar_t left[] = L"left from before";
+    wchar_t* result = left;
+    const ScopedCall<&Calls::GetSystemTime> time([&](SYSTEMTIME* now) {
+        if (time.count() == 1) {
+            throw std::bad_alloc();
+        }
+        time.original(now);
+    });
+    EXPECT_FALSE(restoreSystem(12, &result));
+    ASSERT_NE(nullptr, result);
+    EXPECT_NE(left, result);
+    EXPECT_EQ(convertToWString(std::bad_alloc().what()), result);
+    deleteKESTArray(&result);
+    // As after any exception: there is nothing to give back, and COM is ended all the same.
+    EXPECT_EQ(Texts{L"CoUninitialize()"}, wmi.calls());
+    EXPECT_EQ(kCleanUp, trace.lines());
 }
 
 TEST_F(RestoreSystem, AForeignExceptionPassesThrough) {

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <exception>
+#include <optional>
 #include <string>
 
 #include "kest/diagnostics/Log.h"
@@ -28,7 +29,8 @@ constexpr HRESULT kNoObject = E_POINTER;
 class RestoreCall {
 public:
     /// Returns whether the service answered; if not, `message` says why and nothing is given back.
-    /// An exception of the standard family leaves nothing behind.
+    /// Our choice: after an exception of the standard family all is given back that is given back
+    /// after a success; nobody else could do it any more.
     bool perform(IWbemServices* services, LONG sequenceNumber, std::string& message);
 
     void release();
@@ -138,12 +140,16 @@ void RestoreCall::release() {
 }  // namespace
 
 bool restoreSystem(unsigned long sequenceNumber, wchar_t** error) {
-    const FunctionTrace trace("Tallowmere::restoreSystem", KEST_MODULE, __LINE__);
-    *error = nullptr;
+    // Made inside of the handler's reach, since a caller in C could not catch what the trace
+    // throws, and ended outside of it, since the clean-up after a failure belongs between its two
+    // lines.
+    std::optional<FunctionTrace> trace;
     IWbemLocator* locator = nullptr;
     IWbemServices* services = nullptr;
     RestoreCall call;
     try {
+        trace.emplace("Tallowmere::restoreSystem", KEST_MODULE, __LINE__);
+        *error = nullptr;
         wmi::setWmiInfo(L"ROOT\\DEFAULT", &locator, &services);
         std::string message;
         const auto number = static_cast<LONG>(static_cast<std::uint32_t>(sequenceNumber));
@@ -157,6 +163,8 @@ bool restoreSystem(unsigned long sequenceNumber, wchar_t** error) {
         return true;
     } catch (const std::exception& failure) {
         wmi::cleanPointers(nullptr, locator, services);
+        // Stays so when there is no memory for the text either.
+        *error = nullptr;
         *error = allocateString(failure.what());
         return false;
     }

@@ -103,6 +103,9 @@ private:
 
     std::vector<Section> m_sections;
     std::size_t m_current = 0;
+    /// Files that include each other without end were met; nothing is included from then on. One
+    /// that includes itself twice would be read 2 to the power of kMostIncludes times otherwise.
+    bool m_isEndless = false;
 };
 
 int readWhole(const std::string& path, std::string& text) {
@@ -194,7 +197,8 @@ void Reader::takeLine(std::string_view line, const std::string& path, int depth)
 
 /// Our choice: a relative name is looked for beside the file that includes it.
 void Reader::include(std::string_view value, const std::string& from, int depth) {
-    if (value.empty() || depth == kMostIncludes) {
+    m_isEndless = m_isEndless || depth == kMostIncludes;
+    if (value.empty() || m_isEndless) {
         return;
     }
     std::string path(value);

@@ -165,6 +165,12 @@ TEST_F(SambaConfiguration, OtherFilesAreIncluded) {
     EXPECT_EQ("from two", configuration.shares[0].comment);
 }
 
+TEST_F(SambaConfiguration, AFileThatIncludesItselfAgainAndAgainComesToAnEnd) {
+    tree.write("twice.conf", "[d]\npath=/d\ninclude = twice.conf\ninclude = twice.conf\npath=/e\n");
+    EXPECT_EQ((Texts{"a 0 /a", "d 0 /e"}),
+              sharesOf("[a]\npath=/a\ninclude = " + (tree / "twice.conf").native() + "\n"));
+}
+
 TEST_F(SambaConfiguration, CommentAndNumberOfUsers) {
     (void)sharesOf(
         "[a]\npath=/a\ncomment = Files of %S \n"

@@ -153,9 +153,10 @@ int Reader::read(const std::string& path, int depth) {
         if (line.empty() && (content.empty() || content[0] == ';' || content[0] == '#')) {
             continue;
         }
-        if (!piece.empty() && piece.back() == '\\' && start < text.size()) {
-            piece.remove_suffix(1);
-            line.append(piece);
+        // As Samba has it: blanks behind the backslash do not count, and without a line end behind
+        // it the backslash is an ordinary character.
+        if (!content.empty() && content.back() == '\\' && end < text.size()) {
+            line.append(piece.data(), content.data() + content.size() - 1);
             continue;
         }
         line.append(piece);

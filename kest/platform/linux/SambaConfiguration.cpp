@@ -103,6 +103,9 @@ private:
 
     std::vector<Section> m_sections;
     std::size_t m_current = 0;
+    /// Files that include each other without end were met; nothing is included from then on. One
+    /// that includes itself twice would be read 2 to the power of kMostIncludes times otherwise.
+    bool m_isEndless = false;
 };
 
 int readWhole(const std::string& path, std::string& text) {
@@ -150,9 +153,10 @@ int Reader::read(const std::string& path, int depth) {
         if (line.empty() && (content.empty() || content[0] == ';' || content[0] == '#')) {
             continue;
         }
-        if (!piece.empty() && piece.back() == '\\' && start < text.size()) {
-            piece.remove_suffix(1);
-            line.append(piece);
+        // As Samba has it: blanks behind the backslash do not count, and without a line end behind
+        // it the backslash is an ordinary character.
+        if (!content.empty() && content.back() == '\\' && end < text.size()) {
+            line.append(piece.data(), content.data() + content.size() - 1);
             continue;
         }
         line.append(piece);
@@ -194,7 +198,8 @@ void Reader::takeLine(std::string_view line, const std::string& path, int depth)
 
 /// Our choice: a relative name is looked for beside the file that includes it.
 void Reader::include(std::string_view value, const std::string& from, int depth) {
-    if (value.empty() || depth == kMostIncludes) {
+    m_isEndless = m_isEndless || depth == kMostIncludes;
+    if (value.empty() || m_isEndless) {
         return;
     }
     std::string path(value);

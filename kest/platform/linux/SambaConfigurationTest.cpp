@@ -77,9 +77,15 @@ TEST_F(SambaConfiguration, ABackslashAtTheEndContinuesTheLine) {
                                                       "path = /one\\\n"
                                                       "/two\\\r\n"
                                                       "/three\n"));
+    // Blanks behind the backslash cannot be seen, and those before it belong to the line.
+    EXPECT_EQ((Texts{"a 0 /one /two/three"}),
+              sharesOf("[a]\npath = /one \\ \t\n/two\\\t\r\n/three\n"));
     // A comment is not continued, and there may be nothing to continue with.
     EXPECT_EQ((Texts{"a 0 /a"}), sharesOf("[a]\n# comment \\\npath = /a\n"));
-    EXPECT_EQ((Texts{"a 0 /a\\"}), sharesOf("[a]\npath = /a\\\n"));
+    EXPECT_EQ((Texts{"a 0 /a"}), sharesOf("[a]\npath = /a\\\n"));
+    // Where no line ends, none is continued.
+    EXPECT_EQ((Texts{"a 0 /a\\"}), sharesOf("[a]\npath = /a\\"));
+    EXPECT_EQ((Texts{"a 0 /a\\b"}), sharesOf("[a]\npath = /a\\b\n"));
     // What continues a line is no comment.
     EXPECT_EQ((Texts{"a 0 /a#b"}), sharesOf("[a]\npath = /a\\\n#b\n"));
 }
@@ -163,6 +169,12 @@ TEST_F(SambaConfiguration, OtherFilesAreIncluded) {
                        "include = " +
                        (tree / "loop.conf").native() + "\n"));
     EXPECT_EQ("from two", configuration.shares[0].comment);
+}
+
+TEST_F(SambaConfiguration, AFileThatIncludesItselfAgainAndAgainComesToAnEnd) {
+    tree.write("twice.conf", "[d]\npath=/d\ninclude = twice.conf\ninclude = twice.conf\npath=/e\n");
+    EXPECT_EQ((Texts{"a 0 /a", "d 0 /e"}),
+              sharesOf("[a]\npath=/a\ninclude = " + (tree / "twice.conf").native() + "\n"));
 }
 
 TEST_F(SambaConfiguration, CommentAndNumberOfUsers) {

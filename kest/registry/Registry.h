@@ -23,13 +23,11 @@ public:
     /// Is handed the text of one value after the other.
     class KEST_API Function {
     public:
-        virtual ~Function();
-        virtual void operator()(const std::wstring& value) = 0;
-
-    protected:
         Function() = default;
         Function(const Function&) = default;
         Function& operator=(const Function&) = default;
+        virtual ~Function();
+        virtual void operator()(const std::wstring& value) = 0;
     };
 
     /// Stores the text of a value of the key in `value`; a null name means the key's default value.

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <functional>
 #include <stdexcept>
+#include <type_traits>
 
 #include "kest/diagnostics/SystemErrors.h"
 #include "kest/platform/Calls.h"
@@ -425,6 +426,13 @@ TEST_F(RegistryTest, ClosesWhateverItOpened) {
                           [&](const Fault&) { EXPECT_EQ(opened, closed); }),
               30);
 }
+
+// Nothing but the table of its operations, which copying leaves alone.
+static_assert(sizeof(Registry::Function) == sizeof(void*));
+static_assert(std::is_abstract_v<Registry::Function>);
+static_assert(std::has_virtual_destructor_v<Registry::Function>);
+static_assert(std::is_copy_assignable_v<Registry::Function>);
+static_assert(std::is_copy_constructible_v<Collector>);
 
 }  // namespace
 }  // namespace Tallowmere

@@ -48,6 +48,13 @@ Stamp stampOf(const struct stat& status) {
 
 /// The last file that was read.
 struct Cache {
+    /// As before the first file.
+    void forget() {
+        isSettled = false;
+        path = {};
+        state = {};
+    }
+
     std::mutex mutex;
     std::string path;
     Stamp stamp;
@@ -59,6 +66,15 @@ struct Cache {
 Cache& cache() {
     // Never destroyed: the registry may be read until the process ends.
     static Cache* const s_cache = new Cache;
+    // A host may load and unload the library many times: what a file held goes with it. Who reads
+    // after that reads the file again.
+    struct Unload {
+        ~Unload() {
+            const std::lock_guard<std::mutex> guard(s_cache->mutex);
+            s_cache->forget();
+        }
+    };
+    static const Unload s_unload;
     return *s_cache;
 }
 
@@ -142,9 +158,8 @@ RegistryState readThroughCache(const std::string& path) {
     if (isThere && last.isSettled && last.path == path && last.stamp == stampOf(status)) {
         return last.state;
     }
-    last.isSettled = false;
+    last.forget();
     last.path = path;
-    last.state = {};
     last.state = readFile(path, last.stamp, last.isSettled);
     return last.state;
 }

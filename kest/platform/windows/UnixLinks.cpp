@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <vector>
 
+#include "kest/platform/windows/Handle.h"
 #include "kest/platform/windows/WindowsPaths.h"
 
 // After Win32.h, which it needs.
@@ -46,6 +47,31 @@ bool unixPlaceOf(HANDLE file, std::wstring& path) {
     return true;
 }
 
+namespace {
+
+/// Whether an entry's place is that of its parent and its name: for a drive that is so new that Wine
+/// still calls its folders by another drive's letter.
+bool standsInParent(const std::wstring& place, const std::wstring& path) {
+    const std::size_t end = path.find_last_of(L'\\');
+    if (end == std::wstring::npos || end + 1 == path.size()) {
+        return false;
+    }
+    // With its separator, which the root of a drive needs.
+    const Handle parent(::CreateFileW(path.substr(0, end + 1).c_str(), FILE_READ_ATTRIBUTES,
+                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                      nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    std::wstring folder;
+    if (!parent || !unixPlaceOf(parent.get(), folder)) {
+        return false;
+    }
+    if (folder.back() != L'\\') {
+        folder += L'\\';
+    }
+    return paths::fold(place) == paths::fold(folder + path.substr(end + 1));
+}
+
+}  // namespace
+
 DWORD refuseUnixLink(HANDLE file, const std::wstring& path) {
     if (!isWine()) {
         return ERROR_SUCCESS;
@@ -57,7 +83,10 @@ DWORD refuseUnixLink(HANDLE file, const std::wstring& path) {
         return ERROR_NOT_SUPPORTED;
     }
     std::wstring place;
-    const bool isItself = unixPlaceOf(file, place) && paths::fold(place) == paths::fold(path);
+    if (!unixPlaceOf(file, place)) {
+        return ERROR_NOT_SUPPORTED;
+    }
+    const bool isItself = paths::fold(place) == paths::fold(path) || standsInParent(place, path);
     return isItself ? ERROR_SUCCESS : ERROR_NOT_SUPPORTED;
 }
 

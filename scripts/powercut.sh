@@ -98,7 +98,7 @@ trap 'exit 143' TERM
 unmount() {
     local _
     for _ in 1 2 3; do
-        mountpoint -q "$disk/work/to" && umount "$disk/work/to"
+        mountpoint -q "$disk/area/to" && umount "$disk/area/to"
         ! mountpoint -q "$disk" || umount "$disk" && break
         sleep 0.1
     done
@@ -156,12 +156,12 @@ make_disk() {
     btrfs) truncate -s 256M "$image" && mkfs.btrfs -q "$image" >/dev/null 2>&1 ;;
     esac
     mount_disk -o loop "$image"
-    mkdir "$disk/work" "$disk/canary" "$disk/small"
+    mkdir "$disk/area" "$disk/canary" "$disk/small"
     echo alive >"$disk/canary/bird"
     echo small >"$disk/small/file"
     cp -a "$base/trees/new" "$disk/from"
-    cp -a "$base/trees/old" "$disk/work/to"
-    ln -s ../../canary "$disk/work/to/canary"
+    cp -a "$base/trees/old" "$disk/area/to"
+    ln -s ../../canary "$disk/area/to/canary"
     sync -f "$disk"
     unmount
     fallocate -d "$image"
@@ -197,8 +197,8 @@ record() {
     done
     loop=$(losetup --find --show "$fuse/disk")
     mount_disk "$loop"
-    to=$disk/work/to
-    [[ $kind != create ]] || to=$disk/work/made
+    to=$disk/area/to
+    [[ $kind != create ]] || to=$disk/area/made
     [[ $kind != many ]] || mount --bind "$to" "$to"
     old=$(tree "$to")
     source=$(names "$disk/from")
@@ -264,7 +264,7 @@ check() {
                 complain "neither old nor new before the next operation"
             fi
             # The next operation, as harmless as one can be.
-            "$kest" copy "$disk/small" "${beside:=$disk/work/beside}" >"$base/output" 2>&1 ||
+            "$kest" copy "$disk/small" "${beside:=$disk/area/beside}" >"$base/output" 2>&1 ||
                 complain "the next operation failed: $(cat "$base/output")"
             "$kest" delete "$beside" >"$base/output" 2>&1 ||
                 complain "the operation after it failed: $(cat "$base/output")"
@@ -285,7 +285,7 @@ check() {
         [[ -n $must_fail || -z $bad || $what == lost ]] || what=torn
         if [[ -z $must_fail && $what != torn ]]; then
             beside=$(find "$disk" -name '.kest-*' -prune
-                find "$disk/work" -mindepth 1 -maxdepth 1 ! -name to ! -name made ! -name '.kest-*')
+                find "$disk/area" -mindepth 1 -maxdepth 1 ! -name to ! -name made ! -name '.kest-*')
             if [[ -n $beside ]]; then
                 complain "left over: $beside"
                 left=$((left + 1))

@@ -71,7 +71,7 @@ TEST_F(Containment, TheSourceItself) {
     EXPECT_EQ("same", verdict(L"C:\\Work\\Src", L"C:\\Work\\Src"));
     EXPECT_EQ("same", verdict(L"C:\\Work\\Src", L"c:\\wORK\\sRC"));
     EXPECT_EQ("same", verdict(L"C:\\Work\\Src", L"C:\\Work\\Src\\"));
-    EXPECT_EQ("same", verdict(L"C:\\Work\\Src\\", L"C:/Work/Src"));
+    EXPECT_EQ("same", verdict(L"C:\\Docs\\Src\\", L"C:/Docs/Src"));
     EXPECT_EQ("same", verdict(L"C:\\Work\\Src", L"C:\\Work\\Src\\."));
     EXPECT_EQ("same", verdict(L"C:\\Work\\Src", L"C:\\Work\\Src\\Sub\\.."));
     EXPECT_EQ("same", verdict(L"C:\\Work\\.\\Src", L"C:\\Other\\..\\Work\\Src"));

@@ -27,7 +27,13 @@ while (($# > 0)); do
     --cuts) cuts=${2:?} && shift ;;
     --seed) seed=${2:?} && shift ;;
     --keep) keep=${2:?} && shift ;;
-    --only) only=${2:?} && shift ;;
+    --only)
+        only=${2:?} && shift
+        case $only in
+        replace | create | delete | many | rm-and-cp | no-syncfs | no-fsync) ;;
+        *) echo "powercut.sh: unknown change $only" >&2 && exit 2 ;;
+        esac
+        ;;
     ext4 | xfs | btrfs | ext4-nojournal) systems+=("$1") ;;
     *)
         sed -n '2,/^set/{s/^# \{0,1\}//;/^set/d;p}' "$0" >&2

@@ -167,18 +167,14 @@ int renameAt(int from, const char* fromName, int to, const char* toName, unsigne
     if (result == 0 || errno != EACCES) {
         return result;
     }
-    const Movable left(from, fromName);
-    const Movable right(to, toName);
-    if (!left.isChanged() && !right.isChanged()) {
+    const Movable source(from, fromName);
+    const Movable target(to, toName);
+    if (!source.isChanged() && !target.isChanged()) {
         errno = EACCES;
         return -1;
     }
     return attempt();
 }
-
-}  // namespace
-
-namespace {
 
 bool isSeparator(wchar_t unit) {
     return unit == L'\\' || unit == L'/';
@@ -502,8 +498,8 @@ DWORD LinuxDisk::exchange(const DirectoryPtr& left, const std::wstring& leftName
 
 DWORD LinuxDisk::syncVolume(const DirectoryPtr& directory) {
     const DWORD error = answer(syncfs(descriptor(directory)));
-    // Without a journal, the kernel writes the last of the names and inodes after it has flushed the
-    // disk: what a directory asks for flushes once more.
+    // Without a journal, the kernel writes the last of the names and inodes after it has flushed
+    // the disk: what a directory asks for flushes once more.
     return error == ERROR_SUCCESS ? syncDirectory(directory) : error;
 }
 

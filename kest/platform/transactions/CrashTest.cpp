@@ -35,7 +35,7 @@ TEST_P(CrashTest, StoppedAtEachStep) {
                     << "stopped before step " << step << " (" << nameOf(disk.clock.met()) << ")\n"
                     << difference(trial.before, seen);
             }
-            recoveries.addLeft(store, Expected::OldOrNew, [&] {
+            recoveries.addFound(store, Expected::OldOrNew, [&] {
                 return "killed before step " + std::to_string(step) + " (" +
                        nameOf(disk.clock.met()) + ")";
             });

@@ -109,7 +109,7 @@ TEST_P(FailureTest, OnceEachStep) {
             const Snapshot found = everything(store);
             EXPECT_EQ("", difference(expected, isClearing(failed) ? withoutStages(found) : found))
                 << how();
-            recoveries.addLeft(store, isDone ? Expected::New : Expected::Old, how);
+            recoveries.addFound(store, isDone ? Expected::New : Expected::Old, how);
             if (failed == Primitive::SameVolume) {
                 return;
             }
@@ -128,7 +128,8 @@ TEST_P(FailureTest, EachTimeFromAStepOn) {
     const int runs = sweep(
         trial, MemoryFaultSpan::SamePrimitive, [](const MemoryStore&, const Recoveries::How&) {},
         [&](const MemoryStore& store, DWORD answer, const Recoveries::How& how, Primitive) {
-            recoveries.addLeft(store, answer == ERROR_SUCCESS ? Expected::New : Expected::Old, how);
+            recoveries.addFound(store, answer == ERROR_SUCCESS ? Expected::New : Expected::Old,
+                                how);
         });
     recoveries.run(SIZE_MAX);
     EXPECT_EQ("", recoveries.failure());
@@ -142,8 +143,8 @@ TEST_P(FailureTest, EverythingFromAStepOn) {
     const int runs = sweep(
         trial, MemoryFaultSpan::Everything, [](const MemoryStore&, const Recoveries::How&) {},
         [&](const MemoryStore& store, DWORD answer, const Recoveries::How& how, Primitive) {
-            recoveries.addLeft(store, answer == ERROR_SUCCESS ? Expected::New : Expected::OldOrNew,
-                               how);
+            recoveries.addFound(store, answer == ERROR_SUCCESS ? Expected::New : Expected::OldOrNew,
+                                how);
         });
     recoveries.run(SIZE_MAX);
     EXPECT_EQ("", recoveries.failure());

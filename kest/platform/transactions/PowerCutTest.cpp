@@ -30,7 +30,7 @@ TEST_P(PowerCutTest, CutAtEachStep) {
             const auto how = [&] {
                 return "before step " + std::to_string(step) + " (" + nameOf(primitive) + ")";
             };
-            recoveries.addLeft(store, Expected::OldOrNew, how);
+            recoveries.addFound(store, Expected::OldOrNew, how);
             recoveries.addCuts(store, Expected::OldOrNew, how);
         }
     };
@@ -40,10 +40,10 @@ TEST_P(PowerCutTest, CutAtEachStep) {
     // interrupted, and so on.
     recoveries.run(isFullDepth() ? SIZE_MAX : 1200);
     EXPECT_EQ("", recoveries.failure());
-    EXPECT_TRUE(recoveries.left() == 0 || !isFullDepth());
+    EXPECT_TRUE(recoveries.unvisited() == 0 || !isFullDepth());
     RecordProperty("states", static_cast<int>(recoveries.states()));
     std::cout << recoveries.states() << " states, " << recoveries.looks() << " looked at, "
-              << recoveries.left() << " left\n";
+              << recoveries.unvisited() << " left\n";
 }
 
 INSTANTIATE_TEST_SUITE_P(All, PowerCutTest, ::testing::ValuesIn(scenarios()),

@@ -74,7 +74,7 @@ Target EitherTransaction::targetFor(Use use, const wchar_t* path, const wchar_t*
     Target target;
     target.choice = std::unique_lock<std::mutex>(m_mutex);
     if (m_manager == Manager::Undecided) {
-        const LastErrorKept kept;
+        const LastErrorGuard kept;
         target.error = transactions::errorOf([&] { return decide(use, path, source); });
     }
     const bool isUndecided = m_manager == Manager::Undecided;
@@ -145,7 +145,7 @@ DWORD EitherTransaction::becomeKernels() {
 /// Closed without a commit, the kernel's transaction is rolled back.
 void EitherTransaction::leaveKernels() {
     if (m_kernels != INVALID_HANDLE_VALUE) {
-        const LastErrorKept kept;
+        const LastErrorGuard kept;
         (void)m_system.CloseHandle(std::exchange(m_kernels, INVALID_HANDLE_VALUE));
     }
 }

@@ -49,12 +49,12 @@ inline DWORD failure() {
 }
 
 /// Gives the thread its last error back at the end of a scope.
-class LastErrorKept {
+class LastErrorGuard {
 public:
-    LastErrorKept() : m_error(::GetLastError()) {}
-    ~LastErrorKept() { ::SetLastError(m_error); }
-    LastErrorKept(const LastErrorKept&) = delete;
-    LastErrorKept& operator=(const LastErrorKept&) = delete;
+    LastErrorGuard() : m_error(::GetLastError()) {}
+    ~LastErrorGuard() { ::SetLastError(m_error); }
+    LastErrorGuard(const LastErrorGuard&) = delete;
+    LastErrorGuard& operator=(const LastErrorGuard&) = delete;
 
 private:
     DWORD m_error;

@@ -100,14 +100,14 @@ bool isShorter(const std::wstring& copy, const std::wstring& original) {
 }  // namespace
 
 DWORD WindowsDisk::makeDirectory(const DirectoryPtr& parent, const std::wstring& name) {
-    const LastErrorKept kept;
+    const LastErrorGuard kept;
     return answerOfNew(::CreateDirectoryW(windowsDirectory(parent).entry(name).c_str(), nullptr));
 }
 
 DWORD WindowsDisk::copyFile(const DirectoryPtr& sourceParent, const std::wstring& sourceName,
                             const DirectoryPtr& parent, const std::wstring& name, Links links,
                             const Kind*) {
-    const LastErrorKept kept;
+    const LastErrorGuard kept;
     const std::wstring source = windowsDirectory(sourceParent).entry(sourceName);
     const std::wstring target = windowsDirectory(parent).entry(name);
     DWORD error = ERROR_SUCCESS;
@@ -140,7 +140,7 @@ DWORD WindowsDisk::copyFile(const DirectoryPtr& sourceParent, const std::wstring
 
 DWORD WindowsDisk::makeLink(const DirectoryPtr& parent, const std::wstring& name,
                             const wchar_t* target, bool isDirectory) {
-    const LastErrorKept kept;
+    const LastErrorGuard kept;
     const std::wstring path = windowsDirectory(parent).entry(name);
     const auto isThere = [&] {
         return ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
@@ -165,18 +165,18 @@ DWORD WindowsDisk::adopt(const DirectoryPtr&, const DirectoryPtr&) {
 }
 
 DWORD WindowsDisk::removeFile(const DirectoryPtr& parent, const std::wstring& name) {
-    const LastErrorKept kept;
+    const LastErrorGuard kept;
     return remove(windowsDirectory(parent).entry(name), false);
 }
 
 DWORD WindowsDisk::removeDirectory(const DirectoryPtr& parent, const std::wstring& name) {
-    const LastErrorKept kept;
+    const LastErrorGuard kept;
     return remove(windowsDirectory(parent).entry(name), true);
 }
 
 DWORD WindowsDisk::rename(const DirectoryPtr& from, const std::wstring& fromName,
                           const DirectoryPtr& to, const std::wstring& toName) {
-    const LastErrorKept kept;
+    const LastErrorGuard kept;
     const std::wstring source = windowsDirectory(from).entry(fromName);
     const std::wstring target = windowsDirectory(to).entry(toName);
     const DWORD error = refuseUnixLinkAt(source);

@@ -115,7 +115,7 @@ DWORD flushTree(const std::wstring& path, const wchar_t* hidden) {
 }  // namespace
 
 DWORD WindowsDisk::syncVolume(const DirectoryPtr& directory) {
-    const LastErrorKept kept;
+    const LastErrorGuard kept;
     const WindowsDirectory& stage = windowsDirectory(directory);
     // Our choice: the volume in one call where this user may, else each file by itself. That is
     // slow, some milliseconds for each, and the only right way that needs no privilege.
@@ -124,13 +124,13 @@ DWORD WindowsDisk::syncVolume(const DirectoryPtr& directory) {
 }
 
 DWORD WindowsDisk::syncDirectory(const DirectoryPtr& directory) {
-    const LastErrorKept kept;
+    const LastErrorGuard kept;
     return flushDirectory(windowsDirectory(directory).self());
 }
 
 DWORD WindowsDisk::writeFile(const DirectoryPtr& parent, const std::wstring& name,
                              const std::string& content) {
-    const LastErrorKept kept;
+    const LastErrorGuard kept;
     PrivateSecurity security;
     const DWORD error = security.makeForFile();
     if (error != ERROR_SUCCESS) {
@@ -155,7 +155,7 @@ DWORD WindowsDisk::writeFile(const DirectoryPtr& parent, const std::wstring& nam
 
 DWORD WindowsDisk::readFile(const DirectoryPtr& parent, const std::wstring& name,
                             std::string& content) {
-    const LastErrorKept kept;
+    const LastErrorGuard kept;
     const Handle file(::CreateFileW(windowsDirectory(parent).entry(name).c_str(), GENERIC_READ,
                                     kShareAll, nullptr, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT,
                                     nullptr));

@@ -59,7 +59,7 @@ public:
     }
 
     DWORD next(Record& record) override {
-        const LastErrorKept kept;
+        const LastErrorGuard kept;
         if (m_at == m_piece.size()) {
             m_piece.clear();
             m_at = 0;

@@ -126,7 +126,7 @@ std::uint64_t fileNumber(HANDLE file) {
 }
 
 DWORD WindowsDisk::normalize(const wchar_t* path, std::wstring& text) {
-    const LastErrorKept kept;
+    const LastErrorGuard kept;
     return paths::normalize(path, text);
 }
 
@@ -135,13 +135,13 @@ bool WindowsDisk::isRoot(std::wstring_view text) const {
 }
 
 std::wstring WindowsDisk::fold(const std::wstring& name) const {
-    const LastErrorKept kept;
+    const LastErrorGuard kept;
     return paths::fold(name);
 }
 
 DWORD WindowsDisk::openDirectory(const std::wstring& text, DirectoryPtr& directory,
                                  std::wstring& canonical) {
-    const LastErrorKept kept;
+    const LastErrorGuard kept;
     const WindowsDirectory asked(paths::toSystem(text), paths::isRoot(text), 0);
     Handle handle;
     const DWORD error = open(asked.self(), Links::Follow, handle);
@@ -160,7 +160,7 @@ DWORD WindowsDisk::openDirectory(const std::wstring& text, DirectoryPtr& directo
 
 DWORD WindowsDisk::openBelow(const DirectoryPtr& base, const std::wstring& relative, Links links,
                              DirectoryPtr& directory) {
-    const LastErrorKept kept;
+    const LastErrorGuard kept;
     const std::wstring path = windowsDirectory(base).entry(relative);
     Handle handle;
     const DWORD error = open(path, links, handle);
@@ -179,7 +179,7 @@ DWORD WindowsDisk::openBelow(const DirectoryPtr& base, const std::wstring& relat
 
 DWORD WindowsDisk::describe(const DirectoryPtr& parent, const std::wstring& name, Kind& kind,
                             WIN32_FILE_ATTRIBUTE_DATA* data) {
-    const LastErrorKept kept;
+    const LastErrorGuard kept;
     Entry entry;
     const DWORD error = inspect(windowsDirectory(parent).entry(name), entry);
     if (error != ERROR_SUCCESS) {
@@ -194,7 +194,7 @@ DWORD WindowsDisk::describe(const DirectoryPtr& parent, const std::wstring& name
 
 DWORD WindowsDisk::list(const DirectoryPtr& directory,
                         std::unique_ptr<transactions::Listing>& listing) {
-    const LastErrorKept kept;
+    const LastErrorGuard kept;
     const WindowsDirectory& listed = windowsDirectory(directory);
     return listDirectory(listed.path(), listed.isLocked ? kLockName : L"", listing);
 }
@@ -206,7 +206,7 @@ DWORD WindowsDisk::mayRemoveFrom(const DirectoryPtr&) {
 }
 
 DWORD WindowsDisk::mayRemove(const DirectoryPtr& parent, const std::wstring& name) {
-    const LastErrorKept kept;
+    const LastErrorGuard kept;
     const std::wstring path = windowsDirectory(parent).entry(name);
     // Asks the system for the right, and for who else has it open and will not share it.
     const Handle handle = openEntry(path, DELETE | FILE_READ_ATTRIBUTES);
@@ -225,14 +225,14 @@ DWORD WindowsDisk::mayRemove(const DirectoryPtr& parent, const std::wstring& nam
 }
 
 std::wstring WindowsDisk::spelling(const DirectoryPtr& parent, const std::wstring& name) {
-    const LastErrorKept kept;
+    const LastErrorGuard kept;
     std::wstring spelled = name;
     (void)paths::spelling(windowsDirectory(parent).entry(name), spelled);
     return spelled;
 }
 
 bool WindowsDisk::sameVolume(const DirectoryPtr& left, const DirectoryPtr& right) {
-    const LastErrorKept kept;
+    const LastErrorGuard kept;
     // By where the volume is mounted, since the paths are those with all links resolved. A volume's
     // serial number is not unique: a cloned disk has that of its original.
     const auto volumeOf = [](const DirectoryPtr& directory) -> const std::wstring& {
@@ -254,7 +254,7 @@ bool WindowsDisk::sameVolume(const DirectoryPtr& left, const DirectoryPtr& right
 
 bool WindowsDisk::isEntry(const DirectoryPtr& parent, const std::wstring& name,
                           const DirectoryPtr& directory) {
-    const LastErrorKept kept;
+    const LastErrorGuard kept;
     const Handle handle = openEntry(windowsDirectory(parent).entry(name), FILE_READ_ATTRIBUTES);
     const std::uint64_t number = windowsDirectory(directory).number();
     return handle && number != 0 && fileNumber(handle.get()) == number;

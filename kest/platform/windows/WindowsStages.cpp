@@ -23,7 +23,7 @@ public:
         windowsDirectory(m_directory).isLocked = true;
     }
     ~FileLock() override {
-        const LastErrorKept kept;
+        const LastErrorGuard kept;
         m_file.close();
         windowsDirectory(m_directory).isLocked = false;
     }
@@ -36,7 +36,7 @@ private:
 }  // namespace
 
 DWORD WindowsDisk::makePrivateDirectory(const DirectoryPtr& parent, const std::wstring& name) {
-    const LastErrorKept kept;
+    const LastErrorGuard kept;
     const WindowsDirectory& where = windowsDirectory(parent);
     const Handle handle = openEntry(where.self(), READ_CONTROL);
     PrivateSecurity security;
@@ -53,7 +53,7 @@ DWORD WindowsDisk::makePrivateDirectory(const DirectoryPtr& parent, const std::w
 }
 
 DWORD WindowsDisk::lock(const DirectoryPtr& directory, std::unique_ptr<DirectoryLock>& lock) {
-    const LastErrorKept kept;
+    const LastErrorGuard kept;
     PrivateSecurity security;
     const DWORD error = security.makeForFile();
     if (error != ERROR_SUCCESS) {
@@ -84,7 +84,7 @@ DWORD WindowsDisk::removeLocked(const DirectoryPtr& parent, const std::wstring& 
 }
 
 bool WindowsDisk::isPrivateOfOurs(const DirectoryPtr& directory) {
-    const LastErrorKept kept;
+    const LastErrorGuard kept;
     const WindowsDirectory& stage = windowsDirectory(directory);
     const Handle handle = openEntry(stage.self(), READ_CONTROL | FILE_READ_ATTRIBUTES);
     if (!handle || fileNumber(handle.get()) != stage.number()) {
@@ -104,7 +104,7 @@ bool WindowsDisk::isPrivateOfOurs(const DirectoryPtr& directory) {
 }
 
 std::wstring WindowsDisk::randomName() {
-    const LastErrorKept kept;
+    const LastErrorGuard kept;
     unsigned char bytes[16];
     if (::BCryptGenRandom(nullptr, bytes, sizeof bytes, BCRYPT_USE_SYSTEM_PREFERRED_RNG) < 0) {
         throw std::runtime_error("BCryptGenRandom");

@@ -24,7 +24,7 @@ std::uint64_t keyOf(std::uint64_t fingerprint, Expected expected) {
 Recoveries::Recoveries(const Trial& trial, bool cutsPower, const LossBounds& bounds)
     : m_trial(trial), m_cutsPower(cutsPower), m_bounds(bounds) {}
 
-void Recoveries::addLeft(const MemoryStore& store, Expected expected, const How& how) {
+void Recoveries::addFound(const MemoryStore& store, Expected expected, const How& how) {
     if (m_seen.insert(keyOf(store.fingerprint(), expected)).second) {
         m_open.push_back({store, expected, how()});
         m_open.back().store.endProcesses();
@@ -90,7 +90,7 @@ void Recoveries::lookAt(const Open& open) {
 }
 
 void Recoveries::add(const MemoryStore& store, Expected expected, const How& how) {
-    addLeft(store, expected, how);
+    addFound(store, expected, how);
     if (m_cutsPower) {
         addCuts(store, expected, how);
     }

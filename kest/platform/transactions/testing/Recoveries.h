@@ -28,7 +28,7 @@ public:
     using How = std::function<std::string()>;
 
     /// A state that processes have left, by themselves or killed.
-    void addLeft(const platform::testing::MemoryStore& store, Expected expected, const How& how);
+    void addFound(const platform::testing::MemoryStore& store, Expected expected, const How& how);
     /// What a power cut can make of a state.
     void addCuts(const platform::testing::MemoryStore& store, Expected expected, const How& how);
 
@@ -38,7 +38,7 @@ public:
     std::size_t states() const { return m_seen.size(); }
     std::size_t looks() const { return m_looks; }
     /// States that were not looked into any more.
-    std::size_t left() const { return m_open.size(); }
+    std::size_t unvisited() const { return m_open.size(); }
     /// What was wrong; empty when nothing was.
     const std::string& failure() const { return m_failure; }
 

@@ -1,7 +1,7 @@
 # The few things that a person types. What they need and is missing is installed first, from Debian's
 # packages alone.
 
-.PHONY: run test bench bench-trees crash powercut format clean install-packages
+.PHONY: run test bench bench-trees crash powercut fuzz format clean install-packages
 .NOTPARALLEL:
 
 # Builds the command and shows what it does, to a real tree.
@@ -32,6 +32,13 @@ powercut:
 	@cmake --preset linux -DKEST_BUILD_POWERCUT=ON >/dev/null
 	@cmake --build --preset linux --target kest_command kest_powercut
 	@scripts/powercut.sh
+
+# Everything that reads a text from outside, on texts that nobody has thought of: a minute each, or
+# FUZZ_SECONDS.
+fuzz:
+	@scripts/install-packages.sh fuzz
+	@cmake --preset fuzz >/dev/null && cmake --build --preset fuzz
+	@scripts/fuzz.sh
 
 # Copies, replacements and deletions of whole trees against the system's own commands, on file systems
 # in images: needs root, 15 GiB of disk and a quiet machine. TREES=--fs=ext4 and the like choose.

@@ -1,6 +1,6 @@
 #!/bin/bash
 # Installs the Debian packages that a goal of the Makefile needs and that are not there yet, and
-# nothing else: install-packages.sh run|test|bench|bench-trees|powercut|format. Says what it does; when
+# nothing else: install-packages.sh run|test|bench|bench-trees|powercut|fuzz|format. Says what it does; when
 # nothing is missing it does nothing and says nothing.
 set -euo pipefail
 
@@ -17,6 +17,8 @@ test)
         clang libclang-rt-14-dev
         # The Windows half.
         g++-mingw-w64-x86-64-posix wine64 wine
+        # What holds for every value.
+        librapidcheck-dev
         # What tests call: extended attributes, the package's hosts, and what kills and power cuts need.
         attr "${powercut[@]}")
     ;;
@@ -30,11 +32,14 @@ bench-trees)
     # The file systems in images, and what a copy is compared with and watched by.
     wanted=("${run[@]}" libbenchmark-dev python3 e2fsprogs xfsprogs btrfs-progs mount strace time)
     ;;
+fuzz)
+    wanted=("${run[@]}" clang libclang-rt-14-dev)
+    ;;
 format)
     wanted=(clang-format)
     ;;
 *)
-    echo "usage: install-packages.sh run|test|bench|bench-trees|powercut|format" >&2
+    echo "usage: install-packages.sh run|test|bench|bench-trees|powercut|fuzz|format" >&2
     exit 2
     ;;
 esac

@@ -44,8 +44,8 @@ Transaction::ViewPtr Transaction::cached(std::wstring_view text) {
 }
 
 /// Puts aside what was used least recently. Before another directory is opened and not after, so
-/// that the system's numbers for open files stay without gaps, and two that are opened one after the
-/// other are neighbours, which can be closed in one call.
+/// that the system's numbers for open files stay without gaps, and two that are opened one after
+/// the other are neighbours, which can be closed in one call.
 void Transaction::makeRoom() {
     while (m_views.size() >= kOpenViews) {
         m_views.pop_back();

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <mutex>
+#include <type_traits>
 #include <utility>
 
 #include "kest/platform/Calls.h"
@@ -32,7 +33,7 @@ std::uint64_t number(HANDLE handle) {
     return static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(handle));
 }
 
-/// Never destroyed: handles may be used until the process ends.
+/// Has no destructor that does anything: handles may be used until the process ends.
 struct Table {
     std::mutex mutex;
     /// The free slots are a list that leads through themselves, so that giving a handle back needs
@@ -47,9 +48,11 @@ struct Table {
     }
 };
 
+constinit Table g_table;
+static_assert(std::is_trivially_destructible_v<Table>);
+
 Table& table() {
-    static Table* const s_table = new Table;
-    return *s_table;
+    return g_table;
 }
 
 std::uint64_t key(std::uint64_t handle) {

@@ -30,6 +30,26 @@ std::size_t plainBytes(std::string_view text) {
     return count;
 }
 
+/// How many units at the beginning are ASCII.
+std::size_t plainUnits(std::wstring_view text) {
+    constexpr std::size_t kBlock = 8;
+    std::size_t count = 0;
+    const auto isPlain = [&](std::size_t from) {
+        std::uint32_t all = 0;
+        for (std::size_t i = 0; i < kBlock; ++i) {
+            all |= static_cast<std::uint32_t>(text[from + i]);
+        }
+        return all < 0x80;
+    };
+    while (text.size() - count >= kBlock && isPlain(count)) {
+        count += kBlock;
+    }
+    while (count < text.size() && static_cast<std::uint32_t>(text[count]) < 0x80) {
+        ++count;
+    }
+    return count;
+}
+
 constexpr std::wstring_view kPrefix = L"\\\\?\\";
 
 }  // namespace
@@ -37,6 +57,12 @@ constexpr std::wstring_view kPrefix = L"\\\\?\\";
 std::wstring widen(std::string_view native) {
     std::wstring wide;
     wide.reserve(native.size());
+    widen(native, wide);
+    return wide;
+}
+
+void widen(std::string_view native, std::wstring& wide) {
+    wide.clear();
     for (std::size_t at = 0; at < native.size();) {
         // Nearly all of nearly all names.
         const std::size_t run = plainBytes(native.substr(at));
@@ -60,12 +86,16 @@ std::wstring widen(std::string_view native) {
         wide.push_back(static_cast<wchar_t>(c));
         at += length;
     }
-    return wide;
 }
 
 bool narrow(std::wstring_view wide, std::string& native) {
-    native.reserve(native.size() + wide.size());
-    for (const wchar_t unit : wide) {
+    const std::size_t start = native.size();
+    const std::size_t plain = plainUnits(wide);
+    native.resize(start + plain);
+    std::transform(wide.begin(), wide.begin() + static_cast<std::ptrdiff_t>(plain),
+                   native.begin() + static_cast<std::ptrdiff_t>(start),
+                   [](wchar_t unit) { return static_cast<char>(unit); });
+    for (const wchar_t unit : wide.substr(plain)) {
         const auto c = static_cast<std::uint32_t>(unit);
         if (c < 0x80) {
             native.push_back(static_cast<char>(c));

@@ -397,14 +397,19 @@ DWORD Transaction::removeDirectory(const wchar_t* path) {
         return ERROR_BUSY;
     }
     const Standing stands = standing(place);
-    error = kindOf(place, stands, kind);
+    const std::wstring canonical = join(place.parent->canonical, place.name);
+    if (stands.exists() && !stands.staged && canonical == m_listedDirectory) {
+        // What was just read to its end is a directory.
+        kind = Kind::Directory;
+    } else {
+        error = kindOf(place, stands, kind);
+    }
     if (error != ERROR_SUCCESS) {
         return error;
     }
     if (kind != Kind::Directory && kind != Kind::DirectoryLink) {
         return ERROR_DIRECTORY;
     }
-    const std::wstring canonical = join(place.parent->canonical, place.name);
     if (kind == Kind::DirectoryLink) {
         // Entries that were removed through the link go with the link alone: what it leads to is
         // somewhere else and stays as it is.
@@ -424,10 +429,11 @@ DWORD Transaction::removeDirectory(const wchar_t* path) {
         return error;
     }
     ViewPtr view;
-    error = locateDirectory(canonical, view);
+    error = locateDirectory(join(place.parent->text, place.name), view);
     if (error != ERROR_SUCCESS) {
         return error;
     }
+    m_listedDirectory.clear();
     if (!m_disk.sameVolume(place.parent->directory, view->directory)) {
         // A mount point cannot be renamed away. Its entries change one by one; whether it is to be
         // there again shows later.

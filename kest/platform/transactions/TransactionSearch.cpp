@@ -234,7 +234,7 @@ DWORD Transaction::checkEmpty(const Place& place) {
     }
     ViewPtr view;
     std::unique_ptr<Listing> listing;
-    DWORD error = locateDirectory(canonical, view);
+    DWORD error = locateDirectory(join(place.parent->text, place.name), view);
     if (error == ERROR_SUCCESS) {
         error = m_disk.list(view->directory, listing);
     }

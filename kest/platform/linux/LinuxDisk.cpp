@@ -208,7 +208,7 @@ bool takePlainPath(std::wstring_view path, std::wstring& text) {
 
 DWORD LinuxDisk::normalize(const wchar_t* path, std::wstring& text) {
     constexpr std::wstring_view kPrefix = L"\\\\?\\";
-    std::wstring_view rest(path);
+    std::wstring_view rest(path == nullptr ? L"" : path);
     if (rest.substr(0, kPrefix.size()) == kPrefix) {
         rest.remove_prefix(kPrefix.size());
         // Understood once: with a second one it names no place at all, as on Windows.

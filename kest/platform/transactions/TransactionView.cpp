@@ -231,6 +231,9 @@ bool Transaction::locateQuickly(std::wstring_view path, Place& place) {
 }
 
 DWORD Transaction::locate(const wchar_t* path, Place& place) {
+    if (path == nullptr) {
+        return ERROR_PATH_NOT_FOUND;
+    }
     const std::wstring_view spelled(path);
     if (locateQuickly(spelled, place)) {
         return ERROR_SUCCESS;

@@ -79,3 +79,10 @@ if(NOT WIN32)
         kest_load PROPERTIES TIMEOUT 300 ENVIRONMENT
                              "ASAN_OPTIONS=detect_leaks=0:quarantine_size_mb=1")
 endif()
+if(NOT KEST_SANITIZERS)
+    # A host that is built against the installed library alone.
+    add_test(NAME history_host
+             COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/scripts/history-test.sh ${CMAKE_BINARY_DIR}
+                     ${CMAKE_TOOLCHAIN_FILE} ${CMAKE_CROSSCOMPILING_EMULATOR})
+    set_tests_properties(history_host PROPERTIES TIMEOUT 600)
+endif()

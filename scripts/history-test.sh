@@ -16,7 +16,7 @@ quietly cmake -S "$top/examples/history" -B "$scratch/history" -G Ninja \
     -DCMAKE_PREFIX_PATH="$scratch/kest" -DCMAKE_COMPILE_WARNING_AS_ERROR=ON \
     -DCMAKE_CXX_FLAGS="-Wall -Wextra -Wpedantic" ${2:+-DCMAKE_TOOLCHAIN_FILE="$2"}
 quietly cmake --build "$scratch/history"
-program=$scratch/history/history
+program=$scratch/history/kest-history
 if [ -n "${3:-}" ]; then
     program+=.exe
     cp "$scratch/kest/bin/"*.dll "$scratch/history/"

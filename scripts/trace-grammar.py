@@ -132,11 +132,11 @@ class Test:
             pathlib.Path(f"{place}/settings.xml").write_text("<port>1</port>\n", encoding="utf-8")
             # The records of each call; how many of them end in a system's text.
             for arguments, status, records, texts in (
-                    (["copy", "source", "new"], 0, 7, 3), (["copy", "source", "new"], 0, 11, 2),
+                    (["copy", "source", "new"], 0, 8, 3), (["copy", "source", "new"], 0, 11, 2),
                     (["copy", "nowhere", "new"], 1, 2, 1), (["delete", "new"], 0, 4, 0),
                     (["link", "source", "copy"], 1, 1, 0), (["property", "settings.xml", "port"], 0, 3, 0),
                     (["property", "settings.xml", "host"], 1, 4, 0)):
-                made = subprocess.run([*program, *arguments, "--trace", "trace.log"], cwd=place,
+                made = subprocess.run([os.path.abspath(program[0]), *program[1:], *arguments, "--trace", "trace.log"], cwd=place,
                                       stdin=subprocess.DEVNULL, capture_output=True, check=False)
                 what = " ".join(arguments)
                 self.compare(f"{what}: exit status", status, made.returncode)
@@ -162,7 +162,7 @@ class Test:
                 kest.logMessage(*line)
             # Long enough for the file to be emptied at the next tenth line.
             text = read(f"{place}/trace.log")
-            for _ in range(13):
+            for _ in range(15):
                 kest.logMessage("e.cpp", 1, 0, "e" * 1000000)
             rolled = read(f"{place}/trace.log")
         self.kinds("lines of a host", ["record"] * 7 + ["rest"], text)

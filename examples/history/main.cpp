@@ -1,9 +1,9 @@
 // Keeps a history of a folder: whole copies of it, each under the time at which it was made, and
 // brings the folder back as it was at a time.
 //
-//   history keep SETTINGS         makes a snapshot
-//   history list SETTINGS         shows when there was one, in local time
-//   history back SETTINGS TIME    TIME is local: "2026-11-21 18:30", or with seconds
+//   kest-history keep SETTINGS         makes a snapshot
+//   kest-history list SETTINGS         shows when there was one, in local time
+//   kest-history back SETTINGS TIME    TIME is local: "2026-11-21 18:30", or with seconds
 //
 // SETTINGS is a text file in UTF-8, each property on a line of its own:
 //
@@ -180,7 +180,7 @@ void bringBack(const Settings& settings, const char* text) {
 }
 
 int complain(const std::wstring& reason) {
-    std::cerr << "history: " << toNative(reason) << '\n';
+    std::cerr << "kest-history: " << toNative(reason) << '\n';
     return 1;
 }
 
@@ -189,9 +189,9 @@ int complain(const std::wstring& reason) {
 int main(int count, char** arguments) {
     const std::string verb = count > 1 ? arguments[1] : "";
     if (count != (verb == "back" ? 4 : 3) || (verb != "keep" && verb != "list" && verb != "back")) {
-        std::cerr << "usage: history keep SETTINGS\n"
-                     "       history list SETTINGS\n"
-                     "       history back SETTINGS TIME\n";
+        std::cerr << "usage: kest-history keep SETTINGS\n"
+                     "       kest-history list SETTINGS\n"
+                     "       kest-history back SETTINGS TIME\n";
         return 2;
     }
     try {

@@ -36,7 +36,7 @@ expect() {
 refused() {
     local what=$1 reason=$2
     shift 2
-    expect "$what" 1 "" "history: $reason" "$@"
+    expect "$what" 1 "" "kest-history: $reason" "$@"
 }
 
 # The names and contents below a folder.
@@ -48,9 +48,9 @@ settings() {
     printf '<folder>%s</folder>\n<history>%s</history>\n<trace>%s</trace>\n' "$@" >settings.xml
 }
 
-usage='usage: history keep SETTINGS
-       history list SETTINGS
-       history back SETTINGS TIME'
+usage='usage: kest-history keep SETTINGS
+       kest-history list SETTINGS
+       kest-history back SETTINGS TIME'
 expect "nothing" 2 "" "$usage"
 expect "an unknown verb" 2 "" "$usage" show settings.xml
 expect "a settings file is missing" 2 "" "$usage" keep
@@ -177,7 +177,7 @@ if [ $native ]; then
     ) >said
     compare "a full disk: exit status" 1 $?
     compare "a full disk: what is said" \
-        "history: CopyFileTransacted failed: The file size exceeds the limit allowed and cannot be saved." \
+        "kest-history: CopyFileTransacted failed: The file size exceeds the limit allowed and cannot be saved." \
         "$(tr -d '\r' <said)"
     compare "a full disk: the folder" "$before" "$(tree 'Dokumente Ж')"
     # A folder that is reached through a link is changed where it is.

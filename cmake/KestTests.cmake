@@ -86,3 +86,20 @@ if(NOT WIN32)
         kest_load PROPERTIES TIMEOUT 300 ENVIRONMENT
                              "ASAN_OPTIONS=detect_leaks=0:quarantine_size_mb=1")
 endif()
+if(NOT KEST_SANITIZERS AND NOT WIN32)
+    # The grammar in docs/trace-format.md, on traces of the command and of the C interface.
+    add_test(NAME trace_grammar
+             COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/scripts/trace-grammar.py --test
+                     $<TARGET_FILE:kest_command> --library $<TARGET_FILE:kest>)
+    set_tests_properties(trace_grammar PROPERTIES TIMEOUT 300)
+    # What the documents say about the sources.
+    add_test(NAME documents COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/scripts/documents-test.py)
+    set_tests_properties(documents PROPERTIES TIMEOUT 300)
+endif()
+if(NOT KEST_SANITIZERS)
+    # A host that is built against the installed library alone.
+    add_test(NAME history_host
+             COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/scripts/history-test.sh ${CMAKE_BINARY_DIR}
+                     ${CMAKE_TOOLCHAIN_FILE} ${CMAKE_CROSSCOMPILING_EMULATOR})
+    set_tests_properties(history_host PROPERTIES TIMEOUT 600)
+endif()

@@ -13,6 +13,26 @@ void put(std::uint64_t number, std::string& bytes) {
     bytes.push_back(static_cast<char>(number));
 }
 
+/// Nearly all names are short and ASCII: one byte for the length and for each unit. False, with
+/// nothing put, for any other.
+bool putPlain(const std::wstring& name, std::string& bytes) {
+    std::uint32_t all = 0;
+    for (const wchar_t unit : name) {
+        all |= static_cast<std::uint32_t>(unit);
+    }
+    if (all >= 0x80 || name.size() >= 0x80) {
+        return false;
+    }
+    const std::size_t before = bytes.size();
+    bytes.resize(before + 1 + name.size());
+    char* to = bytes.data() + before;
+    *to++ = static_cast<char>(name.size());
+    for (const wchar_t unit : name) {
+        *to++ = static_cast<char>(unit);
+    }
+    return true;
+}
+
 std::uint64_t take(const std::string& bytes, std::size_t& at) {
     std::uint64_t number = 0;
     for (int shift = 0;; shift += 7) {
@@ -33,6 +53,10 @@ void RemovedNames::add(const std::wstring& name) {
     }
     const std::size_t before = m_gathered.size();
     try {
+        if (putPlain(name, m_gathered)) {
+            ++m_count;
+            return;
+        }
         put(name.size(), m_gathered);
         for (const wchar_t unit : name) {
             put(static_cast<std::uint32_t>(unit), m_gathered);

@@ -6,6 +6,8 @@
 namespace Tallowmere::platform::transactions {
 namespace {
 
+constexpr std::size_t kPiece = 1U << 16;
+
 void put(std::uint64_t number, std::string& bytes) {
     for (; number >= 0x80; number >>= 7) {
         bytes.push_back(static_cast<char>(number | 0x80));
@@ -51,19 +53,21 @@ void RemovedNames::add(const std::wstring& name) {
         m_names.insert(name);
         return;
     }
-    const std::size_t before = m_gathered.size();
+    if (m_gathered.empty() || m_gathered.back().size() > kPiece) {
+        m_gathered.emplace_back();
+    }
+    std::string& piece = m_gathered.back();
+    const std::size_t before = piece.size();
     try {
-        if (putPlain(name, m_gathered)) {
-            ++m_count;
-            return;
-        }
-        put(name.size(), m_gathered);
-        for (const wchar_t unit : name) {
-            put(static_cast<std::uint32_t>(unit), m_gathered);
+        if (!putPlain(name, piece)) {
+            put(name.size(), piece);
+            for (const wchar_t unit : name) {
+                put(static_cast<std::uint32_t>(unit), piece);
+            }
         }
     } catch (...) {
         // Half a name would make all that follow it unreadable.
-        m_gathered.resize(before);
+        piece.resize(before);
         throw;
     }
     ++m_count;
@@ -82,12 +86,14 @@ bool RemovedNames::contains(const std::wstring& name) {
 const std::unordered_set<std::wstring>& RemovedNames::all() {
     if (m_count != 0) {
         std::unordered_set<std::wstring> names;
-        for (std::size_t at = 0; at < m_gathered.size();) {
-            std::wstring name(static_cast<std::size_t>(take(m_gathered, at)), L'\0');
-            for (wchar_t& unit : name) {
-                unit = static_cast<wchar_t>(take(m_gathered, at));
+        for (const std::string& piece : m_gathered) {
+            for (std::size_t at = 0; at < piece.size();) {
+                std::wstring name(static_cast<std::size_t>(take(piece, at)), L'\0');
+                for (wchar_t& unit : name) {
+                    unit = static_cast<wchar_t>(take(piece, at));
+                }
+                names.insert(std::move(name));
             }
-            names.insert(std::move(name));
         }
         m_names = std::move(names);
         m_gathered = {};

@@ -1,7 +1,7 @@
 # The few things that a person types. What they need and is missing is installed first, from Debian's
 # packages alone.
 
-.PHONY: run test bench bench-trees crash powercut format clean install-packages
+.PHONY: run test docs bench bench-trees crash powercut format clean install-packages
 .NOTPARALLEL:
 
 # Builds the command and shows what it does, to a real tree.
@@ -13,6 +13,12 @@ run:
 test:
 	@scripts/install-packages.sh test
 	@scripts/test.sh
+
+# The reference of every public name, in build/docs/html. Fails when one is not described.
+docs:
+	@scripts/install-packages.sh docs
+	@mkdir -p build && doxygen Doxyfile
+	@echo "build/docs/html/index.html"
 
 # How long things take. Not part of the tests: a busy machine would fail them.
 bench:
@@ -52,6 +58,7 @@ clean:
 # Everything that any of the goals above needs.
 install-packages:
 	@scripts/install-packages.sh test
+	@scripts/install-packages.sh docs
 	@scripts/install-packages.sh bench
 	@scripts/install-packages.sh bench-trees
 	@scripts/install-packages.sh format

@@ -1,7 +1,7 @@
 #!/bin/bash
 # Installs the Debian packages that a goal of the Makefile needs and that are not there yet, and
-# nothing else: install-packages.sh run|test|bench|bench-trees|powercut|format. Says what it does; when
-# nothing is missing it does nothing and says nothing.
+# nothing else: install-packages.sh run|test|docs|bench|bench-trees|powercut|format. Says what it does;
+# when nothing is missing it does nothing and says nothing.
 set -euo pipefail
 
 run=(g++ make cmake ninja-build libboost-dev)
@@ -18,13 +18,18 @@ test)
         # The Windows half.
         g++-mingw-w64-x86-64-posix wine64 wine
         # What tests call: extended attributes, the package's hosts, and what kills and power cuts need.
-        attr "${powercut[@]}")
+        attr "${powercut[@]}"
+        # The documents: the reference, and the scripts that hold them against the sources.
+        doxygen python3)
+    ;;
+docs)
+    wanted=(doxygen)
     ;;
 powercut)
     wanted=("${run[@]}" "${powercut[@]}")
     ;;
 bench)
-    wanted=("${run[@]}" libbenchmark-dev)
+    wanted=("${run[@]}" libbenchmark-dev libspdlog-dev valgrind python3 e2fsprogs mount)
     ;;
 bench-trees)
     # The file systems in images, and what a copy is compared with and watched by.
@@ -34,7 +39,7 @@ format)
     wanted=(clang-format)
     ;;
 *)
-    echo "usage: install-packages.sh run|test|bench|bench-trees|powercut|format" >&2
+    echo "usage: install-packages.sh run|test|docs|bench|bench-trees|powercut|format" >&2
     exit 2
     ;;
 esac

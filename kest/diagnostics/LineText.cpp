@@ -38,8 +38,23 @@ void narrow(const wchar_t* __restrict block, char* __restrict out) {
     }
 }
 
-bool isAsciiByte(char byte) {
-    return static_cast<unsigned char>(byte) < 0x80;
+bool isAscii(std::string_view bytes) {
+    const char* at = bytes.data();
+    std::size_t left = bytes.size();
+    constexpr std::uint64_t kHighBits = 0x8080808080808080U;
+    for (; left >= sizeof(std::uint64_t);
+         at += sizeof(std::uint64_t), left -= sizeof(std::uint64_t)) {
+        std::uint64_t word = 0;
+        std::memcpy(&word, at, sizeof(word));
+        if ((word & kHighBits) != 0) {
+            return false;
+        }
+    }
+    unsigned int all = 0;
+    for (; left != 0; ++at, --left) {
+        all |= static_cast<unsigned char>(*at);
+    }
+    return all < 0x80;
 }
 
 /// More than any number has digits.
@@ -78,6 +93,14 @@ void LineText::append(std::wstring_view text) {
                 unit += kBlock;
                 out += kBlock;
             }
+            // What is left is less than a block: a block that ends where the text ends has it all,
+            // and writes the units before it once more.
+            const auto left = static_cast<std::size_t>(end - unit);
+            if (left != 0 && left < kBlock && out != begin && isAscii(end - kBlock)) {
+                narrow(end - kBlock, out + left - kBlock);
+                unit = end;
+                out += left;
+            }
             while (unit != end && static_cast<std::uint32_t>(*unit) < 0x80) {
                 *out++ = static_cast<char>(*unit++);
             }
@@ -90,7 +113,7 @@ void LineText::append(std::wstring_view text) {
 }
 
 void LineText::appendBytes(std::string_view bytes) {
-    if (m_highSurrogate == 0 && std::all_of(bytes.begin(), bytes.end(), isAsciiByte)) {
+    if (m_highSurrogate == 0 && isAscii(bytes)) {
         put(bytes);
         return;
     }
@@ -131,11 +154,9 @@ void LineText::prependLineFeed() {
     ++m_size;
 }
 
-void LineText::finish() {
-    if (m_highSurrogate != 0) {
-        m_highSurrogate = 0;
-        appendCharacter(kReplacement);
-    }
+void LineText::replaceHalf() {
+    m_highSurrogate = 0;
+    appendCharacter(kReplacement);
 }
 
 void LineText::appendCharacter(std::uint32_t character) {

@@ -105,7 +105,7 @@ private:
     Recorder& operator=(const Recorder&) = delete;
 
     void insertConstantText(const wchar_t* text);
-    void processMarker(std::wstring_view text);
+    void processMarker(const wchar_t* text);
     void streamOutTimeStamp();
     std::wstring baseName(const std::wstring& path);
 
@@ -129,11 +129,16 @@ private:
     bool takeMarkedValue(const std::wstring& text, const long* lineNumber);
     std::int32_t pendingMarker() const;
     void setPendingMarker(std::int32_t state);
+    bool takePlainName(std::string_view path);
+    bool insertPlainName(std::wstring_view path);
     void takeName(std::wstring_view name);
     void takeLineNumber(std::int64_t number);
+    void settleSource();
+    std::size_t copySource(wchar_t* name) const;
     std::wostream* output() const;
     TraceFile& traceFile() const;
     void write(std::wstring_view text);
+    void writeSeverity(const wchar_t* name);
     void writeThread(std::uint32_t thread);
     void openFile(const std::wstring& path);
     bool countFlush();

@@ -10,6 +10,7 @@
 #include "Arguments.h"
 #include "Terminal.h"
 #include "TraceTap.h"
+#include "trace/CommandLine.h"
 
 namespace Tallowmere::command {
 namespace {
@@ -40,6 +41,9 @@ int performTraced(const Request& request) {
 }  // namespace
 
 int run(const std::vector<std::wstring>& arguments) {
+    if (!arguments.empty() && arguments[0] == L"trace") {
+        return trace::perform({arguments.begin() + 1, arguments.end()});
+    }
     std::wstring mistake;
     const std::optional<Request> request = parse(arguments, mistake);
     if (!request) {

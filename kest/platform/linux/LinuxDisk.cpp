@@ -14,6 +14,7 @@
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 #include <stdexcept>
 
 #include "kest/platform/linux/DirectoryListing.h"
@@ -207,7 +208,7 @@ bool takePlainPath(std::wstring_view path, std::wstring& text) {
 
 DWORD LinuxDisk::normalize(const wchar_t* path, std::wstring& text) {
     constexpr std::wstring_view kPrefix = L"\\\\?\\";
-    std::wstring_view rest(path);
+    std::wstring_view rest(path == nullptr ? L"" : path);
     if (rest.substr(0, kPrefix.size()) == kPrefix) {
         rest.remove_prefix(kPrefix.size());
         // Understood once: with a second one it names no place at all, as on Windows.
@@ -253,6 +254,10 @@ DWORD LinuxDisk::normalize(const wchar_t* path, std::wstring& text) {
         text = L".";
     }
     return ERROR_SUCCESS;
+}
+
+bool LinuxDisk::isPlainName(std::wstring_view name) const {
+    return !name.empty() && name.front() != L'.';
 }
 
 bool LinuxDisk::isRoot(std::wstring_view text) const {
@@ -404,14 +409,17 @@ DWORD LinuxDisk::copyFile(const DirectoryPtr& sourceParent, const std::wstring& 
                           const DirectoryPtr& parent, const std::wstring& name, Links links,
                           const Kind* known) {
     const NativeName from(sourceName);
-    const NativeName to(name);
-    if (!from.isGood() || !to.isGood()) {
+    if (!from.isGood()) {
         return ERROR_INVALID_NAME;
     }
-    const int error =
-        copyEntry(descriptor(sourceParent), from.bytes(), descriptor(parent), to.bytes(),
-                  known != nullptr && *known == Kind::File, links == Links::Follow,
-                  static_cast<LinuxDirectory&>(*parent).defaults);
+    std::optional<NativeName> other;
+    if (name != sourceName && !other.emplace(name).isGood()) {
+        return ERROR_INVALID_NAME;
+    }
+    const std::string& to = other ? other->bytes() : from.bytes();
+    const int error = copyEntry(descriptor(sourceParent), from.bytes(), descriptor(parent), to,
+                                known != nullptr && *known == Kind::File, links == Links::Follow,
+                                static_cast<LinuxDirectory&>(*parent).defaults);
     return error == 0 ? ERROR_SUCCESS : errorFromErrno(error);
 }
 

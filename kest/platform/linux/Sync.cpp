@@ -3,8 +3,8 @@
 // A mutex is a robust, recursive one of the threads library: the kernel itself notices when its
 // owner ends. What stands around it is for what Windows promises beyond that. Its memory is never
 // given back to the system, only used again, so that a call that still has an old handle in its
-// hands, a thing that Windows forgives, meets a mutex and no freed memory; having the lock, it looks
-// once more whether the handle is still open.
+// hands, a thing that Windows forgives, meets a mutex and no freed memory; having the lock, it
+// looks once more whether the handle is still open.
 
 #include <pthread.h>
 #include <unistd.h>
@@ -40,6 +40,8 @@ std::uint64_t thisThread() {
 
 struct Mutex {
     pthread_mutex_t native;
+    /// The number of the handle that stands for it, 0 for none.
+    std::atomic<std::uintptr_t> handle{0};
     /// Who owns it, 0 for nobody. A thread finds its own number here only while it is the owner.
     std::atomic<std::uint64_t> owner{0};
     /// How often the owner has acquired it. Only the owner looks.
@@ -97,8 +99,34 @@ MutexStore& store() {
     return *s_store;
 }
 
+std::uintptr_t number(HANDLE handle) {
+    return reinterpret_cast<std::uintptr_t>(handle);
+}
+
+/// Whether the handle is still open, asked of the mutex that it stood for.
+bool isOpen(const Mutex& mutex, HANDLE handle) {
+    return mutex.handle.load(std::memory_order_acquire) == number(handle);
+}
+
+/// What a thread looked up last: mostly it comes back for the same mutex, to release it. No handle
+/// has the number 1.
+struct Found {
+    std::uintptr_t handle = 1;
+    Mutex* mutex = nullptr;
+};
+thread_local constinit Found t_found{};
+
+Mutex* lookUp(HANDLE handle) {
+    auto* const mutex = static_cast<Mutex*>(findHandle(handle, HandleKind::Mutex));
+    if (mutex != nullptr) {
+        t_found = {number(handle), mutex};
+    }
+    return mutex;
+}
+
 Mutex* find(HANDLE handle) {
-    return static_cast<Mutex*>(findHandle(handle, HandleKind::Mutex));
+    Mutex* const last = t_found.mutex;
+    return t_found.handle == number(handle) && isOpen(*last, handle) ? last : lookUp(handle);
 }
 
 template <class R>
@@ -119,14 +147,15 @@ int lockWithin(Mutex& mutex, DWORD milliseconds) {
         ++end.tv_sec;
     }
 #ifdef KEST_THREAD_SANITIZER
-    // The sanitizer does not know pthread_mutex_clocklock, and no call that waits for a limited time
-    // tells it of an owner that has died. So under it, and nowhere else, the wait is made of tries.
+    // The sanitizer does not know pthread_mutex_clocklock, and no call that waits for a limited
+    // time tells it of an owner that has died. So under it, and nowhere else, the wait is made of
+    // tries.
     for (;;) {
         const int result = pthread_mutex_trylock(&mutex.native);
         timespec now{};
         (void)clock_gettime(CLOCK_MONOTONIC, &now);
-        const bool isOver = now.tv_sec > end.tv_sec ||
-                            (now.tv_sec == end.tv_sec && now.tv_nsec >= end.tv_nsec);
+        const bool isOver =
+            now.tv_sec > end.tv_sec || (now.tv_sec == end.tv_sec && now.tv_nsec >= end.tv_nsec);
         if (result != EBUSY || isOver) {
             return result;
         }
@@ -186,8 +215,8 @@ bool childForgetsThreadId() {
 
 HANDLE CreateMutexW(SECURITY_ATTRIBUTES* /*security*/, BOOL initiallyOwned, const wchar_t* name) {
     if (name != nullptr && *name != L'\0') {
-        // Our choice: the library makes unnamed ones only; a name would promise that other processes
-        // see it.
+        // Our choice: the library makes unnamed ones only; a name would promise that other
+        // processes see it.
         return failWith<HANDLE>(nullptr, ERROR_NOT_SUPPORTED);
     }
     Mutex* mutex = nullptr;
@@ -199,6 +228,9 @@ HANDLE CreateMutexW(SECURITY_ATTRIBUTES* /*security*/, BOOL initiallyOwned, cons
             return failWith<HANDLE>(nullptr, errorFromErrno(error));
         }
         handle = issueHandle(HandleKind::Mutex, mutex);
+        if (handle != INVALID_HANDLE_VALUE) {
+            mutex->handle.store(number(handle), std::memory_order_release);
+        }
     } catch (const std::bad_alloc&) {
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
     }
@@ -228,9 +260,9 @@ DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) {
         result = lockWithin(*mutex, milliseconds);
     }
     const DWORD answer = waited(*mutex, result);
-    if ((answer == WAIT_OBJECT_0 || answer == WAIT_ABANDONED) && find(handle) != mutex) {
-        // Our choice: who waits for a mutex that is closed meanwhile does not get it. On Windows the
-        // waiting thread does, and nobody can ever release it.
+    if ((answer == WAIT_OBJECT_0 || answer == WAIT_ABANDONED) && !isOpen(*mutex, handle)) {
+        // Our choice: who waits for a mutex that is closed meanwhile does not get it. On Windows
+        // the waiting thread does, and nobody can ever release it.
         (void)release(*mutex);
         return failWith(WAIT_FAILED, ERROR_INVALID_HANDLE);
     }
@@ -250,6 +282,7 @@ bool closeMutex(HANDLE handle) {
     if (mutex == nullptr) {
         return failWith(false, ERROR_INVALID_HANDLE);
     }
+    mutex->handle.store(0, std::memory_order_release);
     const DWORD answer = waited(*mutex, pthread_mutex_trylock(&mutex->native));
     if (answer != WAIT_OBJECT_0 && answer != WAIT_ABANDONED) {
         // Another thread owns it. Nobody can release it any more, and until that thread ends the

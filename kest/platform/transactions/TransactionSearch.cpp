@@ -17,7 +17,14 @@ DWORD fill(const Record& record, WIN32_FIND_DATAW& data) {
     }
     // Our choice: a record tells what an entry is, not how large or how old it is; that would cost
     // a call to the system for each, and a tree walk does not ask.
-    data = {};
+    // What follows the names in their fields is left as it is, which is most of the record.
+    data.ftCreationTime = {};
+    data.ftLastAccessTime = {};
+    data.ftLastWriteTime = {};
+    data.nFileSizeHigh = 0;
+    data.nFileSizeLow = 0;
+    data.dwReserved1 = 0;
+    data.cAlternateFileName[0] = L'\0';
     data.dwFileAttributes = record.attributes;
     data.dwReserved0 = record.reparseTag;
     std::wmemcpy(data.cFileName, record.name.c_str(), record.name.size() + 1);
@@ -93,12 +100,13 @@ DWORD Transaction::findNext(HANDLE handle, Search& search, WIN32_FIND_DATAW& dat
         const std::wstring dots(static_cast<std::size_t>(++search.m_dots), L'.');
         return fill(recordOf(dots, Kind::Directory, FILE_ATTRIBUTE_DIRECTORY), data);
     }
-    Record record;
+    Record& record = search.m_record;
     error = nextRecord(search, record);
     if (error == ERROR_SUCCESS) {
         m_lastDirectory = search.m_view;
         m_lastName = record.name;
         m_lastKind = record.kind;
+        m_lastSearch = search.m_number;
         return fill(record, data);
     }
     if (error == ERROR_NO_MORE_FILES) {
@@ -152,13 +160,14 @@ DWORD Transaction::nextRecord(Search& search, Record& record) {
         if (search.m_staged) {
             return ERROR_SUCCESS;
         }
-        const DirectoryChanges* const changes = changesOf(search.m_canonical);
-        if (changes == nullptr) {
+        DirectoryChanges* const changes = changesOf(search.m_canonical);
+        if (changes == nullptr ||
+            (changes->emptier == search.m_number && changes->others.empty())) {
             return ERROR_SUCCESS;
         }
         std::wstring scratch;
         const std::wstring& folded = this->folded(record.name, scratch);
-        if (changes->removed.count(folded) != 0) {
+        if (!changes->removed.empty() && changes->removed.contains(folded)) {
             continue;
         }
         const auto found = changes->others.find(folded);
@@ -211,7 +220,7 @@ DWORD Transaction::finishSearch(Search& search) {
 
 DWORD Transaction::checkEmpty(const Place& place) {
     const std::wstring canonical = join(place.parent->canonical, place.name);
-    const DirectoryChanges* const changes = changesOf(canonical);
+    DirectoryChanges* const changes = changesOf(canonical);
     if (changes != nullptr && !changes->others.empty()) {
         const bool mounted = std::any_of(
             changes->others.begin(), changes->others.end(),
@@ -225,7 +234,7 @@ DWORD Transaction::checkEmpty(const Place& place) {
     }
     ViewPtr view;
     std::unique_ptr<Listing> listing;
-    DWORD error = locateDirectory(canonical, view);
+    DWORD error = locateDirectory(join(place.parent->text, place.name), view);
     if (error == ERROR_SUCCESS) {
         error = m_disk.list(view->directory, listing);
     }
@@ -234,7 +243,7 @@ DWORD Transaction::checkEmpty(const Place& place) {
         if (isOwnStage(record.name)) {
             continue;
         }
-        if (changes == nullptr || changes->removed.count(m_disk.fold(record.name)) == 0) {
+        if (changes == nullptr || !changes->removed.contains(m_disk.fold(record.name))) {
             return ERROR_DIR_NOT_EMPTY;
         }
     }

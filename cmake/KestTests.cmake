@@ -114,4 +114,7 @@ if(NOT KEST_SANITIZERS)
              COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/scripts/history-test.sh ${CMAKE_BINARY_DIR}
                      ${CMAKE_TOOLCHAIN_FILE} ${CMAKE_CROSSCOMPILING_EMULATOR})
     set_tests_properties(history_host PROPERTIES TIMEOUT 600)
+    add_test(NAME sbom COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/scripts/sbom-test.py ${CMAKE_BINARY_DIR}
+                               ${kest_platform} ${CMAKE_CXX_COMPILER})
+    set_tests_properties(sbom PROPERTIES TIMEOUT 300)
 endif()

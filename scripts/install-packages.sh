@@ -1,7 +1,7 @@
 #!/bin/bash
 # Installs the Debian packages that a goal of the Makefile needs and that are not there yet, and
-# nothing else: install-packages.sh run|test|bench|bench-trees|powercut|format. Says what it does; when
-# nothing is missing it does nothing and says nothing.
+# nothing else: install-packages.sh run|test|bench|bench-trees|powercut|trace-page|format. Says what it
+# does; when nothing is missing it does nothing and says nothing.
 set -euo pipefail
 
 run=(g++ make cmake ninja-build libboost-dev)
@@ -30,11 +30,15 @@ bench-trees)
     # The file systems in images, and what a copy is compared with and watched by.
     wanted=("${run[@]}" libbenchmark-dev python3 e2fsprogs xfsprogs btrfs-progs mount strace time)
     ;;
+trace-page)
+    # A browser, and what speaks to it.
+    wanted=("${run[@]}" chromium nodejs)
+    ;;
 format)
     wanted=(clang-format)
     ;;
 *)
-    echo "usage: install-packages.sh run|test|bench|bench-trees|powercut|format" >&2
+    echo "usage: install-packages.sh run|test|bench|bench-trees|powercut|trace-page|format" >&2
     exit 2
     ;;
 esac

@@ -200,11 +200,11 @@ TEST_F(TraceVerb, SumsUp) {
         "    32.000 s    32.000 s           1  run\n"
         "     1.500 s     1.500 s           1  step\n"
         "\n"
-        "Thread          Lines  Deepest  |1.024 s each                                             "
+        "Thread         Lines  Deepest  |1.024 s each                                             "
         "   |\n"
-        "a.log T1            5        2  |#:                           E :                         "
+        "a.log T1           5        2  |#:                           E :                         "
         "   |\n"
-        "b.log T12           2        0  |W                                                        "
+        "b.log T12          2        0  |W                                                        "
         "   |\n"
         "(. : # few and many lines, W E C with a warning, an error, a critical one)\n",
         outcome(options));
@@ -259,7 +259,7 @@ TEST_F(TraceVerb, FollowsUntilNobodyWaits) {
     };
     EXPECT_EQ(0, run(options, out, err, wait));
     EXPECT_EQ(one +
-                  "-- a.log was rolled over: at least 10,485,681 bytes were gone before they "
+                  "-- a.log was rolled over: at least 10,485,673 bytes were gone before they "
                   "could be read\nTrace file rolled over\n" +
                   two,
               out.text());

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <kest/kest.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
@@ -75,27 +77,37 @@ public:
     ScratchFolder& operator=(const ScratchFolder&) = delete;
 
     /// The full path of a file in it.
-    std::wstring path(const std::wstring& name) const { return (m_path / name).wstring(); }
+    std::wstring path(const std::wstring& name) const { return fromNative(textOf(at(name))); }
 
     /// Writes the bytes into a file in it; returns its full path.
     std::wstring write(const std::wstring& name, const std::string& bytes) const {
-        std::ofstream file(m_path / name, std::ios_base::binary);
+        std::ofstream file(at(name), std::ios_base::binary);
         file << bytes;
         return path(name);
     }
     void append(const std::wstring& name, const std::string& bytes) const {
-        std::ofstream file(m_path / name, std::ios_base::binary | std::ios_base::app);
+        std::ofstream file(at(name), std::ios_base::binary | std::ios_base::app);
         file << bytes;
     }
     std::string read(const std::wstring& name) const {
-        std::ifstream file(m_path / name, std::ios_base::binary);
+        std::ifstream file(at(name), std::ios_base::binary);
         return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     }
     void rename(const std::wstring& from, const std::wstring& to) const {
-        std::filesystem::rename(m_path / from, m_path / to);
+        std::filesystem::rename(at(from), at(to));
     }
 
 private:
+    // The run-time's own conversions of wide names depend on the locale.
+    std::filesystem::path at(const std::wstring& name) const {
+        const std::string bytes = toUtf8(name);
+        return m_path / std::u8string(bytes.begin(), bytes.end());
+    }
+    static std::string textOf(const std::filesystem::path& path) {
+        const std::u8string text = path.u8string();
+        return {text.begin(), text.end()};
+    }
+
     std::filesystem::path m_path;
 };
 

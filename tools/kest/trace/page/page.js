@@ -357,13 +357,15 @@ list.addEventListener("click", (event) => {
 
 function select(row, isCentred = true) {
   if (row < 0 || row >= count) return;
+  const before = focused();
   chosen = row;
+  showDetail();
+  if (focused() !== before) layLanes();
   const at = lowerBound(view, row);
   if (at < view.length && view[at] === row) scrollTo(at, isCentred);
   const isOutside = when[row] < range.from || when[row] > range.to;
   if (isOutside) setRange(when[row] - (range.to - range.from) / 2, when[row] + (range.to - range.from) / 2);
   showLane(threadOf[row]);
-  showDetail();
   tellHits();
   drawList();
   draw();
@@ -447,7 +449,10 @@ const levelsOf = (lane) => Math.min(lane.deepest, kBracketsSeen);
 const sortedLanes = [...lanes].sort((left, right) => left.file - right.file || left.index - right.index);
 // Brackets are as low as they must be for all threads to be seen, unless one wants to read them.
 let isTall = false;
-let bracketHeight = kBracket;
+let lowHeight = kBracket;
+// The chosen line's thread is always high enough to read.
+const focused = () => chosen < 0 ? null : lanes[threadOf[chosen]];
+const bracketHeightOf = (lane) => lane === focused() ? kBracket : lowHeight;
 const range = { from: first, to: last };
 let laneTops = [];
 let seenLanes = [];
@@ -459,20 +464,25 @@ function readColours() {
   for (const name of ["back", "panel", "text", "soft", "faint", "line", "accent", "info", "warning", "error", "critical", "odd", "lane", "window", "match", "bracket-text", "chosen"]) colours[name] = style.getPropertyValue("--" + name).trim();
   colours.light = style.getPropertyValue("--bracket-light").trim();
   colours.rich = style.getPropertyValue("--bracket-rich").trim();
+  colours.brackets = [];
   colours.kinds = [colours.info, colours.warning, colours.error, colours.critical, colours.odd, colours.odd];
 }
 const fileColour = (file) => "hsl(" + (file * 137 + 210) % 360 + " 60% 50%)";
-const bracketColour = (id) => "hsl(" + (id * 137 + 200) % 360 + " " + colours.rich + " " + colours.light + ")";
+const bracketColour = (id) => colours.brackets[id % 360] ??= "hsl(" + (id * 137 + 200) % 360 + " " + colours.rich + " " + colours.light + ")";
 
 function layLanes() {
   seenLanes = onlyThread < 0 ? sortedLanes : [lanes[onlyThread]];
-  const levels = seenLanes.reduce((sum, lane) => sum + levelsOf(lane), 0);
-  const room = lanesBox.clientHeight - kAxis - seenLanes.length * (kDensity + kGap);
-  bracketHeight = isTall || !levels ? kBracket : clamp(Math.floor(room / levels), kBracketLow, kBracket);
+  const focus = focused();
+  let levels = 0, room = lanesBox.clientHeight - kAxis;
+  for (const lane of seenLanes) {
+    room -= kDensity + kGap + (lane === focus ? levelsOf(lane) * kBracket : 0);
+    levels += lane === focus ? 0 : levelsOf(lane);
+  }
+  lowHeight = isTall || !levels ? kBracket : clamp(Math.floor(room / levels), kBracketLow, kBracket);
   let top = kAxis;
   laneTops = seenLanes.map((lane) => {
     const mine = top;
-    top += kDensity + levelsOf(lane) * bracketHeight + kGap;
+    top += kDensity + levelsOf(lane) * bracketHeightOf(lane) + kGap;
     return mine;
   });
   lanesAll.style.height = top + "px";
@@ -495,7 +505,7 @@ function zoom(factor, around = (range.from + range.to) / 2) {
   setRange(around - (around - range.from) * factor, around + (range.to - around) * factor);
 }
 function zoomTo(call) {
-  const length = Math.max(when[call.end] - when[call.begin], 2);
+  const length = Math.max(when[call.end] - when[call.begin], 10);
   setRange(when[call.begin] - length * .1, when[call.end] + length * .1);
 }
 const moveBy = (share) => setRange(range.from + (range.to - range.from) * share, range.to + (range.to - range.from) * share);
@@ -659,19 +669,22 @@ function drawLane(context, lane, y, height, width) {
 }
 
 function drawBrackets(context, lane, y, width) {
-  const ends = [];
+  const ends = [], full = bracketHeightOf(lane), height = full - (full > 6 ? 2 : 1);
   for (const call of lane.calls) {
     if (call.level >= kBracketsSeen || when[call.end] < range.from || when[call.begin] > range.to) continue;
     const left = Math.max(kGutter, pixelOf(when[call.begin], width)), right = Math.min(width, pixelOf(when[call.end], width));
     // What is narrower than the column that was drawn last cannot be seen.
     if (right < (ends[call.level] ?? -1)) continue;
-    const size = Math.max(1.5, right - left - .5), height = bracketHeight - (bracketHeight > 6 ? 2 : 1), top = y + call.level * bracketHeight;
+    const size = Math.max(1.5, right - left - .5), top = y + call.level * full;
     ends[call.level] = left + size;
     context.fillStyle = bracketColour(call.id);
-    context.beginPath();
-    if (size > 6 && height > 6) context.roundRect(left, top, size, height, call.isWhole ? 3 : [3, 0, 0, 3]);
-    else context.rect(left, top, size, height);
-    context.fill();
+    if (size > 6 && height > 6) {
+      context.beginPath();
+      context.roundRect(left, top, size, height, call.isWhole ? 3 : [3, 0, 0, 3]);
+      context.fill();
+    } else {
+      context.fillRect(left, top, size, height);
+    }
     if (call.worst >= 2) {
       context.fillStyle = colours.kinds[call.worst];
       context.fillRect(left, top + height - 2, size, 2);
@@ -726,7 +739,7 @@ function drawHits(context, lane, y, width) {
 
 function drawGutter(context, lane, y) {
   context.fillStyle = colours.panel;
-  context.fillRect(0, y - 2, kGutter, kDensity + 4 + levelsOf(lane) * bracketHeight);
+  context.fillRect(0, y - 2, kGutter, kDensity + 4 + levelsOf(lane) * bracketHeightOf(lane));
   const isChosen = chosen >= 0 && lanes[threadOf[chosen]] === lane;
   context.fillStyle = fileColour(lane.file);
   context.beginPath();
@@ -766,7 +779,7 @@ function findAt(event) {
   if (index < 0 || event.clientY - box.top < kAxis) return null;
   const lane = seenLanes[index], instant = instantOf(x, width);
   if (x < kGutter) return { lane, isName: true };
-  const level = Math.floor((y - laneTops[index] - kDensity) / bracketHeight), slack = 2 * (range.to - range.from) / width;
+  const level = Math.floor((y - laneTops[index] - kDensity) / bracketHeightOf(lane)), slack = 2 * (range.to - range.from) / width;
   let call = null;
   if (level >= 0) for (const one of lane.calls) if (one.level === level && when[one.begin] - slack <= instant && when[one.end] + slack >= instant) call = one;
   let at = firstAt(lane.rows, instant);

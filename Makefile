@@ -1,7 +1,7 @@
 # The few things that a person types. What they need and is missing is installed first, from Debian's
 # packages alone.
 
-.PHONY: run test docs bench bench-trees crash powercut fuzz faults analyze coverage \
+.PHONY: run test docs bench bench-trees crash powercut trace-page fuzz faults analyze coverage \
         valgrind hardened format clean install-packages
 .NOTPARALLEL:
 
@@ -53,6 +53,14 @@ bench-trees:
 	@scripts/install-packages.sh bench-trees
 	@cmake --preset bench >/dev/null && cmake --build --preset bench --target kest_trees >/dev/null
 	@scripts/bench-trees.py --counts --memory --report build/bench/trees.md $(TREES)
+
+# The page that shows a trace, in a browser without a window: what it shows, and how quickly. Leaves
+# pictures of it in build/trace-page.
+trace-page:
+	@scripts/install-packages.sh trace-page
+	@cmake --preset linux >/dev/null
+	@cmake --build --preset linux --target kest_command kest_trace_sample
+	@scripts/trace-page-test.sh
 
 # Every source in the house style.
 format:

@@ -1,6 +1,6 @@
 #!/bin/bash
 # Installs the Debian packages that a goal of the Makefile needs and that are not there yet, and
-# nothing else: install-packages.sh run|test|docs|bench|bench-trees|powercut|fuzz|analyze|coverage|
+# nothing else: install-packages.sh run|test|docs|bench|bench-trees|powercut|trace-page|fuzz|analyze|coverage|
 # valgrind|format. Says what it does; when nothing is missing it does nothing and says nothing.
 set -euo pipefail
 
@@ -49,11 +49,15 @@ coverage)
 valgrind)
     wanted=("${run[@]}" googletest librapidcheck-dev valgrind)
     ;;
+trace-page)
+    # A browser, and what speaks to it.
+    wanted=("${run[@]}" chromium nodejs)
+    ;;
 format)
     wanted=(clang-format)
     ;;
 *)
-    echo "usage: install-packages.sh run|test|docs|bench|bench-trees|powercut|fuzz|analyze|coverage|valgrind|format" >&2
+    echo "usage: install-packages.sh run|test|docs|bench|bench-trees|powercut|trace-page|fuzz|analyze|coverage|valgrind|format" >&2
     exit 2
     ;;
 esac

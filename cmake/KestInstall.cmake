@@ -8,6 +8,11 @@ install(TARGETS kest EXPORT KestTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS kest_command RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+if(UNIX)
+    install(FILES tools/kest/kest.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+    install(FILES tools/kest/kest.bash-completion RENAME kest
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+endif()
 
 # The public headers are the two that a host includes and whatever these include: there is no list to
 # forget an entry in, and an internal header that slips into a public one stops the build here.

@@ -17,4 +17,8 @@ bool confirm(const std::wstring& question) {
     return answer == "y" || answer == "yes";
 }
 
+void complainLine(const std::wstring& text) {
+    complain((isErrorColoured() ? L"\x1B[1;31mkest:\x1B[0m " : L"kest: ") + text + L"\n");
+}
+
 }  // namespace Tallowmere::command

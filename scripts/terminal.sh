@@ -20,6 +20,7 @@ tmux=(tmux -S "$place/tmux" -f /dev/null)
 cleanup() {
     trap - EXIT
     "${tmux[@]}" kill-server 2>/dev/null || true
+    exec 8>&-
     rm -rf "$place"
 }
 trap cleanup EXIT
@@ -56,9 +57,18 @@ type_line() {
     "${tmux[@]}" send-keys -l "$1"
     "${tmux[@]}" send-keys Enter
 }
-# Lets the operation go on to its end: reads the trace.
-drain() {
-    timeout 120 cat "$place/trace" >"$place/trace.log"
+# Lets the operation go on to its end, which is told by its status: reads the trace meanwhile.
+drain_until() {
+    cat <&8 >/dev/null &
+    local reader=$!
+    await "$1"
+    kill $reader
+    wait $reader 2>/dev/null || true
+}
+# Lets the next operation begin with an empty pipe.
+begin() {
+    timeout 0.3 cat <&8 >/dev/null || true
+    type_line "clear; $1; echo status \$?"
 }
 stages() {
     find "$place/home" -name '.kest-*' | sed "s,^$place/home/,,"
@@ -70,6 +80,8 @@ fingerprint() {
 mkdir -p "$place/home/photos" "$place/bin"
 ln -s "$kest" "$place/bin/kest"
 mkfifo "$place/trace"
+# A reader that does not read.
+exec 8<>"$place/trace"
 for ((i = 0; i < files; i += 100)); do
     folder=$place/home/photos/album-$((i / 100))
     mkdir "$folder"
@@ -86,11 +98,10 @@ before=$(fingerprint)
 total=$(sed -E ':a;s/([0-9])([0-9]{3})($|,)/\1,\2\3/;ta' <<<"$files")
 
 headline "A copy over an older tree; the trace goes into a pipe"
-type_line "kest copy photos backup --trace ../trace; echo status \$?"
+begin "kest copy photos backup --trace ../trace"
 await '^looking at the old tree  [0-9]+ s$'
 show
-drain
-await '^status 0$'
+drain_until '^status 0$'
 show
 grep -qE "^copied $total files, .* in [0-9.]+ s\$" <<<"$(screen)" || complain "no sum at the end"
 [[ -z $(stages) ]] || complain "a stage was left"
@@ -99,22 +110,21 @@ rm -r "$place/home/backup"
 before=$(fingerprint)
 
 headline "A copy that is interrupted by Ctrl-C"
-type_line "clear; kest copy photos backup --trace ../trace; echo status \$?"
+begin "kest copy photos backup --trace ../trace"
 await "^copying  [0-9]+%  [0-9,]+ of $total files  "
 show
 [[ -n $(stages) ]] || complain "nothing was begun"
 "${tmux[@]}" send-keys C-c
 await '^taking everything back  '
 show
-drain
-await '^status 1$'
+drain_until '^status 1$'
 show
 grep -qx 'kest: interrupted: nothing was changed' <<<"$(screen)" || complain "it does not say so"
 [[ -z $(stages) ]] || complain "a stage was left"
 [[ $before == "$(fingerprint)" ]] || complain "something was changed"
 
 headline "The same in a narrow terminal that is made smaller and larger"
-type_line "clear; kest copy photos backup --trace ../trace; echo status \$?"
+begin "kest copy photos backup --trace ../trace"
 await "^copying  "
 for width in 20 12 8 5 3 2 1 9 40; do
     "${tmux[@]}" resize-window -x $width -y 16
@@ -128,12 +138,11 @@ done
 "${tmux[@]}" resize-window -x 80 -y 16
 await "^copying  [0-9]+%  [0-9,]+ of $total files  "
 "${tmux[@]}" send-keys C-c
-drain
-await '^status 1$'
+drain_until '^status 1$'
 [[ -z $(stages) ]] || complain "a stage was left"
 
 headline "A copy that is killed, and what recovers from it"
-type_line "clear; kest copy photos backup --trace ../trace; echo status \$?"
+begin "kest copy photos backup --trace ../trace"
 await "^copying  [0-9]+%  [0-9,]+ of $total files  "
 left=$(stages)
 shell=$("${tmux[@]}" display-message -p '#{pane_pid}')
@@ -147,11 +156,13 @@ grep -qx "discarded: ./$left" <<<"$(screen)" || complain "it does not say what b
 [[ $before == "$(fingerprint)" ]] || complain "something was changed"
 
 headline "Two Ctrl-C: the second ends it at once"
-type_line "clear; kest copy photos backup --trace ../trace; echo status \$?"
+begin "kest copy photos backup --trace ../trace"
 await "^copying  [0-9]+%  [0-9,]+ of $total files  "
 "${tmux[@]}" send-keys C-c
 await '^taking everything back  '
 "${tmux[@]}" send-keys C-c
+await '\^C$'
+type_line 'echo status $?'
 await '^status 130$'
 type_line "kest recover .; echo status \$?"
 await '^status 0$'
@@ -160,13 +171,12 @@ show
 [[ $before == "$(fingerprint)" ]] || complain "something was changed"
 
 headline "A deletion that is interrupted by Ctrl-C"
-type_line "clear; kest delete photos --trace ../trace; echo status \$?"
+begin "kest delete photos --trace ../trace"
 await "^deleting  [0-9]+%  [0-9,]+ of $total files  "
 show
 "${tmux[@]}" send-keys C-c
 await '^taking everything back  '
-drain
-await '^status 1$'
+drain_until '^status 1$'
 show
 [[ $before == "$(fingerprint)" ]] || complain "something was changed"
 

@@ -1,5 +1,6 @@
 #include <cctype>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 
 #include "Terminal.h"
@@ -18,7 +19,9 @@ bool confirm(const std::wstring& question) {
 }
 
 void complainLine(const std::wstring& text) {
-    complain((isErrorColoured() ? L"\x1B[1;31mkest:\x1B[0m " : L"kest: ") + text + L"\n");
+    const char* const unwanted = std::getenv("NO_COLOR");
+    const bool isColoured = (unwanted == nullptr || *unwanted == '\0') && understandsSequences();
+    complain((isColoured ? L"\x1B[1;31mkest:\x1B[0m " : L"kest: ") + text + L"\n");
 }
 
 }  // namespace Tallowmere::command

@@ -42,8 +42,8 @@ std::FILE* openForWriting(const std::wstring& path);
 /// Whether standard error is a terminal that understands the return to the line's beginning.
 bool isErrorTerminal();
 
-/// Whether it may be coloured: a terminal, and no NO_COLOR in the environment.
-bool isErrorColoured();
+/// Whether it is one that understands escape sequences, which clear and colour.
+bool understandsSequences();
 
 /// Whether this program may write to its terminal now: not while it is in the background.
 bool isInForeground();

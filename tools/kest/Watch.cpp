@@ -213,13 +213,15 @@ void Watch::show(const std::wstring& line) {
     if (line.empty() && m_shown == 0) {
         return;
     }
-    // Blanks over what was longer; no more of them than the line is wide now.
-    const std::size_t room = std::max<std::size_t>(terminalWidth(), 1) - 1;
     std::wstring text = L"\r" + line;
-    const std::size_t before = std::min(m_shown, room);
-    text.append(before > line.size() ? before - line.size() : 0, L' ');
-    if (line.empty()) {
-        text += L'\r';
+    if (understandsSequences()) {
+        text += L"\x1B[K";
+    } else {
+        // Blanks over what was longer; no more of them than there is room for now.
+        const std::size_t room = std::max<std::size_t>(terminalWidth(), 1) - 1;
+        const std::size_t before = std::min(m_shown, room);
+        text.append(before > line.size() ? before - line.size() : 0, L' ');
+        text += line.empty() ? L"\r" : L"";
     }
     complain(text);
     m_shown = line.size();

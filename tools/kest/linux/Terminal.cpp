@@ -16,11 +16,6 @@ bool write(const std::string& bytes, std::FILE* stream) {
            std::fflush(stream) == 0;
 }
 
-bool isSet(const char* variable) {
-    const char* const value = std::getenv(variable);
-    return value != nullptr && *value != '\0';
-}
-
 }  // namespace
 
 void say(const std::wstring& text) {
@@ -46,8 +41,8 @@ bool isErrorTerminal() {
     return isatty(STDERR_FILENO) != 0 && kind != nullptr && std::strcmp(kind, "dumb") != 0;
 }
 
-bool isErrorColoured() {
-    return isErrorTerminal() && !isSet("NO_COLOR");
+bool understandsSequences() {
+    return isErrorTerminal();
 }
 
 bool isInForeground() {

@@ -55,12 +55,11 @@ bool isErrorTerminal() {
     return GetConsoleMode(GetStdHandle(STD_ERROR_HANDLE), &mode) != FALSE;
 }
 
-bool isErrorColoured() {
-    const wchar_t* const unwanted = _wgetenv(L"NO_COLOR");
+bool understandsSequences() {
     const HANDLE console = GetStdHandle(STD_ERROR_HANDLE);
     DWORD mode = 0;
-    // A console that does not know the sequences refuses to be told that it should.
-    return (unwanted == nullptr || *unwanted == L'\0') && GetConsoleMode(console, &mode) != FALSE &&
+    // A console that does not know them refuses to be told that it should.
+    return GetConsoleMode(console, &mode) != FALSE &&
            SetConsoleMode(console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != FALSE;
 }
 

@@ -16,10 +16,10 @@
 
 /// One trace line: LOG_INFO("Reading file " << fileName).
 #define LOG_INFO(pieces) KEST_LOG_STATEMENT(L"!~Sev:INFO", pieces)
-#define LOG_WARNING(pieces) KEST_LOG_STATEMENT(L"!~Sev:WARNING", pieces)
-#define LOG_ERROR(pieces) KEST_LOG_STATEMENT(L"!~Sev:ERROR", pieces)
-#define LOG_CRITICAL(pieces) KEST_LOG_STATEMENT(L"!~Sev:CRITICAL", pieces)
-
+#define LOG_WARNING(pieces) KEST_LOG_STATEMENT(L"!~Sev:WARNING", pieces)    ///< The same.
+#define LOG_ERROR(pieces) KEST_LOG_STATEMENT(L"!~Sev:ERROR", pieces)        ///< The same.
+#define LOG_CRITICAL(pieces) KEST_LOG_STATEMENT(L"!~Sev:CRITICAL", pieces)  ///< The same.
+/// Behind them.
 #define KEST_LOG_STATEMENT(severity, pieces)                                       \
     do {                                                                           \
         ::Tallowmere::Recorder::instance()->begin(severity, KEST_MODULE, __LINE__) \

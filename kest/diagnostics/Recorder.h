@@ -37,8 +37,8 @@ public:
     /// `new`.
     class KEST_API StreamLock {
     public:
-        virtual void lock() = 0;
-        virtual void unlock() = 0;
+        virtual void lock() = 0;    ///< Begins a line.
+        virtual void unlock() = 0;  ///< Ends it.
 
     protected:
         ~StreamLock() = default;

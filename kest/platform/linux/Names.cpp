@@ -80,6 +80,27 @@ constexpr std::wstring_view kPrefix = L"\\\\?\\";
 std::wstring widen(std::string_view native) {
     std::wstring wide;
     wide.reserve(native.size());
+    widen(native, wide);
+    return wide;
+}
+
+void widen(std::string_view native, std::wstring& wide) {
+    // Nearly all names are short and plain.
+    constexpr std::size_t kFew = 64;
+    if (native.size() <= kFew) {
+        wchar_t few[kFew];
+        bool isPlain = true;
+        for (std::size_t i = 0; i < native.size(); ++i) {
+            const auto byte = static_cast<unsigned char>(native[i]);
+            isPlain = isPlain && byte < 0x80 && byte != '\\';
+            few[i] = byte;
+        }
+        if (isPlain) {
+            wide.assign(few, native.size());
+            return;
+        }
+    }
+    wide.clear();
     for (std::size_t at = 0; at < native.size();) {
         // Nearly all of nearly all names.
         const std::size_t run = plainBytes(native.substr(at));
@@ -103,7 +124,6 @@ std::wstring widen(std::string_view native) {
         wide.push_back(static_cast<wchar_t>(c));
         at += length;
     }
-    return wide;
 }
 
 bool narrow(std::wstring_view wide, std::string& native) {

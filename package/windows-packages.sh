@@ -36,6 +36,15 @@ for file in bin/Kest.dll bin/kest.exe; do
     check "the debug information of $file fits it" debug_information_fits "$file"
 done
 
+# The ten lines of README.md, with nothing but the unpacked archive and the compiler.
+ten_lines_build() {
+    mkdir "$scratch/ten" && readme_file host.cpp "$scratch/ten" &&
+        x86_64-w64-mingw32-g++-posix -std=c++17 "$scratch/ten/host.cpp" -I"$kest/include" \
+            -L"$kest/lib" -lKest -o "$scratch/ten/host.exe"
+}
+check "README.md's ten lines build" ten_lines_build
+check "they copy a tree" ten_lines_copy "$scratch/ten"
+
 # Another tool chain's import library is made of the list.
 links_by_the_list() {
     local host=$scratch/by-list

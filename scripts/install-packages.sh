@@ -1,6 +1,6 @@
 #!/bin/bash
 # Installs the Debian packages that a goal of the Makefile needs and that are not there yet, and
-# nothing else: install-packages.sh run|test|docs|bench|bench-trees|powercut|format. Says what it does;
+# nothing else: install-packages.sh run|test|docs|packages|bench|bench-trees|powercut|format. Says what it does;
 # when nothing is missing it does nothing and says nothing.
 set -euo pipefail
 
@@ -19,11 +19,16 @@ test)
         g++-mingw-w64-x86-64-posix wine64 wine
         # What tests call: extended attributes, the package's hosts, and what kills and power cuts need.
         attr "${powercut[@]}"
+        # The packages: what makes them, and what looks at them from outside.
+        dpkg-dev lintian abigail-tools
         # The documents: the reference, and the scripts that hold them against the sources.
         doxygen python3)
     ;;
 docs)
     wanted=(doxygen)
+    ;;
+packages)
+    wanted=("${run[@]}" g++-mingw-w64-x86-64-posix dpkg-dev)
     ;;
 powercut)
     wanted=("${run[@]}" "${powercut[@]}")
@@ -39,7 +44,7 @@ format)
     wanted=(clang-format)
     ;;
 *)
-    echo "usage: install-packages.sh run|test|docs|bench|bench-trees|powercut|format" >&2
+    echo "usage: install-packages.sh run|test|docs|packages|bench|bench-trees|powercut|format" >&2
     exit 2
     ;;
 esac

@@ -7,7 +7,7 @@ holds_what_is_installed() {
         "$(cd "$kest" && find . -type f | sort)"
 }
 check "the archive holds what an install holds" holds_what_is_installed
-for text in README GPL-3 gcc-mingw-w64-base mingw-w64-x86-64-dev; do
+for text in README GPL-3 gcc-mingw-w64-base mingw-w64-x86-64-dev libcli11-dev; do
     check "it holds licences/$text.txt" test -s "$kest/licences/$text.txt"
 done
 

@@ -1,10 +1,10 @@
 #!/bin/bash
 # Installs the Debian packages that a goal of the Makefile needs and that are not there yet, and
-# nothing else: install-packages.sh run|test|docs|packages|bench|bench-trees|powercut|format. Says what it does;
-# when nothing is missing it does nothing and says nothing.
+# nothing else: install-packages.sh run|test|docs|packages|bench|bench-trees|powercut|trace-page|fuzz|
+# analyze|coverage|valgrind|format. Says what it does; when nothing is missing it does nothing and says nothing.
 set -euo pipefail
 
-run=(g++ make cmake ninja-build libboost-dev)
+run=(g++ make cmake ninja-build libboost-dev libcli11-dev)
 # Disks that are recorded, the file systems on them, and kills at single system calls.
 powercut=(pkg-config fuse3 libfuse3-dev e2fsprogs xfsprogs btrfs-progs mount util-linux strace)
 case "${1:-}" in
@@ -17,6 +17,8 @@ test)
         clang libclang-rt-14-dev
         # The Windows half.
         g++-mingw-w64-x86-64-posix wine64 wine
+        # What holds for every value.
+        librapidcheck-dev
         # What tests call: extended attributes, the package's hosts, and what kills and power cuts need.
         attr "${powercut[@]}"
         # The packages: what makes them, and what looks at them from outside.
@@ -40,11 +42,27 @@ bench-trees)
     # The file systems in images, and what a copy is compared with and watched by.
     wanted=("${run[@]}" libbenchmark-dev python3 e2fsprogs xfsprogs btrfs-progs mount strace time)
     ;;
+fuzz)
+    wanted=("${run[@]}" clang libclang-rt-14-dev)
+    ;;
+analyze)
+    wanted=("${run[@]}" clang clang-tidy cppcheck googletest)
+    ;;
+coverage)
+    wanted=("${run[@]}" clang libclang-rt-14-dev llvm googletest librapidcheck-dev)
+    ;;
+valgrind)
+    wanted=("${run[@]}" googletest librapidcheck-dev valgrind)
+    ;;
+trace-page)
+    # A browser, and what speaks to it.
+    wanted=("${run[@]}" chromium nodejs)
+    ;;
 format)
     wanted=(clang-format)
     ;;
 *)
-    echo "usage: install-packages.sh run|test|docs|packages|bench|bench-trees|powercut|format" >&2
+    echo "usage: install-packages.sh run|test|docs|packages|bench|bench-trees|powercut|trace-page|fuzz|analyze|coverage|valgrind|format" >&2
     exit 2
     ;;
 esac

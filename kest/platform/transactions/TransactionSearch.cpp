@@ -211,6 +211,10 @@ DWORD Transaction::finishSearch(Search& search) {
     DWORD error = locateDirectory(search.m_text, source);
     if (error == ERROR_SUCCESS) {
         error = locateDirectory(search.m_adopter, adopter);
+        if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) {
+            // Made, and removed again while the other one was being listed.
+            return ERROR_SUCCESS;
+        }
     }
     if (error == ERROR_SUCCESS && adopter->staged) {
         error = m_disk.adopt(source->directory, adopter->directory);

@@ -30,7 +30,7 @@ umask 022
 # custom and stands in ours already; it knows no Multi-Arch; and the list of a debug package names files
 # by where they were built, and has no copyright.
 mend_debian_package() {
-    local tree=$work/tree name
+    local tree=$work/tree name level=6
     rm -rf "$tree"
     dpkg-deb --raw-extract "$1" "$tree"
     sed -i '/^$/d' "$tree/DEBIAN/control"
@@ -40,13 +40,14 @@ mend_debian_package() {
     *-dbgsym)
         mkdir -p "$tree/usr/share/doc"
         ln -s "${name%-dbgsym}" "$tree/usr/share/doc/$name"
+        level=1  # Large, and seldom fetched.
         (cd "$tree" && find usr -type f -exec md5sum {} +) | sort -k 2 >"$tree/DEBIAN/md5sums"
         ;;
     libkest*)
         echo "Multi-Arch: same" >>"$tree/DEBIAN/control"
         ;;
     esac
-    dpkg-deb --root-owner-group --build "$tree" "$2"
+    dpkg-deb --root-owner-group -z$level --build "$tree" "$2"
 }
 
 work=$(mktemp -d)

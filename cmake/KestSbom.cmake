@@ -122,20 +122,16 @@ kest_component(cmake CMake ${CMAKE_VERSION} BSD-3-Clause "" BUILD_TOOL_OF "What 
 # The same content has the same name, another one another: no time and no chance in it.
 string(UUID kest_uuid NAMESPACE 6ba7b811-9dad-11d1-80b4-00c04fd430c8
        NAME "kest ${PROJECT_VERSION} ${CMAKE_SYSTEM_NAME} ${kest_packages}" TYPE SHA1)
-# The time of the sources, so that two builds of them have the same list: SOURCE_DATE_EPOCH, the commit,
-# or, with neither, now.
-if(NOT DEFINED ENV{SOURCE_DATE_EPOCH})
-    execute_process(COMMAND git -C ${CMAKE_CURRENT_SOURCE_DIR} log -1 --format=%ct
-                    OUTPUT_VARIABLE epoch OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
-    if(epoch)
-        set(ENV{SOURCE_DATE_EPOCH} ${epoch})
-    endif()
-endif()
-string(TIMESTAMP kest_created "%Y-%m-%dT%H:%M:%SZ" UTC)
-if(epoch)
-    unset(ENV{SOURCE_DATE_EPOCH})
-endif()
+# The time of the newest entry of the list of changes, as in the packages: two builds of the same sources
+# have the same list, wherever they are made.
+file(STRINGS package/debian/changelog changed REGEX "^ -- " LIMIT_COUNT 1)
+string(REGEX REPLACE ".*>  " "" changed "${changed}")
+execute_process(COMMAND date -u -d "${changed}" +%Y-%m-%dT%H:%M:%SZ OUTPUT_VARIABLE kest_created
+                OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 set(kest_sbom ${CMAKE_CURRENT_BINARY_DIR}/kest.spdx.json)
 configure_file(cmake/kest.spdx.json.in ${kest_sbom}.in @ONLY)
 file(GENERATE OUTPUT ${kest_sbom} INPUT ${kest_sbom}.in)
 install(FILES ${kest_sbom} DESTINATION ${CMAKE_INSTALL_DATADIR}/kest COMPONENT library)
+if(CPACK_GENERATOR STREQUAL "DEB")
+    install(FILES ${kest_sbom} DESTINATION share/doc/libkest0 COMPONENT libkest0 EXCLUDE_FROM_ALL)
+endif()

@@ -36,7 +36,19 @@ if(KEST_SANITIZERS MATCHES "thread")
     # The thread sanitizer's run-time brings operators new and delete of its own, which cannot be made
     # to fail. What tests the stand-ins without memory runs in every other build.
     list(FILTER kest_tests EXCLUDE
-         REGEX "linux/testing/FailingAllocation|linux/ErrorsTest|linux/SyncTest|linux/ProcessesMemoryTest")
+         REGEX "linux/testing/FailingAllocation|linux/ErrorsTest|linux/SyncTest|linux/ProcessesMemoryTest|linux/MemoryMatrixTest")
+endif()
+# What holds for every value is tested with RapidCheck, where it is installed: Debian has it for the
+# machine itself alone.
+if(NOT WIN32)
+    find_path(KEST_RAPIDCHECK_INCLUDE rapidcheck/gtest.h)
+    find_library(KEST_RAPIDCHECK rapidcheck)
+endif()
+if(KEST_RAPIDCHECK AND KEST_RAPIDCHECK_INCLUDE AND NOT KEST_SANITIZERS MATCHES "thread")
+    set(kest_rapidcheck ${KEST_RAPIDCHECK})
+else()
+    list(FILTER kest_tests EXCLUDE REGEX "LawsTest\\.cpp$")
+    set(kest_rapidcheck)
 endif()
 # The tests themselves need not be fast, and without optimisation they are built in less than half the
 # time; with what all of them include read once for all, in half of that. What they work with (a disk in
@@ -50,7 +62,7 @@ target_compile_options(kest_plain_tests PRIVATE -O0 -U_FORTIFY_SOURCE)
 target_precompile_headers(kest_plain_tests PRIVATE <gtest/gtest.h> <algorithm> <functional> <map>
                           <memory> <mutex> <set> <sstream> <string> <thread> <vector>)
 add_executable(kest_tests ${kest_tests} kest/exports/testing/FromC.c)
-target_link_libraries(kest_tests PRIVATE kest_plain_tests kest_objects kest_boost)
+target_link_libraries(kest_tests PRIVATE kest_plain_tests kest_objects kest_boost ${kest_rapidcheck})
 foreach(target IN ITEMS kest_plain_tests kest_tests)
     target_compile_definitions(${target} PRIVATE KEST_SOURCE_DIR="${CMAKE_CURRENT_SOURCE_DIR}")
 endforeach()

@@ -22,7 +22,7 @@ if [ "$platform" = linux ]; then
 
     soft_file() {
         echo 'int soft(void) { return 0; }' |
-            gcc -x c -shared -fPIC -Wl,-z,norelro,-z,lazy,-z,execstack - -o "$scratch/soft"
+            gcc -x c -shared -fPIC -Wl,-z,norelro,-z,lazy,-z,execstack - -o "$scratch/soft.dll"
     }
     lacking='RELRO, a stack without code, binding at the start, the stack protector, checked calls'
 else
@@ -34,10 +34,11 @@ else
         grep -q 'DYNAMIC_BASE' <<<"$headers" || missing+="a random place, "
         grep -q 'NX_COMPAT' <<<"$headers" || missing+="data without code, "
         grep -qE '^ +[0-9]+ \.reloc ' <<<"$headers" || missing+="what moving it needs, "
-        # Eight or more digits after the first that counts: beyond 4 GiB.
+        # Nine digits or more: beyond 4 GiB.
         grep -qE '^ImageBase\s+0*[1-9a-f][0-9a-f]{8,}$' <<<"$headers" || missing+="a place beyond 4 GiB, "
         if [ -e "$symbols/$file.debug" ]; then
-            x86_64-w64-mingw32-nm "$symbols/$file.debug" | grep -q ' __stack_chk_fail' ||
+            x86_64-w64-mingw32-nm "$symbols/$file.debug" |
+                grep ' __stack_chk_fail' >/dev/null ||
                 missing+="the stack protector, "
         fi
         same "" "${missing%, }"
@@ -49,7 +50,7 @@ else
     soft_file() {
         echo 'int soft(void) { return 0; }' | x86_64-w64-mingw32-gcc-posix -x c -shared \
             -Wl,--disable-dynamicbase,--disable-nxcompat,--disable-high-entropy-va,--image-base,0x10000000 \
-            - -o "$scratch/soft"
+            - -o "$scratch/soft.dll"
     }
     lacking='high entropy, a random place, data without code, a place beyond 4 GiB'
 fi
@@ -58,7 +59,7 @@ fi
 soft_file_is_found_out() {
     local found
     soft_file || return
-    found=$(is_hardened "$scratch/soft" | sed -n 's/^+\([^+]\)/\1/p')
+    found=$(is_hardened "$scratch/soft.dll" | sed -n 's/^+\([^+]\)/\1/p')
     same "$lacking" "$found"
 }
 check "a file without hardening is found out" soft_file_is_found_out

@@ -1,10 +1,10 @@
 # Sourced by test.sh: the archives for Windows.
 
-# Everything of an ordinary install, what belongs to the archive alone, and nothing else.
+# Everything of an ordinary install, and nothing else.
 holds_what_is_installed() {
     cmake --install build/windows --prefix "$scratch/install" >/dev/null || return
     same "$(cd "$scratch/install" && find . -type f | sort)" \
-        "$(cd "$kest" && find . -type f ! -path './licences/*' ! -name Kest.def | sort)"
+        "$(cd "$kest" && find . -type f | sort)"
 }
 check "the archive holds what an install holds" holds_what_is_installed
 for text in README GPL-3 gcc-mingw-w64-base mingw-w64-x86-64-dev; do
@@ -13,11 +13,10 @@ done
 
 shows_its_version() {
     local resource
-    x86_64-w64-mingw32-windres -I. -J coff -O rc "$kest/bin/Kest.dll" "$scratch/resource.rc" || return
-    resource=$(tr -d '\000' <"$scratch/resource.rc")
-    grep -F "FILEVERSION ${version//./,},0" <<<"$resource" &&
-        grep -F "\"FileVersion\", \"$version" <<<"$resource" &&
-        grep -F '"OriginalFilename", "Kest.dll' <<<"$resource"
+    resource=$(x86_64-w64-mingw32-windres -J coff -O rc "$kest/bin/Kest.dll") || return
+    grep -F "FILEVERSION ${version//./, }, 0" <<<"$resource" &&
+        grep -F "\"FileVersion\", \"$version\"" <<<"$resource" &&
+        grep -F '"OriginalFilename", "Kest.dll"' <<<"$resource"
 }
 check "Kest.dll shows its version" shows_its_version
 
@@ -46,23 +45,18 @@ links_by_the_list() {
 }
 check "c-host builds with an import library made of Kest.def, and copies a tree" links_by_the_list
 
-# A machine that has nothing but Windows: a prefix of its own, without what the tests' prefix is given.
+# A machine that has nothing but Windows: a prefix of its own that does not exist yet, without what the
+# tests' prefix is given, and no library in reach but those in the folder.
 starts_on_a_new_machine() {
-    local prefix=$scratch/prefix status
-    mkdir "$scratch/new" && cp "$kest"/bin/* "$scratch/new/"
-    make_tree "$scratch/new/source"
-    (cd "$scratch/new" && new_wine timeout 300 "$kest_wine" kest.exe copy source target) 2>&1
+    local status
+    mkdir "$scratch/new" && cp "$kest"/bin/* "$scratch/new/" && make_tree "$scratch/new/source" || return
+    in_new_prefix "cd '$scratch/new' && timeout 300 \"\$kest_wine\" kest.exe copy source target"
     status=$?
-    new_wine wineserver -k
+    in_new_prefix "wineserver -k"
     same 0 $status && diff -r "$scratch/new/source" "$scratch/new/target"
 }
-# The settings of the tests' prefix, but a prefix that does not exist yet, and no library in reach.
-new_wine() {
-    (
-        here=$top/cmake
-        export KEST_WINEPREFIX=$scratch/prefix KEST_WINE_BARE=1
-        . cmake/wine-environment.sh
-        setsid -w "$@" </dev/null
-    )
+in_new_prefix() {
+    KEST_WINEPREFIX=$scratch/prefix KEST_WINE_BARE=1 here=$top/cmake setsid -w \
+        bash -c ". cmake/wine-environment.sh; $1" </dev/null
 }
 check "kest.exe works on a machine that has nothing else" starts_on_a_new_machine

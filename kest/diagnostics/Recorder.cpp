@@ -52,6 +52,26 @@ bool findBaseName(std::wstring_view path, std::wstring_view& name) {
     return slashes + backslashes == 0 || (!name.empty() && (slashes == 0 || backslashes == 0));
 }
 
+enum class Tag { None, Severity, File, Line };
+
+/// Deliberate: the first two characters of a marker are not looked at, so any constant wide text
+/// with a tag at that place is one: a path on a server named Fileserver, Linux01 or Sevilla, say.
+inline Tag tagOf(const wchar_t* text) {
+    if (text[0] == L'\0' || text[1] == L'\0') {
+        return Tag::None;
+    }
+    switch (text[2]) {
+        case L'S':
+            return text[3] == L'e' && text[4] == L'v' ? Tag::Severity : Tag::None;
+        case L'F':
+            return text[3] == L'i' && text[4] == L'l' ? Tag::File : Tag::None;
+        case L'L':
+            return text[3] == L'i' && text[4] == L'n' ? Tag::Line : Tag::None;
+        default:
+            return Tag::None;
+    }
+}
+
 std::uint64_t nextSerial() {
     static std::atomic<std::uint64_t> s_last{0};
     return ++s_last;
@@ -136,6 +156,11 @@ Recorder* Recorder::instance() {
     if (Recorder* const existing = s_instance.load(std::memory_order_acquire)) {
         return existing;
     }
+    return create();
+}
+
+/// Apart, so that the usual way needs nothing of what this one does.
+Recorder* Recorder::create() {
     const LockGuard guard(s_instanceLock, -1);
     if (s_instance.load(std::memory_order_relaxed) == nullptr) {
         s_instance.store(new Recorder, std::memory_order_release);
@@ -217,6 +242,16 @@ void Recorder::flush() {
     endLine();
 }
 
+Recorder& Recorder::begin(const wchar_t* severity, const char* file, int line) {
+    insertConstantText(severity);
+    if (file != nullptr && isLineGathered() && markerState == kNoMarker &&
+        lineInProgress->location.takeName(file)) {
+        lineInProgress->appendColumn(line);
+        return *this;
+    }
+    return *this << L"!~Fil:" << file << L"!~Lin:" << line;
+}
+
 Recorder& Recorder::operator<<(const std::wstring& text) {
     insertConstantText(text.c_str());
     return *this;
@@ -245,22 +280,22 @@ void Recorder::prepare(std::wostringstream& stream) {
     stream.imbue(traceLocale());
 }
 
-void Recorder::writeSeverity(const wchar_t* name) {
+/// Begins a line with its time, its severity and its thread.
+void Recorder::beginColumns(const wchar_t* severity) {
+    if (!streamOutTimeStamp()) {
+        write(severityColumn(severity).text());
+        write(threadColumn(os().GetCurrentThreadId()).text());
+        return;
+    }
+    LineText& text = lineInProgress->text;
     ColumnBytes column;
-    if (isLineGathered() && plainSeverity(name, column)) {
-        lineInProgress->text.appendAscii(column.bytes, column.size);
+    if (plainSeverity(severity, column)) {
+        text.appendAscii(column.bytes, column.size);
     } else {
-        write(severityColumn(name).text());
+        text.append(severityColumn(severity).text());
     }
-}
-
-void Recorder::writeThread(std::uint32_t thread) {
-    if (isLineGathered()) {
-        const ColumnBytes& column = lineInProgress->thread.column(thread);
-        lineInProgress->text.appendAscii(column.bytes, column.size);
-    } else {
-        write(threadColumn(thread).text());
-    }
+    const ColumnBytes& thread = lineInProgress->thread.column(os().GetCurrentThreadId());
+    text.appendAscii(thread.bytes, thread.size);
 }
 
 /// Whether the calling thread's next value will be taken for a file name.
@@ -269,6 +304,10 @@ bool Recorder::isFileNameExpected() const {
 }
 
 void Recorder::insertConstantText(const wchar_t* text) {
+    if (isLineGathered() && markerState == kNoMarker && tagOf(text) == Tag::None) {
+        lineInProgress->text.append(std::wstring_view(text));
+        return;
+    }
     if (pendingMarker() == kNoMarker) {
         processMarker(text);
     } else {
@@ -321,10 +360,7 @@ void Recorder::takeLineNumber(std::int64_t number) {
     if (ownsLine()) {
         TraceLine& own = *lineInProgress;
         if (own.source == TraceLine::Source::Name && isLineGathered()) {
-            const LocationMemo::Entry& statement = own.location.column(line);
-            own.text.appendAscii(statement.column.bytes, statement.column.size);
-            own.statement = &statement;
-            own.source = TraceLine::Source::Column;
+            own.appendColumn(line);
             return;
         }
         settleSource();
@@ -376,20 +412,20 @@ void Recorder::setPendingMarker(std::int32_t state) {
     (ownsLine() ? markerState : threadMarkers(serial).markerState) = state;
 }
 
-/// Deliberate: the first two characters of a marker are not looked at, so any constant wide text
-/// with a tag at that place is one: a path on a server named Fileserver, Linux01 or Sevilla, say.
 void Recorder::processMarker(const wchar_t* text) {
-    const wchar_t tag = text[0] != L'\0' && text[1] != L'\0' ? text[2] : L'\0';
-    if (tag == L'S' && text[3] == L'e' && text[4] == L'v') {
-        streamOutTimeStamp();
-        writeSeverity(text[5] == L'\0' ? L"" : text + 6);
-        writeThread(os().GetCurrentThreadId());
-    } else if (tag == L'F' && text[3] == L'i' && text[4] == L'l') {
-        setPendingMarker(kFileExpected);
-    } else if (tag == L'L' && text[3] == L'i' && text[4] == L'n') {
-        setPendingMarker(kLineExpected);
-    } else {
-        write(text);
+    switch (tagOf(text)) {
+        case Tag::Severity:
+            beginColumns(text[5] == L'\0' ? L"" : text + 6);
+            break;
+        case Tag::File:
+            setPendingMarker(kFileExpected);
+            break;
+        case Tag::Line:
+            setPendingMarker(kLineExpected);
+            break;
+        case Tag::None:
+            write(text);
+            break;
     }
 }
 
@@ -487,7 +523,8 @@ bool Recorder::insertQuickly(std::uint64_t number) {
     return insertGathered([number](LineText& line) { line.appendNumber(number); });
 }
 
-void Recorder::streamOutTimeStamp() {
+/// Begins a line with its time. Whether the line is gathered beside the stream.
+bool Recorder::streamOutTimeStamp() {
     const StreamGuard::Suspension suspension;
     // Also false where the thread owns the mutex afterwards: its last owner ended inside a line.
     const bool isMutexHeld = lock.acquire(-1);
@@ -506,7 +543,7 @@ void Recorder::streamOutTimeStamp() {
     }
     if (isLineGathered()) {
         lineInProgress->stamp.appendTo(lineInProgress->text);
-        return;
+        return true;
     }
     if (ownsLine()) {
         write(lineInProgress->stamp.now());
@@ -515,6 +552,7 @@ void Recorder::streamOutTimeStamp() {
         write(TraceStamp().now());
     }
     write(L"\t");
+    return false;
 }
 
 std::wstring Recorder::baseName(const std::wstring& path) {

@@ -78,6 +78,10 @@ public:
     /// Inserts the text up to its first null character as constant wide text: it may be a marker.
     Recorder& operator<<(const std::wstring& text);
 
+    /// Begins the line of a log statement: the same as inserting `severity`, a severity marker, and
+    /// then `file` and `line`, each behind its marker.
+    Recorder& begin(const wchar_t* severity, const char* file, int line);
+
 private:
     template <class T>
     friend Recorder& operator<<(Recorder& recorder, const T& value);
@@ -104,9 +108,10 @@ private:
     ~Recorder();
     Recorder& operator=(const Recorder&) = delete;
 
+    static Recorder* create();
     void insertConstantText(const wchar_t* text);
     void processMarker(const wchar_t* text);
-    void streamOutTimeStamp();
+    bool streamOutTimeStamp();
     std::wstring baseName(const std::wstring& path);
 
     // The short way of a value: false when it has to go the long way, nothing has happened then.
@@ -138,8 +143,7 @@ private:
     std::wostream* output() const;
     TraceFile& traceFile() const;
     void write(std::wstring_view text);
-    void writeSeverity(const wchar_t* name);
-    void writeThread(std::uint32_t thread);
+    void beginColumns(const wchar_t* severity);
     void openFile(const std::wstring& path);
     bool countFlush();
     bool isFileFull(const std::wstring& path) const;

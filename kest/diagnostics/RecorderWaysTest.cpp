@@ -221,6 +221,44 @@ void everyName() {
     trace().flush();
 }
 
+/// What begins a log statement, against the pieces that it stands for.
+void everyBeginning(bool atOnce) {
+    const auto begin = [atOnce](const wchar_t* severity, const char* file,
+                                int number) -> Recorder& {
+        return atOnce ? trace().begin(severity, file, number)
+                      : trace() << severity << L"!~Fil:" << file << L"!~Lin:" << number;
+    };
+    const char* const none = nullptr;
+    for (const char* const file : {"x", "TransactedFS", "folder/x.cpp", "a\\b/", "", "caf\xE9.cpp",
+                                   none, "a-name-that-is-longer-than-its-column.cpp"}) {
+        for (const int number : {0, 5, 13, 99999, 100000, -1}) {
+            for (const wchar_t* const severity :
+                 {L"!~Sev:INFO", L"!~Sev:CRITICAL", L"!~Sev", L"!~Sev:\u00DCBER", L"no marker"}) {
+                begin(severity, file, number) << "first " << number << L" second\n";
+                trace().flush();
+            }
+            begin(L"!~Sev:INFO", file, number) << "in ";
+            begin(L"!~Sev:ERROR", file, number) << "another\n";
+            trace().flush();
+            trace() << "the rest" << L"!~Lin:" << 3 << '\n';
+            trace().flush();
+            // A marker that waits takes the severity.
+            trace() << L"!~Fil:";
+            begin(L"!~Sev:INFO", file, number) << "text\n";
+            trace().flush();
+            trace() << L"!~Lin:";
+            begin(L"!~Sev:INFO", file, number) << L"!~Lin:" << 7 << "text\n";
+            trace().flush();
+            // One that begins and goes on in a stream that has changed.
+            line([&] {
+                trace() << LeavesHex();
+                begin(L"!~Sev:INFO", file, number) << 255 << LeavesDecimal();
+                trace().flush();
+            });
+        }
+    }
+}
+
 /// Severities of every length and kind.
 void everySeverity() {
     for (const std::wstring name :
@@ -312,6 +350,13 @@ TEST(RecorderWays, AreTheSameForEveryType) {
 
 TEST(RecorderWays, AreTheSameForEveryMarker) {
     EXPECT_EQ(theLongWay(&everyMarker), theShortWay(&everyMarker));
+}
+
+TEST(RecorderWays, AreTheSameForEveryBeginningOfAStatement) {
+    const std::string expected = theLongWay([] { everyBeginning(false); });
+    EXPECT_EQ(expected, theLongWay([] { everyBeginning(true); }));
+    EXPECT_EQ(expected, theShortWay([] { everyBeginning(false); }));
+    EXPECT_EQ(expected, theShortWay([] { everyBeginning(true); }));
 }
 
 TEST(RecorderWays, AreTheSameForEveryName) {

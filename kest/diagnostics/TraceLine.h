@@ -20,6 +20,13 @@ struct TraceLine {
     enum class Source : std::uint8_t { Own, Name, Column } source = Source::Own;
     /// The column, where it is one.
     const LocationMemo::Entry* statement = nullptr;
+
+    /// Writes the column of the kept name and `line`, which then stands in that place.
+    void appendColumn(int line) {
+        statement = &location.column(line);
+        text.appendAscii(statement->column.bytes, statement->column.size);
+        source = Source::Column;
+    }
 };
 
 }  // namespace Tallowmere

@@ -74,8 +74,10 @@ void TreeWalk::openLevel() {
 /// m_here and m_there.
 bool TreeWalk::takeEntry() {
     const std::wstring_view name = m_record.cFileName;
-    m_here.append(1, L'\\').append(name);
-    m_there.append(1, L'\\').append(name);
+    m_here.push_back(L'\\');
+    m_here.append(name);
+    m_there.push_back(L'\\');
+    m_there.append(name);
     if (!isDots(name) && !isExcludedPath(m_here)) {
         const bool directory = isDirectory(m_record);
         const bool link = isLink(m_record);

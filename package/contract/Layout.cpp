@@ -1,6 +1,6 @@
-// Prints what a program that was built earlier knows of the exported classes by heart: how large they
-// are, where their fields lie, in which slot of the virtual table each operation stands. The output
-// is compared with layout.txt.
+// Prints what a program that was built earlier knows of the exported classes by heart: how large
+// they are, where their fields lie, in which slot of the virtual table each operation stands. The
+// output is compared with layout.txt.
 
 #include <kest/kest.h>
 
@@ -34,10 +34,10 @@ private:
     }
 };
 
-#define OPEN(type, field)                       \
-    struct type##_##field {};                   \
-    std::ptrdiff_t offsetOf(type##_##field);    \
-    std::size_t sizeOf(type##_##field);         \
+#define OPEN(type, field)                    \
+    struct type##_##field {};                \
+    std::ptrdiff_t offsetOf(type##_##field); \
+    std::size_t sizeOf(type##_##field);      \
     template struct Opened<type##_##field, &k::type::field>
 
 OPEN(Exception, reasonOffset);
@@ -82,7 +82,8 @@ void field(Name name, const char* text) {
 
 template <class Function>
 void slot(Function function, const char* text) {
-    // A pointer to a virtual operation is its distance in the table, plus 1 to tell it from an address.
+    // A pointer to a virtual operation is its distance in the table, plus 1 to tell it from an
+    // address.
     std::ptrdiff_t distance = 0;
     static_assert(sizeof(function) == 2 * sizeof(distance));
     std::memcpy(&distance, &function, sizeof(distance));

@@ -1,6 +1,7 @@
-// Calls the library through the slots of its virtual tables, and has it call ours, as a program does
-// that was built earlier: by number, whatever the headers of today say. The arguments are a folder of
-// the registry, below HKEY_CURRENT_USER, whose one subkey has the value Name with the text x.
+// Calls the library through the slots of its virtual tables, and has it call ours, as a program
+// does that was built earlier: by number, whatever the headers of today say. In the registry there
+// has to be HKEY_CURRENT_USER\Software\KestContract with one subkey, whose value Name is the text
+// x.
 
 #include <kest/kest.h>
 
@@ -101,6 +102,7 @@ void streamLockIsAsked() {
     // The recorder gives its memory back.
     void* const object = ::operator new(sizeof(k::Recorder::StreamLock));
     *static_cast<void***>(object) = table;
+    calls.clear();
     k::Recorder::instance()->setStream(&stream, static_cast<k::Recorder::StreamLock*>(object),
                                        false);
     LOG_INFO("a line");
@@ -113,11 +115,11 @@ void calledForKey(void*, const Text& value) {
     calls += value == L"x" ? "x " : "another text ";
 }
 
-void functionIsCalled(const wchar_t* key) {
+void functionIsCalled() {
     static void* table[] = {nullptr, nullptr, reinterpret_cast<void*>(&calledForKey)};
     void** object = table;
     calls.clear();
-    k::Registry::forEachSubKey(k::Registry::HKCU, key, L"Name",
+    k::Registry::forEachSubKey(k::Registry::HKCU, L"Software\\KestContract", L"Name",
                                *reinterpret_cast<k::Registry::Function*>(&object));
     expect(calls == "x ", "Registry::Function 2 is the call");
 }
@@ -143,15 +145,11 @@ void boolHasOneByte() {
 
 }  // namespace
 
-int main(int count, char** arguments) {
-    if (count != 2) {
-        std::printf("usage: slots KEY\n");
-        return 2;
-    }
+int main() {
     k::Recorder::instance()->setFile(L"slots.log");
     exceptionIsCalled();
     programIsCalled();
-    functionIsCalled(k::fromNative(arguments[1]).c_str());
+    functionIsCalled();
     guardHoldsTheLockFirst();
     boolHasOneByte();
     k::Recorder::destroy();

@@ -85,6 +85,21 @@ std::wstring widen(std::string_view native) {
 }
 
 void widen(std::string_view native, std::wstring& wide) {
+    // Nearly all names are short and plain.
+    constexpr std::size_t kFew = 64;
+    if (native.size() <= kFew) {
+        wchar_t few[kFew];
+        bool isPlain = true;
+        for (std::size_t i = 0; i < native.size(); ++i) {
+            const auto byte = static_cast<unsigned char>(native[i]);
+            isPlain = isPlain && byte < 0x80 && byte != '\\';
+            few[i] = byte;
+        }
+        if (isPlain) {
+            wide.assign(few, native.size());
+            return;
+        }
+    }
     wide.clear();
     for (std::size_t at = 0; at < native.size();) {
         // Nearly all of nearly all names.

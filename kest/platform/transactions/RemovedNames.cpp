@@ -6,11 +6,33 @@
 namespace Tallowmere::platform::transactions {
 namespace {
 
+constexpr std::size_t kPiece = 1U << 16;
+
 void put(std::uint64_t number, std::string& bytes) {
     for (; number >= 0x80; number >>= 7) {
         bytes.push_back(static_cast<char>(number | 0x80));
     }
     bytes.push_back(static_cast<char>(number));
+}
+
+/// Nearly all names are short and ASCII: one byte for the length and for each unit. False, with
+/// nothing put, for any other.
+bool putPlain(const std::wstring& name, std::string& bytes) {
+    std::uint32_t all = 0;
+    for (const wchar_t unit : name) {
+        all |= static_cast<std::uint32_t>(unit);
+    }
+    if (all >= 0x80 || name.size() >= 0x80) {
+        return false;
+    }
+    const std::size_t before = bytes.size();
+    bytes.resize(before + 1 + name.size());
+    char* to = bytes.data() + before;
+    *to++ = static_cast<char>(name.size());
+    for (const wchar_t unit : name) {
+        *to++ = static_cast<char>(unit);
+    }
+    return true;
 }
 
 std::uint64_t take(const std::string& bytes, std::size_t& at) {
@@ -31,15 +53,21 @@ void RemovedNames::add(const std::wstring& name) {
         m_names.insert(name);
         return;
     }
-    const std::size_t before = m_gathered.size();
+    if (m_gathered.empty() || m_gathered.back().size() > kPiece) {
+        m_gathered.emplace_back();
+    }
+    std::string& piece = m_gathered.back();
+    const std::size_t before = piece.size();
     try {
-        put(name.size(), m_gathered);
-        for (const wchar_t unit : name) {
-            put(static_cast<std::uint32_t>(unit), m_gathered);
+        if (!putPlain(name, piece)) {
+            put(name.size(), piece);
+            for (const wchar_t unit : name) {
+                put(static_cast<std::uint32_t>(unit), piece);
+            }
         }
     } catch (...) {
         // Half a name would make all that follow it unreadable.
-        m_gathered.resize(before);
+        piece.resize(before);
         throw;
     }
     ++m_count;
@@ -58,12 +86,14 @@ bool RemovedNames::contains(const std::wstring& name) {
 const std::unordered_set<std::wstring>& RemovedNames::all() {
     if (m_count != 0) {
         std::unordered_set<std::wstring> names;
-        for (std::size_t at = 0; at < m_gathered.size();) {
-            std::wstring name(static_cast<std::size_t>(take(m_gathered, at)), L'\0');
-            for (wchar_t& unit : name) {
-                unit = static_cast<wchar_t>(take(m_gathered, at));
+        for (const std::string& piece : m_gathered) {
+            for (std::size_t at = 0; at < piece.size();) {
+                std::wstring name(static_cast<std::size_t>(take(piece, at)), L'\0');
+                for (wchar_t& unit : name) {
+                    unit = static_cast<wchar_t>(take(piece, at));
+                }
+                names.insert(std::move(name));
             }
-            names.insert(std::move(name));
         }
         m_names = std::move(names);
         m_gathered = {};

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <string>
 #include <unordered_set>
+#include <vector>
 
 namespace Tallowmere::platform::transactions {
 
@@ -21,8 +22,9 @@ public:
     std::size_t size() const { return m_count + m_names.size(); }
 
 private:
-    /// Each as its length and its units, a number being seven bits in each byte.
-    std::string m_gathered;
+    /// Each as its length and its units, a number being seven bits in each byte; in pieces, so that
+    /// what is there is not copied to make room for more.
+    std::vector<std::string> m_gathered;
     std::size_t m_count = 0;
     std::unordered_set<std::wstring> m_names;
 };

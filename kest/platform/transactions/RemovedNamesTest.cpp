@@ -35,6 +35,18 @@ TEST(RemovedNames, GiveBackEveryUnitOfEveryName) {
     EXPECT_EQ(names.size(), 4U);
 }
 
+TEST(RemovedNames, KeepManyApart) {
+    RemovedNames names;
+    std::unordered_set<std::wstring> expected;
+    for (int i = 0; i < 20000; ++i) {
+        const std::wstring name = L"file" + std::to_wstring(i) + (i % 7 == 0 ? L"\u20AC" : L"");
+        names.add(name);
+        expected.insert(name);
+    }
+    EXPECT_EQ(names.size(), 20000U);
+    EXPECT_EQ(names.all(), expected);
+}
+
 TEST(RemovedNames, TellANameTwiceUntilTheyAreAskedFor) {
     RemovedNames names;
     names.add(L"a");

@@ -111,6 +111,13 @@ private:
         bool publishesNothing() const;
     };
 
+    /// What m_changes has for a directory, or null: asked for once, and good until a directory
+    /// comes to m_changes or goes.
+    struct Asked {
+        std::uint64_t generation = 0;
+        DirectoryChanges* changes = nullptr;
+    };
+
     /// A directory as the transaction sees it.
     struct View {
         std::wstring text;       ///< how callers name it, in normal form
@@ -119,6 +126,7 @@ private:
         std::wstring throughLink;
         bool staged = false;
         bool recovered = false;  ///< orphaned stages in it were looked for
+        Asked asked;
         DirectoryPtr directory;
     };
     using ViewPtr = std::shared_ptr<View>;
@@ -182,6 +190,8 @@ private:
     /// `scratch`.
     const std::wstring& folded(const std::wstring& text, std::wstring& scratch) const;
     DirectoryChanges* changesOf(const std::wstring& canonical);
+    DirectoryChanges* changesOf(const std::wstring& canonical, Asked& asked);
+    DirectoryChanges* changesOf(View& view) { return changesOf(view.canonical, view.asked); }
     Change* changeOf(const Place& place);
     bool isRemoved(const Place& place);
     Standing standing(const Place& place);
@@ -234,14 +244,8 @@ private:
     bool m_keepsStage = false;
     /// By folded canonical text.
     std::map<std::wstring, DirectoryChanges> m_changes;
-    /// The directory that changesOf was asked for last, and what it found there. A walk asks for
-    /// the same one several times for each entry. Forgotten when a directory comes to m_changes or
-    /// goes.
-    struct {
-        bool isKept = false;
-        std::wstring canonical;
-        DirectoryChanges* changes = nullptr;
-    } m_asked;
+    /// Counts the directories that came to m_changes or went.
+    std::uint64_t m_generation = 1;
     /// For the path of a call, so that it needs no memory of its own.
     std::wstring m_text;
     Place m_source;
@@ -283,6 +287,7 @@ private:
     std::wstring m_text;
     std::wstring m_canonical;
     bool m_staged = false;
+    Transaction::Asked m_asked;
     std::unique_ptr<Listing> m_listing;
     Record m_record;
     int m_dots = 0;

@@ -115,7 +115,7 @@ Transaction::DirectoryChanges& Transaction::changesFor(const View& view) {
     const auto [found, isNew] = m_changes.try_emplace(foldPath(view.canonical));
     DirectoryChanges& changes = found->second;
     if (isNew) {
-        m_asked.isKept = false;
+        ++m_generation;
         changes.directory = view.directory;
         changes.text = view.canonical;
         changes.throughLink = view.throughLink;
@@ -414,7 +414,7 @@ DWORD Transaction::removeDirectory(const wchar_t* path) {
         // Entries that were removed through the link go with the link alone: what it leads to is
         // somewhere else and stays as it is.
         const std::wstring link = foldPath(canonical);
-        m_asked.isKept = false;
+        ++m_generation;
         for (auto at = m_changes.begin(); at != m_changes.end();) {
             at = at->second.throughLink == link ? m_changes.erase(at) : std::next(at);
         }
@@ -442,7 +442,7 @@ DWORD Transaction::removeDirectory(const wchar_t* path) {
         (void)changesFor(*view);
         return ERROR_SUCCESS;
     }
-    m_asked.isKept = false;
+    ++m_generation;
     m_changes.erase(foldPath(canonical));
     view.reset();
     forget(place);
@@ -478,7 +478,7 @@ DWORD Transaction::remove(const Place& place, const Standing& standing, Kind kin
         changes.others.erase(found);
         return ERROR_SUCCESS;
     }
-    DirectoryChanges* changes = changesOf(place.parent->canonical);
+    DirectoryChanges* changes = changesOf(*place.parent);
     if (changes == nullptr || changes->removed.empty()) {
         // Asked once for each directory: what could not be destroyed after the commit is refused
         // now.

@@ -32,7 +32,7 @@ void Transaction::end(State state) {
         }
         m_stage.reset();
     }
-    m_asked.isKept = false;
+    ++m_generation;
     m_changes.clear();
     m_views.clear();
     m_pinned.clear();

@@ -75,8 +75,7 @@ DWORD Transaction::findFirst(const wchar_t* pattern, WIN32_FIND_DATAW& data, HAN
     // Our choice: it takes over what the system keeps about that one, so that a private directory
     // does not come out open to all.
     search->m_adopter = created;
-    if (const DirectoryChanges* const changes =
-            view->staged ? nullptr : changesOf(view->canonical)) {
+    if (const DirectoryChanges* const changes = view->staged ? nullptr : changesOf(*view)) {
         for (const auto& [name, change] : changes->others) {
             if (change.what == Change::What::Staged) {
                 search->m_staging.insert(name);
@@ -121,7 +120,7 @@ DWORD Transaction::findNext(HANDLE handle, Search& search, WIN32_FIND_DATAW& dat
 
 DWORD Transaction::nextRecord(Search& search, Record& record) {
     const auto staged = [&](const std::wstring& folded) -> DWORD {
-        const DirectoryChanges* const changes = changesOf(search.m_canonical);
+        const DirectoryChanges* const changes = changesOf(search.m_canonical, search.m_asked);
         const auto found = changes->others.find(folded);
         Kind kind{};
         WIN32_FILE_ATTRIBUTE_DATA data{};
@@ -160,7 +159,7 @@ DWORD Transaction::nextRecord(Search& search, Record& record) {
         if (search.m_staged) {
             return ERROR_SUCCESS;
         }
-        DirectoryChanges* const changes = changesOf(search.m_canonical);
+        DirectoryChanges* const changes = changesOf(search.m_canonical, search.m_asked);
         if (changes == nullptr ||
             (changes->emptier == search.m_number && changes->others.empty())) {
             return ERROR_SUCCESS;
@@ -187,7 +186,7 @@ DWORD Transaction::nextRecord(Search& search, Record& record) {
     while (!search.m_staging.empty()) {
         const std::wstring folded = *search.m_staging.begin();
         search.m_staging.erase(search.m_staging.begin());
-        const DirectoryChanges* const changes = changesOf(search.m_canonical);
+        const DirectoryChanges* const changes = changesOf(search.m_canonical, search.m_asked);
         if (changes != nullptr && changes->others.count(folded) != 0) {
             return staged(folded);
         }
@@ -199,7 +198,8 @@ DWORD Transaction::finishSearch(Search& search) {
     m_listedDirectory = search.m_canonical;
     m_listedCount = search.m_hides ? -1 : search.m_listed;
     m_listedSeen = search.m_seen;
-    DirectoryChanges* const changes = search.m_staged ? nullptr : changesOf(search.m_canonical);
+    DirectoryChanges* const changes =
+        search.m_staged ? nullptr : changesOf(search.m_canonical, search.m_asked);
     if (changes != nullptr && changes->seen < 0) {
         changes->seen = search.m_seen;
     }
@@ -211,6 +211,10 @@ DWORD Transaction::finishSearch(Search& search) {
     DWORD error = locateDirectory(search.m_text, source);
     if (error == ERROR_SUCCESS) {
         error = locateDirectory(search.m_adopter, adopter);
+        if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) {
+            // Made, and removed again while the other one was being listed.
+            return ERROR_SUCCESS;
+        }
     }
     if (error == ERROR_SUCCESS && adopter->staged) {
         error = m_disk.adopt(source->directory, adopter->directory);

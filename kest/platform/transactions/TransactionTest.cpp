@@ -141,6 +141,24 @@ protected:
     Snapshot before;
 };
 
+TEST_F(TransactionWithTrees, WhatWasMadeJustBeforeAListingMayGoBeforeItEnds) {
+    // A directory that is made just before another one is listed takes over what the system keeps
+    // about that one, when the listing ends.
+    Open transaction;
+    ASSERT_EQ(0U, makeDirectory(transaction, "old/made"));
+    WIN32_FIND_DATAW data{};
+    const HANDLE search = transactions::FindFirstFileTransactedW(
+        (tree.wide("old") + L"\\*").c_str(), FindExInfoStandard, &data, FindExSearchNameMatch,
+        nullptr, 0, transaction);
+    ASSERT_NE(INVALID_HANDLE_VALUE, search);
+    ASSERT_EQ(0U, removeDirectory(transaction, "old/made"));
+    while (transactions::FindNextFileW(search, &data)) {
+    }
+    EXPECT_EQ(ERROR_NO_MORE_FILES, os().GetLastError());
+    EXPECT_TRUE(transaction.commit());
+    EXPECT_EQ(before, tree.snapshot());
+}
+
 TEST_F(TransactionWithTrees, ANewTreeAppearsAtTheCommit) {
     Open transaction;
     fill(transaction, "fresh");

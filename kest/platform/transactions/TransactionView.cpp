@@ -100,22 +100,25 @@ Transaction::DirectoryChanges* Transaction::changesOf(const std::wstring& canoni
     if (m_changes.empty()) {
         return nullptr;
     }
-    if (!m_asked.isKept || m_asked.canonical != canonical) {
-        std::wstring scratch;
-        const auto found = m_changes.find(folded(canonical, scratch));
-        m_asked.isKept = false;
-        m_asked.canonical = canonical;
-        m_asked.changes = found == m_changes.end() ? nullptr : &found->second;
-        m_asked.isKept = true;
+    std::wstring scratch;
+    const auto found = m_changes.find(folded(canonical, scratch));
+    return found == m_changes.end() ? nullptr : &found->second;
+}
+
+/// A walk asks for the same directory several times for each of its entries.
+Transaction::DirectoryChanges* Transaction::changesOf(const std::wstring& canonical, Asked& asked) {
+    if (asked.generation != m_generation) {
+        asked.changes = changesOf(canonical);
+        asked.generation = m_generation;
     }
-    return m_asked.changes;
+    return asked.changes;
 }
 
 Transaction::Change* Transaction::changeOf(const Place& place) {
     if (place.parent->staged) {
         return nullptr;
     }
-    DirectoryChanges* const changes = changesOf(place.parent->canonical);
+    DirectoryChanges* const changes = changesOf(*place.parent);
     if (changes == nullptr) {
         return nullptr;
     }
@@ -128,8 +131,7 @@ Transaction::Change* Transaction::changeOf(const Place& place) {
 }
 
 bool Transaction::isRemoved(const Place& place) {
-    DirectoryChanges* const changes =
-        place.parent->staged ? nullptr : changesOf(place.parent->canonical);
+    DirectoryChanges* const changes = place.parent->staged ? nullptr : changesOf(*place.parent);
     std::wstring scratch;
     // What a search has just given is not among them.
     return changes != nullptr && !changes->removed.empty() && known(place) == nullptr &&
@@ -196,20 +198,19 @@ DWORD Transaction::openInStage(const DirectoryPtr& base, const std::wstring& rel
 /// Finds a place whose directory the same caller has spelled in the same way before, as a walk does
 /// for each entry.
 bool Transaction::locateQuickly(std::wstring_view path, Place& place) {
-    std::size_t start = path.size();
-    while (start != 0 && !isAnySeparator(path[start - 1])) {
-        --start;
-    }
-    if (start < 2 || !m_disk.isPlainName(path.substr(start))) {
-        return false;
-    }
-    const std::wstring_view parent = path.substr(0, start - 1);
     const auto take = [&](const ViewPtr& view) {
-        if (view->spelled != parent) {
+        const std::wstring& parent = view->spelled;
+        const std::size_t start = parent.size() + 1;
+        if (parent.empty() || start >= path.size() || !isAnySeparator(path[start - 1])) {
+            return false;
+        }
+        const std::wstring_view name = path.substr(start);
+        if (std::any_of(name.begin(), name.end(), isAnySeparator) ||
+            path.substr(0, start - 1) != parent || !m_disk.isPlainName(name)) {
             return false;
         }
         place.parent = view;
-        place.name.assign(path.substr(start));
+        place.name.assign(name);
         return true;
     };
     int looks = 0;

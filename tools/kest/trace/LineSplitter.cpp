@@ -24,7 +24,7 @@ LineSplitter::Piece LineSplitter::next(std::string_view& text) {
         if (takeLine(text)) {
             return Piece::line;
         }
-        if (rest().size() >= kAtMost) {
+        if (rest().size() > kAtMost) {
             text = rest().substr(0, kAtMost);
             m_begin += kAtMost;
             m_searched = m_begin;

@@ -18,6 +18,7 @@ const plural = (count, one, many) => number.format(count) + " " + (count === 1 ?
 
 // ---- The data ----
 
+performance.mark("trace-begin");
 const data = JSON.parse(byId("data").textContent);
 byId("data").remove();
 const texts = data.text.split("\n");
@@ -63,8 +64,8 @@ let first = 0, last = 0;
 
 // ---- Threads and the functions they are in ----
 
-const lanes = data.threads.map(([file, thread]) =>
-  ({ file, thread, rows: [], calls: [], deepest: 0, open: [] }));
+const lanes = data.threads.map(([file, thread], index) =>
+  ({ index, file, thread, rows: [], calls: [], deepest: 0, open: [] }));
 const depth = new Uint16Array(count);
 const isBracket = new Uint8Array(count);
 const names = new Map();
@@ -356,13 +357,15 @@ list.addEventListener("click", (event) => {
 
 function select(row, isCentred = true) {
   if (row < 0 || row >= count) return;
+  const before = focused();
   chosen = row;
+  showDetail();
+  if (focused() !== before) layLanes();
   const at = lowerBound(view, row);
   if (at < view.length && view[at] === row) scrollTo(at, isCentred);
   const isOutside = when[row] < range.from || when[row] > range.to;
   if (isOutside) setRange(when[row] - (range.to - range.from) / 2, when[row] + (range.to - range.from) / 2);
   showLane(threadOf[row]);
-  showDetail();
   tellHits();
   drawList();
   draw();
@@ -440,7 +443,16 @@ const badRows = () => view.filter(isBad);
 // ---- The picture ----
 
 const overview = byId("overview"), lanesBox = byId("lanes"), lanesAll = byId("lanes-all"), lanesSeen = byId("lanes-seen");
-const kGutter = 168, kAxis = 24, kDensity = 18, kBracket = 15, kGap = 7, kBracketsSeen = 12;
+const kGutter = 176, kAxis = 24, kDensity = 17, kBracket = 15, kBracketLow = 4, kBracketReadable = 12, kGap = 5, kBracketsSeen = 12;
+const levelsOf = (lane) => Math.min(lane.deepest, kBracketsSeen);
+// Those of a file stand together.
+const sortedLanes = [...lanes].sort((left, right) => left.file - right.file || left.index - right.index);
+// Brackets are as low as they must be for all threads to be seen, unless one wants to read them.
+let isTall = false;
+let lowHeight = kBracket;
+// The chosen line's thread is always high enough to read.
+const focused = () => chosen < 0 ? null : lanes[threadOf[chosen]];
+const bracketHeightOf = (lane) => lane === focused() ? kBracket : lowHeight;
 const range = { from: first, to: last };
 let laneTops = [];
 let seenLanes = [];
@@ -452,17 +464,25 @@ function readColours() {
   for (const name of ["back", "panel", "text", "soft", "faint", "line", "accent", "info", "warning", "error", "critical", "odd", "lane", "window", "match", "bracket-text", "chosen"]) colours[name] = style.getPropertyValue("--" + name).trim();
   colours.light = style.getPropertyValue("--bracket-light").trim();
   colours.rich = style.getPropertyValue("--bracket-rich").trim();
+  colours.brackets = [];
   colours.kinds = [colours.info, colours.warning, colours.error, colours.critical, colours.odd, colours.odd];
 }
 const fileColour = (file) => "hsl(" + (file * 137 + 210) % 360 + " 60% 50%)";
-const bracketColour = (id) => "hsl(" + (id * 137 + 200) % 360 + " " + colours.rich + " " + colours.light + ")";
+const bracketColour = (id) => colours.brackets[id % 360] ??= "hsl(" + (id * 137 + 200) % 360 + " " + colours.rich + " " + colours.light + ")";
 
 function layLanes() {
-  seenLanes = lanes.filter((lane, index) => onlyThread < 0 || index === onlyThread);
+  seenLanes = onlyThread < 0 ? sortedLanes : [lanes[onlyThread]];
+  const focus = focused();
+  let levels = 0, room = lanesBox.clientHeight - kAxis;
+  for (const lane of seenLanes) {
+    room -= kDensity + kGap + (lane === focus ? levelsOf(lane) * kBracket : 0);
+    levels += lane === focus ? 0 : levelsOf(lane);
+  }
+  lowHeight = isTall || !levels ? kBracket : clamp(Math.floor(room / levels), kBracketLow, kBracket);
   let top = kAxis;
   laneTops = seenLanes.map((lane) => {
     const mine = top;
-    top += kDensity + Math.min(lane.deepest, kBracketsSeen) * kBracket + kGap;
+    top += kDensity + levelsOf(lane) * bracketHeightOf(lane) + kGap;
     return mine;
   });
   lanesAll.style.height = top + "px";
@@ -485,7 +505,7 @@ function zoom(factor, around = (range.from + range.to) / 2) {
   setRange(around - (around - range.from) * factor, around + (range.to - around) * factor);
 }
 function zoomTo(call) {
-  const length = Math.max(when[call.end] - when[call.begin], 2);
+  const length = Math.max(when[call.end] - when[call.begin], 10);
   setRange(when[call.begin] - length * .1, when[call.end] + length * .1);
 }
 const moveBy = (share) => setRange(range.from + (range.to - range.from) * share, range.to + (range.to - range.from) * share);
@@ -542,12 +562,17 @@ function drawOverview() {
   for (const sum of sums) most = Math.max(most, sum);
   for (let column = 0; column < sums.length; ++column) {
     if (!sums[column]) continue;
-    const size = Math.max(2, Math.log1p(sums[column]) / Math.log1p(most) * (height - 8));
-    context.fillStyle = colours.kinds[kindOfRank[worst[column]]];
-    context.globalAlpha = worst[column] ? 1 : .55;
+    const size = Math.max(2, sums[column] / most * (height - 12));
+    context.fillStyle = colours.info;
     context.fillRect(kGutter + column, height - size - 1, 1, size);
   }
-  context.globalAlpha = 1;
+  // What is bad stands on top: a tick for a warning, the whole height for an error.
+  for (let column = 0; column < sums.length; ++column) {
+    if (!worst[column]) continue;
+    const isError = worst[column] >= 3;
+    context.fillStyle = colours.kinds[kindOfRank[worst[column]]];
+    context.fillRect(kGutter + column, 1, isError ? 2 : 1, isError ? height - 2 : 7);
+  }
   const whole = last - first || 1;
   const left = kGutter + clamp((range.from - first) / whole, 0, 1) * inner, right = kGutter + clamp((range.to - first) / whole, 0, 1) * inner;
   context.fillStyle = colours.window;
@@ -644,33 +669,44 @@ function drawLane(context, lane, y, height, width) {
 }
 
 function drawBrackets(context, lane, y, width) {
-  const ends = [];
+  const ends = [], full = bracketHeightOf(lane), height = full - (full > 6 ? 2 : 1);
   for (const call of lane.calls) {
     if (call.level >= kBracketsSeen || when[call.end] < range.from || when[call.begin] > range.to) continue;
     const left = Math.max(kGutter, pixelOf(when[call.begin], width)), right = Math.min(width, pixelOf(when[call.end], width));
     // What is narrower than the column that was drawn last cannot be seen.
     if (right < (ends[call.level] ?? -1)) continue;
-    const size = Math.max(1.5, right - left - .5), top = y + call.level * kBracket + 1;
+    const size = Math.max(1.5, right - left - .5), top = y + call.level * full;
     ends[call.level] = left + size;
     context.fillStyle = bracketColour(call.id);
-    context.beginPath();
-    if (size > 6) context.roundRect(left, top, size, kBracket - 2, call.isWhole ? 3 : [3, 0, 0, 3]);
-    else context.rect(left, top, size, kBracket - 2);
-    context.fill();
+    if (size > 6 && height > 6) {
+      context.beginPath();
+      context.roundRect(left, top, size, height, call.isWhole ? 3 : [3, 0, 0, 3]);
+      context.fill();
+    } else {
+      context.fillRect(left, top, size, height);
+    }
     if (call.worst >= 2) {
       context.fillStyle = colours.kinds[call.worst];
-      context.fillRect(left, top + kBracket - 4, size, 2);
+      context.fillRect(left, top + height - 2, size, 2);
     }
-    if (size > 26) {
-      context.save();
-      context.beginPath();
-      context.rect(left, top, size - 3, kBracket);
-      context.clip();
+    if (size > 24 && height >= kBracketReadable - 2) {
+      const label = labelOf(context, call.name, size - 9);
       context.fillStyle = colours["bracket-text"];
-      context.fillText(visible(call.name.length > 120 ? call.name.slice(0, 120) : call.name), left + 5, top + kBracket / 2 - .5);
-      context.restore();
+      context.fillText(label, left + 5, top + height / 2 + .5);
     }
   }
+}
+
+// A function's name as it has room: whole, its last part alone, or nothing.
+const labels = new Map();
+function labelOf(context, name, width) {
+  let known = labels.get(name);
+  if (!known) {
+    const whole = visible(name.slice(0, 120)), last = whole.slice(Math.max(whole.lastIndexOf(":"), whole.lastIndexOf(".")) + 1) || whole;
+    known = { whole, last, wholeWidth: context.measureText(whole).width, lastWidth: context.measureText(last).width };
+    labels.set(name, known);
+  }
+  return known.wholeWidth <= width ? known.whole : known.lastWidth <= width ? known.last : "";
 }
 
 const rolledOver = [];
@@ -691,7 +727,7 @@ function drawRollOvers(context, lane, y, height, width) {
 function drawHits(context, lane, y, width) {
   if (!search.matcher || !hits.length) return;
   context.fillStyle = colours.accent;
-  const inLane = lanes.indexOf(lane);
+  const inLane = lane.index;
   let lastX = -1;
   for (let index = firstAt(hits, range.from); index < hits.length && when[hits[index]] <= range.to; ++index) {
     if (threadOf[hits[index]] !== inLane) continue;
@@ -703,7 +739,7 @@ function drawHits(context, lane, y, width) {
 
 function drawGutter(context, lane, y) {
   context.fillStyle = colours.panel;
-  context.fillRect(0, y - 2, kGutter, kDensity + 4 + Math.min(lane.deepest, kBracketsSeen) * kBracket);
+  context.fillRect(0, y - 2, kGutter, kDensity + 4 + levelsOf(lane) * bracketHeightOf(lane));
   const isChosen = chosen >= 0 && lanes[threadOf[chosen]] === lane;
   context.fillStyle = fileColour(lane.file);
   context.beginPath();
@@ -715,12 +751,13 @@ function drawGutter(context, lane, y) {
   context.fillStyle = colours.faint;
   context.fillText(number.format(lane.rows.length), kGutter - 10, y + kDensity / 2 + .5);
   context.textAlign = "left";
-  if (lane.deepest > 0 && data.files.length > 1) {
+  if (data.files.length > 1) {
+    const from = 36 + context.measureText(threadName(lane)).width, to = kGutter - 18 - context.measureText(number.format(lane.rows.length)).width;
     context.save();
     context.beginPath();
-    context.rect(0, y, kGutter - 10, 100);
+    context.rect(from, y, Math.max(0, to - from), kDensity);
     context.clip();
-    context.fillText(visible(data.files[lane.file]), 29, y + kDensity + kBracket / 2);
+    context.fillText(visible(data.files[lane.file]), from, y + kDensity / 2 + .5);
     context.restore();
   }
 }
@@ -742,7 +779,7 @@ function findAt(event) {
   if (index < 0 || event.clientY - box.top < kAxis) return null;
   const lane = seenLanes[index], instant = instantOf(x, width);
   if (x < kGutter) return { lane, isName: true };
-  const level = Math.floor((y - laneTops[index] - kDensity) / kBracket), slack = 2 * (range.to - range.from) / width;
+  const level = Math.floor((y - laneTops[index] - kDensity) / bracketHeightOf(lane)), slack = 2 * (range.to - range.from) / width;
   let call = null;
   if (level >= 0) for (const one of lane.calls) if (one.level === level && when[one.begin] - slack <= instant && when[one.end] + slack >= instant) call = one;
   let at = firstAt(lane.rows, instant);
@@ -799,7 +836,7 @@ function showHint(event) {
     lanesBox.classList.remove("dragged");
     const found = wasMoved ? null : findAt(event);
     if (!found) return;
-    if (found.isName) setThread(onlyThread < 0 ? lanes.indexOf(found.lane) : -1);
+    if (found.isName) setThread(onlyThread < 0 ? found.lane.index : -1);
     else select(found.call ? found.call.begin : found.row);
   });
   lanesBox.addEventListener("dblclick", (event) => {
@@ -842,7 +879,7 @@ function showHint(event) {
 {
   const split = byId("split"), times = byId("times");
   let begin = null;
-  const setHeight = (height) => { times.style.height = clamp(height, 90, innerHeight - 260) + "px"; draw(); drawList(); };
+  const setHeight = (height) => { times.style.height = clamp(height, 90, innerHeight - 260) + "px"; layLanes(); draw(); drawList(); };
   split.addEventListener("pointerdown", (event) => { begin = { y: event.clientY, height: times.offsetHeight }; split.setPointerCapture(event.pointerId); });
   split.addEventListener("pointermove", (event) => { if (begin) setHeight(begin.height + event.clientY - begin.y); });
   split.addEventListener("pointerup", () => { begin = null; });
@@ -854,6 +891,14 @@ function showHint(event) {
 byId("zoom-in").addEventListener("click", () => zoom(.5));
 byId("zoom-out").addEventListener("click", () => zoom(2));
 byId("zoom-all").addEventListener("click", showEverything);
+function setTall(value) {
+  isTall = value;
+  byId("tall").setAttribute("aria-pressed", isTall);
+  layLanes();
+  if (chosen >= 0) showLane(threadOf[chosen]);
+  draw();
+}
+byId("tall").addEventListener("click", () => setTall(!isTall));
 
 // ---- The tools ----
 
@@ -901,6 +946,7 @@ document.addEventListener("keydown", (event) => {
     Home: () => { if (view.length) select(view[0], false); }, End: () => { if (view.length) select(view[view.length - 1], false); },
     ArrowLeft: () => moveBy(event.shiftKey ? -1 : -.1), ArrowRight: () => moveBy(event.shiftKey ? 1 : .1),
     "+": () => zoom(.5), "=": () => zoom(.5), "-": () => zoom(2), "0": showEverything,
+    b: () => setTall(!isTall),
     z: () => { const around = chosen < 0 ? [] : callsAround(chosen); if (around.length) zoomTo(around[around.length - 1]); },
     t: () => { if (onlyThread >= 0) setThread(-1); else if (chosen >= 0) setThread(threadOf[chosen]); },
     Escape: () => { if (search.text) clearSearch(); },
@@ -968,9 +1014,11 @@ readColours();
 matchMedia("(prefers-color-scheme: dark)").addEventListener("change", () => { readColours(); draw(); });
 fillHead();
 fillTools();
+{
+  const wanted = 44 + kAxis + lanes.reduce((sum, lane) => sum + kDensity + kGap + levelsOf(lane) * kBracket, 0);
+  byId("times").style.height = clamp(wanted, 110, Math.max(140, innerHeight * .45)) + "px";
+}
 layLanes();
-const wanted = 38 + parseFloat(lanesAll.style.height) + 6;
-byId("times").style.height = clamp(wanted, 110, Math.max(140, innerHeight * .42)) + "px";
 showEverything();
 choose();
 new ResizeObserver(() => { draw(); drawListSoon(); }).observe(document.body);

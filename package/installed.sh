@@ -58,6 +58,9 @@ check "it copies a tree" copies "$scratch/pc-c-host" c-host
 check "cpp-host builds with pkg-config" build_with_pkg_config cpp-host g++ main.cpp
 check "it copies a tree" copies "$scratch/pc-cpp-host" cpp-host
 
+check "kest-history builds with find_package" build_with_cmake history
+check "it keeps a history" examples/history/test.sh "$scratch/history/kest-history"
+
 # A host that is not built at all.
 mkdir "$scratch/python"
 ln -s "$PWD/examples/python-host/python-host.py" "$scratch/python/python-host"

@@ -40,6 +40,13 @@ function(kest_install libdir pc_prefix library development command)
             ARCHIVE DESTINATION ${libdir} COMPONENT ${development} ${ARGN})
     install(TARGETS kest_command RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
                                          COMPONENT ${command} ${ARGN})
+    if(UNIX)
+        install(FILES tools/kest/kest.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
+                COMPONENT ${command} ${ARGN})
+        install(FILES tools/kest/kest.bash-completion RENAME kest
+                DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+                COMPONENT ${command} ${ARGN})
+    endif()
 
     foreach(header IN LISTS public_headers)
         cmake_path(GET header PARENT_PATH folder)

@@ -1,6 +1,7 @@
 # Sourced by test.sh: how the native package is looked at.
 
 files=(bin/kest lib/libkest.so lib/libkest.so.0 lib/pkgconfig/kest.pc
+    share/man/man1/kest.1 share/bash-completion/completions/kest
     lib/cmake/Kest/KestConfig.cmake lib/cmake/Kest/KestConfigVersion.cmake
     lib/cmake/Kest/KestTargets.cmake lib/cmake/Kest/KestTargets-relwithdebinfo.cmake)
 compilers_cxx=(g++ clang++)

@@ -4,7 +4,7 @@
 # valgrind|format. Says what it does; when nothing is missing it does nothing and says nothing.
 set -euo pipefail
 
-run=(g++ make cmake ninja-build libboost-dev)
+run=(g++ make cmake ninja-build libboost-dev libcli11-dev)
 # Disks that are recorded, the file systems on them, and kills at single system calls.
 powercut=(pkg-config fuse3 libfuse3-dev e2fsprogs xfsprogs btrfs-progs mount util-linux strace)
 case "${1:-}" in

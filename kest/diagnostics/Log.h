@@ -23,8 +23,7 @@
 #define KEST_LOG_STATEMENT(severity, pieces)                                       \
     do {                                                                           \
         ::Tallowmere::Recorder::instance()->begin(severity, KEST_MODULE, __LINE__) \
-            << pieces << '
-';                                                     \
+            << pieces << '\n';                                                     \
         ::Tallowmere::Recorder::instance()->flush();                               \
     } while (false)
 

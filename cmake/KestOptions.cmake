@@ -36,6 +36,8 @@ endif()
 if(MINGW)
     # The stack protector's part of the run-time, inside: one DLL less to ship.
     target_link_libraries(kest_options INTERFACE -Wl,-Bstatic -lssp -Wl,-Bdynamic)
+    # The same sources give the same file, whenever it is linked.
+    target_link_options(kest_options INTERFACE -Wl,--no-insert-timestamp)
 endif()
 if(WIN32)
     add_compile_definitions(UNICODE _UNICODE)
@@ -55,6 +57,21 @@ function(kest_find_boost)
     file(MAKE_DIRECTORY ${folder})
     file(CREATE_LINK ${KEST_BOOST_INCLUDE}/boost ${folder}/boost SYMBOLIC)
     target_include_directories(kest_boost SYSTEM INTERFACE ${folder})
+endfunction()
+
+# The headers of the parser of the command line, for the command alone; linked in as Boost's are.
+function(kest_find_cli11)
+    add_library(kest_cli11 INTERFACE)
+    find_path(KEST_CLI11_INCLUDE CLI/CLI.hpp
+              PATHS /usr/include /usr/local/include NO_CMAKE_FIND_ROOT_PATH)
+    if(NOT KEST_CLI11_INCLUDE)
+        message(FATAL_ERROR "CLI11's headers (CLI/CLI.hpp, Debian's libcli11-dev) were not found; "
+                            "set KEST_CLI11_INCLUDE to the folder that holds CLI/.")
+    endif()
+    set(folder ${PROJECT_BINARY_DIR}/cli11-headers)
+    file(MAKE_DIRECTORY ${folder})
+    file(CREATE_LINK ${KEST_CLI11_INCLUDE}/CLI ${folder}/CLI SYMBOLIC)
+    target_include_directories(kest_cli11 SYSTEM INTERFACE ${folder})
 endfunction()
 
 # What the platform's part of `target` links against.

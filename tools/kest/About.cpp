@@ -1,5 +1,6 @@
 #include <kest/kest.h>
 
+#include "Json.h"
 #include "Terminal.h"
 #include "Verbs.h"
 
@@ -38,23 +39,40 @@ const wchar_t* nameOf(ProcessorType type) {
     return L"unknown";
 }
 
-std::wstring line(const std::wstring& what, const std::wstring& value) {
-    constexpr std::size_t kColumn = 20;
-    return what + std::wstring(kColumn - what.size(), L' ') +
-           (value.empty() ? L"(not known)" : value) + L'\n';
-}
-
 }  // namespace
 
-bool tellAbout(const Call&) {
+bool tellAbout(const Call& call) {
     std::wstring current;
     std::wstring installed;
     (void)getCurrentDirectory(current);
     (void)getInstallationDirFromPATH(installed);
-    say(line(L"system", getOs() + L' ' + nameOf(windowsVersion())) +
-        line(L"processor", nameOf(getProcessorType())) + line(L"current directory", current) +
-        line(L"system directory", getSystemDirectory()) + line(L"product on PATH", installed) +
-        line(L"program file", getExecutablePath()));
+    struct Fact {
+        const wchar_t* what;
+        const char* member;
+        std::wstring value;
+    };
+    const Fact facts[] = {
+        {L"system", "system", getOs() + L' ' + nameOf(windowsVersion())},
+        {L"processor", "processor", nameOf(getProcessorType())},
+        {L"current directory", "currentDirectory", current},
+        {L"system directory", "systemDirectory", getSystemDirectory()},
+        {L"product on PATH", "productOnPath", installed},
+        {L"program file", "programFile", getExecutablePath()},
+    };
+    std::wstring text;
+    std::vector<json::Member> members = {{"version", json::text(KEST_VERSION)}};
+    for (const Fact& fact : facts) {
+        constexpr std::size_t kColumn = 20;
+        std::wstring what = fact.what;
+        what.resize(kColumn, L' ');
+        text += what + (fact.value.empty() ? L"(not known)" : fact.value) + L'\n';
+        members.emplace_back(fact.member, fact.value.empty() ? "null" : json::text(fact.value));
+    }
+    if (call.has(L"--json")) {
+        sayBytes(json::object(members) + "\n");
+    } else {
+        say(text);
+    }
     return true;
 }
 

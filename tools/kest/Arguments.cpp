@@ -3,25 +3,97 @@
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
+#include <list>
+#include <map>
+#include <memory>
 #include <string_view>
 
-namespace Tallowmere::command {
+// The only source that includes it: it takes long to compile.
+#include <CLI/CLI.hpp>
 
+namespace Tallowmere::command {
 namespace {
 
-constexpr std::wstring_view kTrace = L"--trace";
-constexpr std::wstring_view kTraceIs = L"--trace=";
-
-std::optional<Request> mistaken(std::wstring& mistake, const std::wstring& text) {
-    mistake = text;
-    return std::nullopt;
+bool isLetter(wchar_t c) {
+    return (c >= L'a' && c <= L'z') || (c >= L'A' && c <= L'Z');
 }
 
-/// Whether it is the option of some verb.
-bool isFlag(const std::wstring& argument) {
-    return std::any_of(verbs().begin(), verbs().end(), [&](const Verb& verb) {
-        return verb.flag != nullptr && argument == verb.flag;
-    });
+bool isWord(std::wstring_view text) {
+    return !text.empty() && isLetter(text.front()) &&
+           std::all_of(text.begin(), text.end(),
+                       [](wchar_t c) { return isLetter(c) || c == L'-'; });
+}
+
+/// The arguments as the parser sees them. It works on bytes and has meanings of its own for some
+/// texts ("[a,b]" is two, "{}" none, "-1" a number), so only words and names of options reach it;
+/// for anything else it gets a token, which names the argument by its number.
+class Tokens {
+public:
+    explicit Tokens(const std::vector<std::wstring>& arguments) : m_arguments(arguments) {}
+
+    /// The tokens, the last argument first, as the parser wants them.
+    std::vector<std::string> reversed() const {
+        std::vector<std::string> tokens;
+        for (std::size_t i = m_arguments.size(); i-- > 0;) {
+            tokens.push_back(tokenOf(i));
+        }
+        return tokens;
+    }
+
+    /// The argument, or the part behind its "=", for which the token stands.
+    std::wstring decode(const std::string& token) const {
+        const std::size_t mark = token.find_first_of("#=");
+        if (mark == std::string::npos) {
+            return {token.begin(), token.end()};
+        }
+        if (token[mark] == '=' && mark != 0) {
+            // An option with a value, as a whole.
+            return m_arguments[std::stoul(token.substr(token.rfind('=') + 1))];
+        }
+        const std::wstring& argument = m_arguments[std::stoul(token.substr(mark + 1))];
+        return token[mark] == '#' ? argument : argument.substr(argument.find(L'=') + 1);
+    }
+
+private:
+    std::string tokenOf(std::size_t index) const {
+        const std::wstring& argument = m_arguments[index];
+        const std::string number = std::to_string(index);
+        if (isWord(argument) || argument == L"-" || argument == L"--") {
+            return narrow(argument);
+        }
+        if (argument.empty() || argument.front() != L'-') {
+            return "#" + number;
+        }
+        const std::size_t hyphens = argument.find_first_not_of(L'-');
+        const std::size_t equals = argument.find(L'=');
+        if (hyphens != std::wstring::npos && hyphens <= 2 &&
+            isWord(std::wstring_view(argument).substr(0, equals).substr(hyphens))) {
+            return equals == std::wstring::npos || hyphens == 1
+                       ? narrow(argument.substr(0, equals))
+                       : narrow(argument.substr(0, equals)) + "==" + number;
+        }
+        // An option by its look, and none that there is.
+        return "--#" + number;
+    }
+
+    static std::string narrow(std::wstring_view text) {
+        std::string bytes;
+        for (const wchar_t c : text) {
+            bytes += static_cast<char>(c);
+        }
+        return bytes;
+    }
+
+    const std::vector<std::wstring>& m_arguments;
+};
+
+std::string narrowName(const wchar_t* name) {
+    const std::wstring_view text(name);
+    std::string bytes;
+    for (const wchar_t c : text) {
+        bytes += static_cast<char>(c);
+    }
+    return bytes;
 }
 
 /// What is wrong with the operands of a verb; empty when nothing is.
@@ -29,82 +101,194 @@ std::wstring mistakeIn(const Verb& verb, const Operands& operands) {
     if (operands.size() < std::size(verb.missing) && verb.missing[operands.size()] != nullptr) {
         return verb.missing[operands.size()];
     }
+    if (operands.size() > verb.most) {
+        return L"one argument too many: " + operands[verb.most];
+    }
     return verb.mistake == nullptr ? L"" : verb.mistake(operands);
 }
 
+/// The parser, with a subcommand for each verb.
+class Grammar {
+public:
+    Grammar() {
+        m_top.allow_windows_style_options(false);
+        m_top.set_help_flag();
+        m_top.require_subcommand(0, 1);
+        m_help = m_top.add_flag("-h,--help");
+        m_version = m_top.add_flag("--version");
+        m_trace = m_top.add_option("--trace");
+        m_trace->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+        m_top.add_option("words", m_words);
+        for (const Verb& verb : verbs()) {
+            CLI::App*& named = m_names[verb.name];
+            if (named == nullptr) {
+                named = add(m_top, verb.name);
+                if (verb.action != nullptr) {
+                    named->require_subcommand(0, 1);
+                    named->add_option("words", m_words);
+                }
+            }
+            Parsed& parsed = m_verbs.emplace_back();
+            parsed.verb = &verb;
+            parsed.app = verb.action == nullptr ? named : add(*named, verb.action);
+            for (const Flag& flag : verb.flags) {
+                parsed.flags.push_back(parsed.app->add_flag(narrowName(flag.name)));
+            }
+            parsed.app->add_option("operands", parsed.operands);
+        }
+    }
+
+    /// Throws what the parser throws.
+    void parse(std::vector<std::string> reversed) { m_top.parse(std::move(reversed)); }
+
+    bool wantsHelp() const { return m_help->count() != 0; }
+    bool wantsVersion() const { return m_version->count() != 0; }
+
+    /// The first option without a value that was given one; empty without one.
+    std::wstring burdened() const {
+        if (hasValue(*m_help)) {
+            return L"--help";
+        }
+        if (hasValue(*m_version)) {
+            return L"--version";
+        }
+        for (const Parsed& parsed : m_verbs) {
+            for (std::size_t i = 0; i < parsed.flags.size(); ++i) {
+                if (hasValue(*parsed.flags[i])) {
+                    return parsed.verb->flags[i].name;
+                }
+            }
+        }
+        return L"";
+    }
+
+    /// The last of the files named for the trace; nothing when there was none.
+    std::optional<std::string> traceFile() const {
+        return m_trace->count() == 0 ? std::nullopt
+                                     : std::optional<std::string>(m_trace->results().back());
+    }
+
+    /// What the parser did not know, in order.
+    std::vector<std::string> unknown() const { return m_top.remaining(true); }
+
+    /// What stands where a verb, or a verb's second word, should.
+    const std::vector<std::string>& words() const { return m_words; }
+
+    /// The name of the verb that was used; empty without one.
+    std::wstring name() const {
+        for (const auto& [name, app] : m_names) {
+            if (app->parsed()) {
+                return name;
+            }
+        }
+        return L"";
+    }
+
+    struct Parsed {
+        const Verb* verb = nullptr;
+        CLI::App* app = nullptr;
+        std::vector<CLI::Option*> flags;
+        std::vector<std::string> operands;
+    };
+
+    /// Null without one.
+    const Parsed* verb() const {
+        const auto found = std::find_if(m_verbs.begin(), m_verbs.end(),
+                                        [](const Parsed& parsed) { return parsed.app->parsed(); });
+        return found == m_verbs.end() ? nullptr : &*found;
+    }
+
+private:
+    static bool hasValue(const CLI::Option& flag) {
+        const std::vector<std::string>& results = flag.results();
+        return std::any_of(results.begin(), results.end(),
+                           [](const std::string& result) { return result != "true"; });
+    }
+
+    static CLI::App* add(CLI::App& parent, const wchar_t* name) {
+        CLI::App* const app = parent.add_subcommand(narrowName(name));
+        app->set_help_flag();
+        // The options of every verb are the top's.
+        app->fallthrough();
+        return app;
+    }
+
+    CLI::App m_top;
+    CLI::Option* m_help = nullptr;
+    CLI::Option* m_version = nullptr;
+    CLI::Option* m_trace = nullptr;
+    std::vector<std::string> m_words;
+    std::map<std::wstring, CLI::App*> m_names;
+    // A list: the parser keeps the addresses of the operands.
+    std::list<Parsed> m_verbs;
+};
+
 }  // namespace
 
-std::wstring usage() {
-    std::wstring text;
-    for (const Verb& verb : verbs()) {
-        text += text.empty() ? L"usage: kest " : L"       kest ";
-        text += verb.name;
-        if (verb.action != nullptr) {
-            text.append(L" ").append(verb.action);
-        }
-        text += *verb.operands == L'\0' ? L"" : L" ";
-        text += verb.operands;
-        if (verb.flag != nullptr) {
-            text.append(L" [").append(verb.flag).append(L"]");
-        }
-        text += L" [--trace FILE]\n";
-    }
-    return text + L"       kest --help | --version\n";
-}
-
-std::optional<Request> parse(const std::vector<std::wstring>& arguments, std::wstring& mistake) {
-    Request request;
-    std::vector<std::wstring> operands;
-    std::wstring flag;
-    bool optionsEnded = false;
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        const std::wstring& argument = arguments[i];
-        const bool isOption = !optionsEnded && argument.size() > 1 && argument.front() == L'-';
-        if (!isOption) {
-            operands.push_back(argument);
-        } else if (argument == L"--") {
-            optionsEnded = true;
-        } else if (argument == L"--help") {
-            return request;
-        } else if (argument == L"--version") {
-            request.kind = Request::Kind::version;
-            return request;
-        } else if (argument == kTrace && i + 1 < arguments.size()) {
-            request.traceFile = arguments[++i];
-        } else if (argument.starts_with(kTraceIs)) {
-            request.traceFile = argument.substr(kTraceIs.size());
-        } else if (argument == kTrace) {
-            request.traceFile = L"";
-        } else if (isFlag(argument)) {
-            flag = argument;
-        } else {
-            return mistaken(mistake, L"unknown option " + argument);
-        }
-    }
-    if (request.traceFile == L"") {
-        return mistaken(mistake, L"--trace needs a file");
-    }
-    if (operands.empty()) {
-        return mistaken(mistake, L"what to do is missing");
-    }
-
-    request.kind = Request::Kind::verb;
-    request.verb = findVerb(operands, mistake);
-    if (request.verb == nullptr) {
+std::optional<Request> parse(const std::vector<std::wstring>& arguments, Mistake& mistake) {
+    const Tokens tokens(arguments);
+    Grammar grammar;
+    mistake = {};
+    const auto mistaken = [&](const std::wstring& text) -> std::optional<Request> {
+        mistake = {text, grammar.name()};
         return std::nullopt;
+    };
+    bool isUnknown = false;
+    bool isTraceBare = false;
+    try {
+        grammar.parse(tokens.reversed());
+    } catch (const CLI::ExtrasError&) {
+        isUnknown = true;
+    } catch (const CLI::ArgumentMismatch&) {
+        // No other option takes a value.
+        isTraceBare = true;
     }
-    request.flag = !flag.empty();
-    if (request.flag && (request.verb->flag == nullptr || flag != request.verb->flag)) {
-        return mistaken(mistake, L"unknown option " + flag);
+    if (const std::wstring flag = grammar.burdened(); !flag.empty()) {
+        return mistaken(flag + L" takes no value");
     }
-    request.operands.assign(operands.begin() + static_cast<std::ptrdiff_t>(request.verb->words()),
-                            operands.end());
-    if (request.operands.size() > request.verb->most) {
-        return mistaken(mistake, L"one argument too many: " + request.operands[request.verb->most]);
+
+    Request request;
+    request.name = grammar.name();
+    const Grammar::Parsed* const parsed = grammar.verb();
+    if (grammar.wantsHelp()) {
+        request.verb = parsed == nullptr ? nullptr : parsed->verb;
+        return request;
+    }
+    if (grammar.wantsVersion()) {
+        request.kind = Request::Kind::version;
+        return request;
+    }
+    if (isUnknown) {
+        return mistaken(L"unknown option " + tokens.decode(grammar.unknown().front()));
+    }
+    if (const std::optional<std::string> file = grammar.traceFile()) {
+        request.traceFile = tokens.decode(*file);
+    }
+    if (isTraceBare || request.traceFile == L"") {
+        return mistaken(L"--trace needs a file");
+    }
+    if (parsed == nullptr) {
+        const std::wstring name = request.name;
+        if (grammar.words().empty()) {
+            return mistaken(name.empty() ? L"what to do is missing"
+                                         : name + L" needs " + actionsOf(name));
+        }
+        return mistaken(L"unknown command " + (name.empty() ? L"" : name + L" ") +
+                        tokens.decode(grammar.words().front()));
+    }
+    request.kind = Request::Kind::verb;
+    request.verb = parsed->verb;
+    for (const std::string& token : parsed->operands) {
+        request.operands.push_back(tokens.decode(token));
+    }
+    for (std::size_t i = 0; i < parsed->flags.size(); ++i) {
+        if (parsed->flags[i]->count() != 0) {
+            request.flags.insert(parsed->verb->flags[i].name);
+        }
     }
     const std::wstring wrong = mistakeIn(*request.verb, request.operands);
     if (!wrong.empty()) {
-        return mistaken(mistake, wrong);
+        return mistaken(wrong);
     }
     return request;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -13,20 +14,26 @@ struct Request {
     enum class Kind { help, version, verb };
 
     Kind kind = Kind::help;
-    /// What to do, and with what, for a request of the kind `verb`.
+    /// The first word of what to do; for a help on everything it is empty.
+    std::wstring name;
+    /// What to do, and with what, for a request of the kind `verb`. For a help it is the verb that
+    /// was named, or null where several have the name.
     const Verb* verb = nullptr;
     Operands operands;
-    /// Whether the verb's own option was given.
-    bool flag = false;
+    /// The verb's own options that were given.
+    std::set<std::wstring> flags;
     /// Where the trace goes; nowhere without it.
     std::optional<std::wstring> traceFile;
 };
 
-/// The usage text, with a line feed at its end.
-std::wstring usage();
+/// What is wrong, and with which verb: its first word, empty when there is none.
+struct Mistake {
+    std::wstring text;
+    std::wstring name;
+};
 
 /// Reads the arguments, the program's name not among them. Options may stand anywhere, "--"
 /// ends them. On wrong use returns nothing and stores what is wrong in `mistake`.
-std::optional<Request> parse(const std::vector<std::wstring>& arguments, std::wstring& mistake);
+std::optional<Request> parse(const std::vector<std::wstring>& arguments, Mistake& mistake);
 
 }  // namespace Tallowmere::command

@@ -7,19 +7,20 @@ namespace {
 
 using Kind = Request::Kind;
 using Texts = std::vector<std::wstring>;
+using Flags = std::set<std::wstring>;
 
 Request accepted(const Texts& arguments) {
-    std::wstring mistake;
+    Mistake mistake;
     const std::optional<Request> request = parse(arguments, mistake);
-    EXPECT_EQ(L"", mistake);
+    EXPECT_EQ(L"", mistake.text);
     EXPECT_TRUE(request.has_value());
     return request.value_or(Request());
 }
 
 std::wstring mistakeIn(const Texts& arguments) {
-    std::wstring mistake = L"nothing was stored";
+    Mistake mistake;
     EXPECT_FALSE(parse(arguments, mistake).has_value());
-    return mistake;
+    return mistake.text;
 }
 
 TEST(Arguments, ReadsACopy) {
@@ -61,9 +62,9 @@ TEST(Arguments, ReadsTheVerbsOfRestorePoints) {
     const Request request = accepted({L"restore", L"12"});
     EXPECT_EQ(&restore, request.verb->perform);
     EXPECT_EQ(Texts{L"12"}, request.operands);
-    EXPECT_FALSE(request.flag);
-    EXPECT_TRUE(accepted({L"restore", L"--yes", L"0"}).flag);
-    EXPECT_TRUE(accepted({L"--yes", L"restore", L"4294967295"}).flag);
+    EXPECT_TRUE(request.flags.empty());
+    EXPECT_EQ((Flags{L"--yes"}), accepted({L"restore", L"--yes", L"0"}).flags);
+    EXPECT_EQ((Flags{L"--yes"}), accepted({L"restore", L"4294967295", L"--yes", L"--yes"}).flags);
     EXPECT_EQ(L"t", accepted({L"restore-points", L"--trace=t"}).traceFile);
 }
 
@@ -97,7 +98,47 @@ TEST(Arguments, TakesTheFollowingArgumentAsTraceFileWhateverItIs) {
 
 TEST(Arguments, EndsTheOptionsAtTwoHyphens) {
     EXPECT_EQ((Texts{L"--trace", L"--"}), accepted({L"copy", L"--", L"--trace", L"--"}).operands);
-    EXPECT_EQ(Texts{L"-x"}, accepted({L"--", L"delete", L"-x"}).operands);
+    EXPECT_EQ((Texts{L"--json", L"[a,b]"}),
+              accepted({L"copy", L"--", L"--json", L"[a,b]"}).operands);
+}
+
+TEST(Arguments, TakesTextsAsTheyAreWhateverTheyMeanToTheParser) {
+    for (const wchar_t* text :
+         {L"[a,b]",    L"[]",     L"{}",       L"",    L"%%",      L"++",
+          L"a=b",      L"=",      L"#1",       L"'x'", L"\"x y\"", L"/x",
+          L"/trace:x", L"copy",   L"registry", L"get", L"a\nb",    L"Gr\u00FC\u00DFe",
+          L"\uF05C",   L"\xD800", L"true",     L"-"}) {
+        EXPECT_EQ((Texts{text, text}), accepted({L"property", text, text}).operands);
+        EXPECT_EQ(Texts{text}, accepted({L"shares", text}).operands);
+        if (*text != L'\0') {
+            EXPECT_EQ(text, accepted({L"shares", L"--trace", text}).traceFile);
+            EXPECT_EQ(text, accepted({L"shares", L"--trace=" + std::wstring(text)}).traceFile);
+        }
+    }
+    EXPECT_EQ(L"-1", accepted({L"shares", L"--trace", L"-1"}).traceFile);
+    EXPECT_EQ((Texts{L"k", L"keys"}), accepted({L"registry", L"get", L"k", L"keys"}).operands);
+}
+
+TEST(Arguments, ReadsTheVerbsOwnOptions) {
+    EXPECT_EQ((Flags{L"--dry-run", L"--verify"}),
+              accepted({L"copy", L"--verify", L"a", L"--dry-run", L"b"}).flags);
+    EXPECT_EQ(Flags{L"--json"}, accepted({L"registry", L"keys", L"k", L"--json"}).flags);
+    EXPECT_EQ(L"t", accepted({L"registry", L"--trace=t", L"keys", L"k"}).traceFile);
+}
+
+TEST(Arguments, NamesTheVerbThatWasMeant) {
+    Mistake mistake;
+    EXPECT_FALSE(parse({L"copy", L"a"}, mistake));
+    EXPECT_EQ(L"copy", mistake.name);
+    EXPECT_FALSE(parse({L"registry", L"set"}, mistake));
+    EXPECT_EQ(L"registry", mistake.name);
+    EXPECT_FALSE(parse({L"move"}, mistake));
+    EXPECT_EQ(L"", mistake.name);
+    EXPECT_EQ(&copyTree, accepted({L"copy", L"--help"}).verb->perform);
+    EXPECT_EQ(nullptr, accepted({L"registry", L"--help"}).verb);
+    EXPECT_EQ(L"registry", accepted({L"registry", L"--help"}).name);
+    EXPECT_EQ(&listRegistryKeys, accepted({L"registry", L"keys", L"-h"}).verb->perform);
+    EXPECT_EQ(L"", accepted({L"--help"}).name);
 }
 
 TEST(Arguments, TakesASingleHyphenForAPath) {
@@ -150,6 +191,16 @@ TEST(Arguments, SaysWhatIsWrong) {
                   mistakeIn({L"restore", text}));
     }
     EXPECT_EQ(L"unknown option -1", mistakeIn({L"restore", L"-1"}));
+    EXPECT_EQ(L"unknown option ---x", mistakeIn({L"delete", L"---x"}));
+    EXPECT_EQ(L"unknown option -[a]", mistakeIn({L"delete", L"-[a]"}));
+    EXPECT_EQ(L"unknown option --f\u00FCr=x", mistakeIn({L"delete", L"a", L"--f\u00FCr=x"}));
+    EXPECT_EQ(L"unknown option --force=a=b", mistakeIn({L"delete", L"a", L"--force=a=b"}));
+    EXPECT_EQ(L"unknown option -xy", mistakeIn({L"delete", L"a", L"-xy"}));
+    EXPECT_EQ(L"unknown option --json", mistakeIn({L"run", L"a", L"--json"}));
+    EXPECT_EQ(L"--json takes no value", mistakeIn({L"about", L"--json=x"}));
+    EXPECT_EQ(L"--json takes no value", mistakeIn({L"about", L"--json", L"--json=true"}));
+    EXPECT_EQ(L"--help takes no value", mistakeIn({L"about", L"--help=x"}));
+    EXPECT_EQ(L"unknown command delete", mistakeIn({L"--", L"delete", L"x"}));
     EXPECT_EQ(L"unknown option --yes", mistakeIn({L"delete", L"a", L"--yes"}));
     EXPECT_EQ(L"unknown option --yes", mistakeIn({L"restore-points", L"--yes"}));
     EXPECT_EQ(L"a path is empty", mistakeIn({L"delete", L""}));

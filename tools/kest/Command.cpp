@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "Arguments.h"
+#include "Help.h"
 #include "Terminal.h"
 #include "TraceTap.h"
 #include "trace/CommandLine.h"
@@ -24,34 +25,37 @@ int performTraced(const Request& request) {
         if (!file) {
             // Whoever asks for a trace wants it: without it nothing is begun.
             const int reason = errno;
-            complain(L"kest: cannot write the trace file " + *request.traceFile + L": " +
-                     fromNative(std::strerror(reason)) + L"\n");
+            complainLine(L"cannot write the trace file " + *request.traceFile + L": " +
+                         fromNative(std::strerror(reason)));
             return failed;
         }
     }
     TraceTap trace(std::move(file));
     try {
-        return request.verb->perform({request.operands, request.flag, trace}) ? done : failed;
+        return request.verb->perform({request.operands, request.flags, trace}) ? done : failed;
+    } catch (const OutputFailed&) {
+        throw;
     } catch (const std::exception& error) {
-        complain(L"kest: " + trace.messageOf(error) + L"\n");
+        complainLine(trace.messageOf(error));
         return failed;
     }
 }
 
-}  // namespace
-
-int run(const std::vector<std::wstring>& arguments) {
+int answer(const std::vector<std::wstring>& arguments) {
     if (!arguments.empty() && arguments[0] == L"trace") {
         return trace::perform({arguments.begin() + 1, arguments.end()});
     }
-    std::wstring mistake;
+    Mistake mistake;
     const std::optional<Request> request = parse(arguments, mistake);
     if (!request) {
-        complain(L"kest: " + mistake + L"\n" + usage());
+        complainLine(mistake.text);
+        complain(shortUsage(mistake.name));
         return wrongUse;
     }
     if (request->kind == Request::Kind::help) {
-        say(usage());
+        say(request->verb != nullptr ? helpOf(*request->verb)
+            : request->name.empty()  ? overview()
+                                     : helpOf(request->name));
         return done;
     }
     if (request->kind == Request::Kind::version) {
@@ -59,6 +63,17 @@ int run(const std::vector<std::wstring>& arguments) {
         return done;
     }
     return performTraced(*request);
+}
+
+}  // namespace
+
+int run(const std::vector<std::wstring>& arguments) {
+    try {
+        return answer(arguments);
+    } catch (const OutputFailed& failure) {
+        complainLine(std::wstring(L"cannot write the output: ") + failure.reason());
+        return failed;
+    }
 }
 
 }  // namespace Tallowmere::command

@@ -1,6 +1,7 @@
 #include <kest/kest.h>
 
 #include "FullPath.h"
+#include "Json.h"
 #include "Terminal.h"
 #include "Verbs.h"
 
@@ -11,24 +12,30 @@ bool listPrograms(const Call& call) {
     // One of its own: what goes wrong while it reads the registry is then in the trace.
     InstalledPrograms programs;
     if (programs.numberOfObjects() == 0 && !call.trace.lastError().empty()) {
-        complain(L"kest: " + call.trace.lastError() + L"\n");
+        complainLine(call.trace.lastError());
         return false;
     }
     if (!call.operands.empty() && !programs.isInstalled(sought)) {
-        complain(L"kest: no installed program is called " + sought + L"\n");
+        complainLine(L"no installed program is called " + sought);
         return false;
     }
     std::wstring list;
+    std::vector<std::string> values;
     if (programs.numberOfObjects() > 0) {
         programs.first();
         do {
             const std::wstring name = programs.current().getName();
             if (name.find(sought) != std::wstring::npos) {
                 list += name + L"\n";
+                values.push_back(json::text(name));
             }
         } while (programs.next());
     }
-    say(list);
+    if (call.has(L"--json")) {
+        sayBytes(json::list(values));
+    } else {
+        say(list);
+    }
     return true;
 }
 

@@ -3,6 +3,7 @@
 #include <iterator>
 
 #include "FullPath.h"
+#include "Json.h"
 #include "Terminal.h"
 #include "Verbs.h"
 
@@ -41,11 +42,19 @@ bool readKey(const std::wstring& argument, Registry::Hive& hive, std::wstring& p
             return true;
         }
     }
-    complain(L"kest: unknown registry hive " + text.substr(0, end) + L"\n");
+    complainLine(L"unknown registry hive " + text.substr(0, end));
     return false;
 }
 
-void sayLines(const std::vector<std::wstring>& lines) {
+void sayNames(const Call& call, const std::vector<std::wstring>& lines) {
+    if (call.has(L"--json")) {
+        std::vector<std::string> values;
+        for (const std::wstring& line : lines) {
+            values.push_back(json::text(line));
+        }
+        sayBytes(json::list(values));
+        return;
+    }
     std::wstring text;
     for (const std::wstring& line : lines) {
         text += line + L"\n";
@@ -65,7 +74,14 @@ bool tellRegistryValue(const Call& call) {
     const std::wstring name = isNamed ? plainText(call.operands[1]) : L"";
     std::wstring value;
     Registry::getKeyValue(hive, path.c_str(), isNamed ? name.c_str() : nullptr, value);
-    say(value + L"\n");
+    if (call.has(L"--json")) {
+        sayBytes(json::object({{"key", json::text(plainText(call.operands[0]))},
+                               {"name", json::text(name)},
+                               {"value", json::text(value)}}) +
+                 "\n");
+    } else {
+        say(value + L"\n");
+    }
     return true;
 }
 
@@ -77,7 +93,7 @@ bool listRegistryKeys(const Call& call) {
     }
     std::vector<std::wstring> names;
     Registry::getSubKeys(hive, path.c_str(), names);
-    sayLines(names);
+    sayNames(call, names);
     return true;
 }
 
@@ -89,7 +105,7 @@ bool listRegistryValues(const Call& call) {
     }
     std::vector<std::wstring> names;
     Registry::getValues(hive, path.c_str(), names);
-    sayLines(names);
+    sayNames(call, names);
     return true;
 }
 

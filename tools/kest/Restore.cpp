@@ -7,6 +7,8 @@
 #include <cstring>
 #include <vector>
 
+#include "Json.h"
+#include "Readable.h"
 #include "Terminal.h"
 #include "Verbs.h"
 
@@ -44,16 +46,6 @@ std::wstring timeOf(const RestorePoint& point) {
            digits(fields[4], 2) + L":" + digits(fields[5], 2) + L":" + digits(fields[6], 2);
 }
 
-/// Others write descriptions: none may move the cursor or begin a line.
-std::wstring printable(std::wstring text) {
-    for (wchar_t& c : text) {
-        if (c < L' ' || (c >= 0x7F && c < 0xA0)) {
-            c = L' ';
-        }
-    }
-    return text;
-}
-
 }  // namespace
 
 std::wstring tableLine(const RestorePoint& point, std::size_t numberWidth, std::size_t typeWidth) {
@@ -63,9 +55,20 @@ std::wstring tableLine(const RestorePoint& point, std::size_t numberWidth, std::
            padded(printable(point.type), typeWidth) + L"  " + printable(point.description);
 }
 
-bool listRestorePoints(const Call&) {
+bool listRestorePoints(const Call& call) {
     std::vector<RestorePoint> points;
     getRestorePoints(points);
+    if (call.has(L"--json")) {
+        std::vector<std::string> values;
+        for (const RestorePoint& point : points) {
+            values.push_back(json::object({{"number", toUtf8(numberOf(point))},
+                                           {"created", json::text(timeOf(point))},
+                                           {"type", json::text(point.type)},
+                                           {"description", json::text(point.description)}}));
+        }
+        sayBytes(json::list(values));
+        return true;
+    }
     if (points.empty()) {
         say(L"no restore points\n");
         return true;
@@ -95,24 +98,23 @@ bool restore(const Call& call) {
         return static_cast<std::uint32_t>(point.sequenceNumber) == number;
     });
     if (found == points.end()) {
-        complain(L"kest: there is no restore point " + std::to_wstring(number) + L"\n");
+        complainLine(L"there is no restore point " + std::to_wstring(number));
         return false;
     }
-    if (!call.flag &&
+    if (!call.has(L"--yes") &&
         !confirm(L"Restore the system to point " + std::to_wstring(number) + L" of " +
                  timeOf(*found) + L", " + printable(found->description) + L"? [y/N] ")) {
-        complain(L"kest: nothing was restored\n");
+        complainLine(L"nothing was restored");
         return false;
     }
     wchar_t* error = nullptr;
     if (!restoreSystem(number, &error)) {
-        complain(L"kest: " + std::wstring(error) + L"\n");
+        complainLine(error);
         deleteKESTArray(&error);
         return false;
     }
     if (call.trace.restoreAnswer() != L"0") {
-        complain(L"kest: the system refuses to restore that point: " + call.trace.restoreAnswer() +
-                 L"\n");
+        complainLine(L"the system refuses to restore that point: " + call.trace.restoreAnswer());
         return false;
     }
     say(L"The system will be restored when it starts the next time.\n");

@@ -24,8 +24,8 @@ bool runProgram(const Call& call) {
         if (place == std::string::npos) {
             throw;
         }
-        complain(L"kest: " + convertToWString(text.substr(0, place).c_str()) + L"<" + line + L">" +
-                 convertToWString(text.substr(place + cut.size()).c_str()) + L"\n");
+        complainLine(convertToWString(text.substr(0, place).c_str()) + L"<" + line + L">" +
+                     convertToWString(text.substr(place + cut.size()).c_str()));
         return false;
     }
 }

@@ -1,6 +1,7 @@
 #include <kest/kest.h>
 
 #include "FullPath.h"
+#include "Json.h"
 #include "Terminal.h"
 #include "Verbs.h"
 
@@ -10,6 +11,15 @@ namespace Tallowmere::command {
 bool listShares(const Call& call) {
     std::map<std::wstring, std::wstring> shares;
     getNetShares(call.operands.empty() ? L"" : plainText(call.operands[0]), shares);
+    if (call.has(L"--json")) {
+        std::vector<std::string> values;
+        for (const auto& [name, path] : shares) {
+            values.push_back(
+                json::object({{"name", json::text(name)}, {"path", json::text(path)}}));
+        }
+        sayBytes(json::list(values));
+        return true;
+    }
     std::wstring lines;
     for (const auto& [name, path] : shares) {
         lines += name + L'\t' + path + L'\n';

@@ -2,6 +2,7 @@
 
 #include <kest/kest.h>
 
+#include <string_view>
 #include <utility>
 
 namespace Tallowmere::command {
@@ -13,36 +14,40 @@ std::wstring withoutLineEnd(std::wstring text) {
     return text;
 }
 
-/// The message of a line of that severity (padded to its column), which is: time, severity, thread,
-/// source, message, each but the last followed by a tab. False for any other text.
-bool readMessage(const std::wstring& statement, const wchar_t* wanted, std::wstring& message) {
+/// What a line begins with on its way to the message: time, severity, thread and source, each
+/// followed by a tab. Empty, and nothing stored, for a text that is no line.
+struct Line {
+    std::wstring_view severity;
+    std::wstring_view message;
+};
+
+Line takeApart(std::wstring_view statement) {
     const std::size_t severity = statement.find(L'\t');
-    if (severity == std::wstring::npos || statement.compare(severity + 1, 8, wanted) != 0) {
-        return false;
-    }
     std::size_t tab = severity;
-    for (int field = 1; field < 4 && tab != std::wstring::npos; ++field) {
+    for (int field = 1; field < 4 && tab != std::wstring_view::npos; ++field) {
         tab = statement.find(L'\t', tab + 1);
     }
-    if (tab == std::wstring::npos) {
-        return false;
+    if (tab == std::wstring_view::npos) {
+        return {};
     }
-    message = statement.substr(tab + 1);
-    return true;
+    return {statement.substr(severity + 1), statement.substr(tab + 1)};
 }
 
-/// The number at the end of the line that tells what the system answered to a restore.
-void readRestoreAnswer(const std::wstring& statement, std::wstring& answer) {
-    const std::wstring begin = L"\tSystemRestore::Restore() returned";
-    const std::size_t found = statement.find(begin);
-    if (found != std::wstring::npos) {
-        answer = withoutLineEnd(statement.substr(found + begin.size()));
-    }
-}
+struct StepText {
+    std::wstring_view begin;
+    Step step;
+};
+
+constexpr StepText kSteps[] = {{L"CopyFileTransacted ", Step::copyEntry},
+                               {L"CreateDirectoryTransacted ", Step::createFolder},
+                               {L"DeleteFileTransacted ", Step::deleteFile},
+                               {L"RemoveDirectoryTransacted ", Step::removeFolder}};
 
 }  // namespace
 
 TraceTap::TraceTap(File file) : m_statements(std::move(file)), m_stream(&m_statements) {
+    // A stream swallows what its buffer throws, unless it is told not to.
+    m_stream.exceptions(std::ios_base::badbit);
     Recorder::instance()->setStream(&m_stream, nullptr, false);
 }
 
@@ -69,7 +74,16 @@ std::wstring TraceTap::lastWarning() const {
     return withoutLineEnd(m_statements.lastWarning());
 }
 
+void TraceTap::forgetMessages() {
+    m_statements.forgetMessages();
+}
+
 TraceTap::Statements::Statements(File file) : m_file(std::move(file)) {}
+
+void TraceTap::Statements::forgetMessages() {
+    m_lastError.clear();
+    m_lastWarning.clear();
+}
 
 TraceTap::Statements::int_type TraceTap::Statements::overflow(int_type unit) {
     if (!traits_type::eq_int_type(unit, traits_type::eof())) {
@@ -90,11 +104,34 @@ int TraceTap::Statements::sync() {
         std::fwrite(bytes.data(), 1, bytes.size(), m_file.get());
         std::fflush(m_file.get());
     }
-    readMessage(m_statement, L"ERROR   ", m_lastError);
-    readMessage(m_statement, L"WARNING ", m_lastWarning);
-    readRestoreAnswer(m_statement, m_restoreAnswer);
-    m_statement.clear();
+    // Emptied also when who hears of it throws.
+    struct Emptied {
+        std::wstring& text;
+        ~Emptied() { text.clear(); }
+    } emptied{m_statement};
+    read(m_statement);
     return 0;
+}
+
+void TraceTap::Statements::read(const std::wstring& statement) {
+    const Line line = takeApart(statement);
+    if (line.severity.starts_with(L"ERROR   ")) {
+        m_lastError = line.message;
+    } else if (line.severity.starts_with(L"WARNING ")) {
+        m_lastWarning = line.message;
+    } else if (line.severity.starts_with(L"INFO    ")) {
+        constexpr std::wstring_view kAnswer = L"SystemRestore::Restore() returned";
+        if (line.message.starts_with(kAnswer)) {
+            m_restoreAnswer = withoutLineEnd(std::wstring(line.message.substr(kAnswer.size())));
+        }
+        if (m_listener != nullptr) {
+            for (const StepText& text : kSteps) {
+                if (line.message.starts_with(text.begin)) {
+                    m_listener->hear(text.step);
+                }
+            }
+        }
+    }
 }
 
 }  // namespace Tallowmere::command

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -13,9 +14,22 @@ using Operands = std::vector<std::wstring>;
 /// What a verb is to work with.
 struct Call {
     const Operands& operands;
-    /// Whether the verb's flag was given.
-    bool flag;
-    const TraceTap& trace;
+    /// The verb's own options that were given, such as "--json".
+    const std::set<std::wstring>& flags;
+    TraceTap& trace;
+
+    bool has(const wchar_t* flag) const { return flags.count(flag) != 0; }
+};
+
+/// An option of a verb; none takes a value.
+struct Flag {
+    const wchar_t* name;
+    const wchar_t* meaning;
+};
+
+struct Example {
+    const wchar_t* line;
+    const wchar_t* meaning;
 };
 
 /// Something that the command can do. Each is a line of the table in Verbs.cpp and a function in a
@@ -26,8 +40,12 @@ struct Verb {
     const wchar_t* action;
     /// As the usage text shows them.
     const wchar_t* operands;
-    /// The one option of its own that the verb knows; null for none.
-    const wchar_t* flag;
+    /// One line for the list of all verbs.
+    const wchar_t* summary;
+    /// What its help says beyond that, in lines; may be empty.
+    const wchar_t* text;
+    std::vector<Flag> flags;
+    std::vector<Example> examples;
     /// What is wrong with no operand, and with one; null where that is enough.
     const wchar_t* missing[2];
     /// The largest number of operands.
@@ -35,18 +53,18 @@ struct Verb {
     /// What is wrong with operands of the right number, empty for nothing; null where all will do.
     std::wstring (*mistake)(const Operands& operands);
     /// False, with the reason on standard error, when it could not be done. Throws what the library
-    /// throws.
+    /// throws, and OutputFailed.
     bool (*perform)(const Call& call);
-
-    /// How many words name it.
-    std::size_t words() const { return action == nullptr ? 1 : 2; }
 };
 
 /// All of them, in the order in which the usage text shows them.
 const std::vector<Verb>& verbs();
 
-/// The verb that the words begin with; null, with the reason in `mistake`, when there is none.
-const Verb* findVerb(const Operands& words, std::wstring& mistake);
+/// The name of the verb, with its action.
+std::wstring fullName(const Verb& verb);
+
+/// "get, keys or values": the actions of the verbs of one name.
+std::wstring actionsOf(const std::wstring& name);
 
 /// The number of a restore point: digits alone, of a number that 32 bits hold.
 bool readNumber(const std::wstring& text, unsigned long& number);
@@ -54,6 +72,9 @@ bool readNumber(const std::wstring& text, unsigned long& number);
 bool copyTree(const Call& call);
 bool deleteTree(const Call& call);
 bool copyLink(const Call& call);
+bool recoverTree(const Call& call);
+bool tellLivePath(const Call& call);
+bool tellWhen(const Call& call);
 bool tellAbout(const Call& call);
 bool listShares(const Call& call);
 bool runProgram(const Call& call);

@@ -3,6 +3,8 @@
 # command-test.sh [LAUNCHER] PROGRAM, the launcher for a program that needs one.
 set -uo pipefail
 kest=("$@")
+# The manual page and the completion.
+documents=$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")
 place=$(mktemp -d)
 trap 'rm -rf "$place"' EXIT
 cd -P "$place" || exit 1
@@ -48,29 +50,85 @@ tree() {
     (cd "$1" && find . -mindepth 1 -printf '%P %y\n' -type f -exec cat {} \;) 2>&1 | LC_ALL=C sort
 }
 
-usage='usage: kest copy SOURCE DESTINATION [--trace FILE]
-       kest delete PATH [--trace FILE]
-       kest link SOURCE DESTINATION [--trace FILE]
-       kest about [--trace FILE]
-       kest shares [SERVER] [--trace FILE]
-       kest run COMMANDLINE [--trace FILE]
-       kest property FILE NAME [--trace FILE]
-       kest registry get KEY [NAME] [--trace FILE]
-       kest registry keys KEY [--trace FILE]
-       kest registry values KEY [--trace FILE]
-       kest programs [NAME] [--trace FILE]
-       kest restore-points [--trace FILE]
-       kest restore NUMBER [--yes] [--trace FILE]
-       kest --help | --version'
+# Wrong use says what is wrong, then how it is done. wrong_use WHAT VERB TEXT ARGUMENTS...
+declare -A usage=(
+    [-]='usage: kest COMMAND [ARGUMENT ...] [OPTION ...]
+"kest --help" lists the commands.'
+    [copy]='usage: kest copy SOURCE DESTINATION [--dry-run] [--verify] [--trace FILE]'
+    [delete]='usage: kest delete PATH [--trace FILE]'
+    [link]='usage: kest link SOURCE DESTINATION [--trace FILE]'
+    [recover]='usage: kest recover PATH [--json] [--trace FILE]'
+    [live]='usage: kest live PATH [--json] [--trace FILE]'
+    [when]='usage: kest when PATH [--json] [--trace FILE]'
+    [programs]='usage: kest programs [NAME] [--json] [--trace FILE]'
+    [registry]='usage: kest registry get KEY [NAME] [--json] [--trace FILE]
+       kest registry keys KEY [--json] [--trace FILE]
+       kest registry values KEY [--json] [--trace FILE]'
+    [shares]='usage: kest shares [SERVER] [--json] [--trace FILE]'
+    [restore-points]='usage: kest restore-points [--json] [--trace FILE]'
+    [restore]='usage: kest restore NUMBER [--yes] [--trace FILE]'
+    [property]='usage: kest property FILE NAME [--json] [--trace FILE]'
+    [run]='usage: kest run COMMANDLINE [--trace FILE]'
+    [about]='usage: kest about [--json] [--trace FILE]')
+wrong_use() {
+    local what=$1 verb=$2 text=$3
+    shift 3
+    local more=$'\n'"\"kest $verb --help\" tells more."
+    [ "$verb" != - ] || more=
+    expect "$what" 2 "" "kest: $text"$'\n'"${usage[$verb]}$more" "$@"
+}
 
-expect "help" 0 "$usage" "" --help
 expect "version" 0 "kest 0.1.0" "" --version
-expect "nothing" 2 "" "kest: what to do is missing"$'\n'"$usage"
-expect "unknown command" 2 "" "kest: unknown command move"$'\n'"$usage" move a b
-expect "unknown option" 2 "" "kest: unknown option --force"$'\n'"$usage" copy --force a b
-expect "argument missing" 2 "" "kest: copy needs a destination"$'\n'"$usage" copy a
-expect "argument too many" 2 "" "kest: one argument too many: c"$'\n'"$usage" copy a b c
-expect "trace file missing" 2 "" "kest: --trace needs a file"$'\n'"$usage" delete a --trace
+wrong_use "nothing" - "what to do is missing"
+wrong_use "unknown command" - "unknown command move" move a b
+wrong_use "unknown option" copy "unknown option --force" copy --force a b
+wrong_use "argument missing" copy "copy needs a destination" copy a
+wrong_use "argument too many" copy "one argument too many: c" copy a b c
+wrong_use "trace file missing" delete "--trace needs a file" delete a --trace
+wrong_use "an empty path" copy "a path is empty" copy a ''
+wrong_use "nothing to delete" delete "delete needs a path" delete
+wrong_use "a name like an option" delete "unknown option -x" delete -x
+wrong_use "link" link "link needs a destination" link a
+wrong_use "recover" recover "recover needs a path" recover
+wrong_use "live" live "live needs a path" live --json
+wrong_use "when" when "one argument too many: b" when a b
+wrong_use "programs" programs "one argument too many: b" programs a b
+wrong_use "registry" registry "registry needs get, keys or values" registry
+wrong_use "registry set" registry "unknown command registry set" registry set a
+wrong_use "registry keys" registry "registry keys needs a key" registry keys
+wrong_use "shares" shares "--json takes no value" shares --json=yes
+wrong_use "restore-points" restore-points "one argument too many: 1" restore-points 1
+wrong_use "restore" restore "not a restore point's number: x" restore x
+wrong_use "property" property "property needs a file and a property's name" property a
+wrong_use "run" run "the command line is empty" run ''
+wrong_use "about" about "unknown option --yes" about --yes
+
+# Help: of everything, and of each command with its usage and an example; what wrong use says of it
+# is in its help, and so are its options in the manual page and the completion.
+"${kest[@]}" --help >help.text 2>help.errors </dev/null
+compare "help: exit status" 0 $?
+compare "help: errors" "" "$(text_of help.errors)"
+compare "help: the commands" "copy delete link recover live when programs registry registry registry \
+shares restore-points restore property run about " \
+    "$(tr -d '\r' <help.text | sed -n '/^Commands:/,/^$/s/^  \([a-z-]*\) .*/\1/p' | tr '\n' ' ')"
+for verb in "${!usage[@]}"; do
+    [ "$verb" != - ] || continue
+    "${kest[@]}" "$verb" --help >help.text 2>help.errors </dev/null
+    compare "$verb --help: exit status" 0 $?
+    compare "$verb --help: errors" "" "$(text_of help.errors)"
+    help=$(text_of help.text)
+    compare "$verb --help: usage" "${usage[$verb]%%$'\n'*}" "${help%%$'\n'*}"
+    compare "$verb --help: an example" yes "$(grep -q "^  kest $verb" <<<"$help" && echo yes)"
+    compare "$verb: in the manual page" yes \
+        "$(grep -qE "^\.B[RI]? .*\b${verb//-/.*}\b" "$documents/kest.1" && echo yes)"
+    compare "$verb: in the completion" yes \
+        "$(grep -qw -- "$verb" "$documents/kest.bash-completion" && echo yes)"
+    for option in $(grep -oE '^  --[a-z-]+' <<<"$help" | sort -u); do
+        compare "$verb: $option in the manual page" yes \
+            "$(grep -q -- "${option//-/\\\\-}" "$documents/kest.1" && echo yes)"
+    done
+done
+rm help.text help.errors
 compare "wrong use touches nothing" "" "$(tree .)"
 
 mkdir -p source/inner/empty old
@@ -108,6 +166,96 @@ compare "its deletion: the tree" "" "$(ls -d new 2>/dev/null)"
 mkdir -- --trace
 expect "hyphens end the options" 0 "" "" delete -- --trace
 compare "the folder is gone" "" "$(ls -d -- --trace 2>/dev/null)"
+
+# A plan, and a comparison.
+mkdir -p plan/sub
+printf 'one\n' >plan/sub/one
+mkdir -p "plan/.kest-0123456789abcdef0123456789abcdef"
+sep=/
+[ ${#kest[@]} = 1 ] || sep=\\
+lines() {
+    LC_ALL=C sort
+}
+"${kest[@]}" copy --dry-run plan planned >plan.text 2>plan.errors </dev/null
+compare "a plan: exit status" 0 $?
+compare "a plan: errors" "" "$(text_of plan.errors)"
+compare "a plan" "$(printf '%s\n' 'folder  sub' "file    sub${sep}one, 4 bytes" \
+    'skip    .kest-0123456789abcdef0123456789abcdef: what a copy or deletion works in, or has left behind' \
+    '1 file, 1 folder and 0 links, 4 bytes, would be copied; 1 entry would be left out' \
+    'planned would be made' | lines)" "$(text_of plan.text | lines)"
+compare "a plan changes nothing" "" "$(ls -d planned 2>/dev/null)"
+rmdir plan/.kest-*
+expect "a copy that is compared" 0 "verified: 3 entries, no difference" "" copy --verify plan planned
+expect "a plan for what is there" 0 "folder  sub
+file    sub${sep}one, 4 bytes
+1 file, 1 folder and 0 links, 4 bytes, would be copied
+planned would be replaced" "" copy --dry-run plan planned
+expect "a plan for a source that is missing" 1 "" "kest: Copy failed: nowhere Ж does not exist" \
+    copy --dry-run 'nowhere Ж' planned
+expect "a plan for a copy into itself" 1 "" "kest: Copy failed: plan${sep}sub is inside plan" \
+    copy --dry-run plan "plan${sep}sub"
+expect "a plan that would fail" 1 "folder  sub
+file    sub${sep}one, 4 bytes
+fail    none${sep}planned: there is no folder to make it in
+1 file, 1 folder and 0 links, 4 bytes, would be copied
+none${sep}planned would be made" "kest: the copy would fail" copy --dry-run plan "none${sep}planned"
+
+# Snapshots.
+history='\\pc\C$\@GMT-2010.05.17-08.30.00\Users\Ж.txt'
+expect "live" 0 'C:\Users\Ж.txt' "" live "$history"
+expect "live, as JSON" 0 '{"path": "\\\\pc\\C$\\@GMT-2010.05.17-08.30.00\\Users\\Ж.txt", "live": "C:\\Users\\Ж.txt"}' \
+    "" live --json "$history"
+TZ=UTC expect "when" 0 "Monday, May 17, 2010, 8:30:00 AM" "" when "$history"
+expect "when: now" 0 "Now" "" when 'C:\x'
+expect "when: now, as JSON" 0 '{"path": "C:\\x", "history": false, "time": "Now"}' "" when 'C:\x' --json
+expect "when: no time" 1 "" 'kest: no time of a snapshot in \\pc\C$\@GMT-x\' when '\\pc\C$\@GMT-x\'
+
+# What was left behind: an orphan without a journal goes, what only looks like one does not.
+mkdir -p left/deep
+expect "nothing to recover" 0 "nothing was left behind below left" "" recover left
+expect "recover what is not there" 1 "" "kest: none: $([ ${#kest[@]} = 1 ] &&
+    echo 'No such file or directory' || echo 'File not found.')" recover none
+orphan=left${sep}deep${sep}.kest-00112233445566778899aabbccddeeff
+if [ ${#kest[@]} = 1 ]; then
+    mkdir -p "$orphan/slot-0"
+    chmod 700 "$orphan"
+    expect "recover" 0 "discarded: $orphan" "" recover left
+    compare "recover: it is gone" "" "$(ls -A left/deep)"
+    mkdir "$orphan"
+    chmod 755 "$orphan"
+    expect "recover what is not ours" 0 $'[\n{"path": "'"$orphan"$'", "state": "foreign"}\n]' "" \
+        recover --json left
+    chmod 700 "$orphan"
+    printf 'damaged' >"$orphan/journal"
+    expect "recover a damaged one" 1 "failed: $orphan (CommitTransaction failed: \
+The file or directory is corrupted and unreadable.)" "" recover left
+    compare "recover: it is kept" journal "$(ls -A "$orphan")"
+    rm -r "$orphan"
+    mkdir "$orphan"
+    chmod 700 "$orphan"
+    exec 9<"$orphan"
+    flock 9
+    expect "recover what is in use" 0 "in use: $orphan" "" recover left
+    exec 9<&-
+    expect "recover what was in use" 0 "discarded: $orphan" "" recover left
+
+    # Output that nobody takes.
+    "${kest[@]}" --help >/dev/full 2>.errors
+    compare "a full disk: exit status" 1 $?
+    compare "a full disk: errors" "kest: cannot write the output: No space left on device" \
+        "$(text_of .errors)"
+    "${kest[@]}" about >&- 2>.errors
+    compare "no standard output: exit status" 1 $?
+    compare "no standard output: errors" "kest: cannot write the output: Bad file descriptor" \
+        "$(text_of .errors)"
+    "${kest[@]}" copy plan planned --trace bare.log <&- >&- 2>&-
+    compare "no standard files at all: exit status" 0 $?
+    compare "no standard files at all: the trace" 1 "$(grep -c 'CopyFileTransacted .*one$' bare.log)"
+    compare "no standard files at all: nothing else in it" 0 "$(grep -c '^kest' bare.log)"
+    "${kest[@]}" copy planned >&- 2>&-
+    compare "nowhere to complain, wrong use: exit status" 2 $?
+fi
+rm -rf plan planned left plan.text plan.errors bare.log
 
 # What the machine is. The paths are the system's own.
 "${kest[@]}" about >about.text 2>about.errors </dev/null
@@ -178,7 +326,6 @@ else
     expect "nothing installed" 0 "" "" programs
 fi
 
-expect "no number" 2 "" "kest: not a restore point's number: x"$'\n'"$usage" restore x
 if [ ${#kest[@]} = 1 ]; then
     # Restore points come from a file.
     unset KEST_WMI

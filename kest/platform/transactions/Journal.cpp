@@ -3,13 +3,15 @@
 #include <cstdint>
 #include <utility>
 
+#include "kest/platform/transactions/StageNames.h"
+
 namespace Tallowmere::platform::transactions {
 namespace {
 
 constexpr std::string_view kMagic = "KESTJOURNAL1";
-const std::wstring kJournal = L"journal";
+const std::wstring kJournal = kJournalName;
 const std::wstring kDraft = L"journal-draft";
-const std::wstring kGivenUp = L"journal-given-up";
+const std::wstring kGivenUp = kGivenUpName;
 
 /// FNV-1a: against a torn or foreign file, not against an attacker, who cannot reach the stage.
 std::uint64_t checksum(std::string_view bytes) {

@@ -1,6 +1,5 @@
 #include "kest/platform/transactions/Stage.h"
 
-#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -10,21 +9,9 @@
 namespace Tallowmere::platform::transactions {
 namespace {
 
-constexpr std::wstring_view kStagePrefix = L".kest-";
-constexpr std::size_t kRandomDigits = 32;
 constexpr int kTries = 16;
 
 }  // namespace
-
-bool isStageName(const std::wstring& name) {
-    if (name.size() != kStagePrefix.size() + kRandomDigits ||
-        name.compare(0, kStagePrefix.size(), kStagePrefix) != 0) {
-        return false;
-    }
-    return std::all_of(name.begin() + kStagePrefix.size(), name.end(), [](wchar_t c) {
-        return (c >= L'0' && c <= L'9') || (c >= L'a' && c <= L'f');
-    });
-}
 
 Stage::Stage(Disk& disk, DirectoryPtr where, std::wstring name)
     : m_disk(disk), m_where(std::move(where)), m_name(std::move(name)) {}

@@ -6,6 +6,7 @@
 
 #include "kest/platform/transactions/Disk.h"
 #include "kest/platform/transactions/Journal.h"
+#include "kest/platform/transactions/StageNames.h"
 
 /// The stage: a private directory in the directory whose entries change, so on the same volume, in
 /// which new entries are made and old ones are destroyed. Its owner holds a lock on it that ends
@@ -66,9 +67,6 @@ private:
     std::unique_ptr<DirectoryLock> m_lock;
     unsigned m_slots = 0;
 };
-
-/// Whether a name has the form of a stage's.
-bool isStageName(const std::wstring& name);
 
 /// Looks at an entry whose name has that form, and brings an orphan of ours to its end. Fails only
 /// when a committed change could not be finished, or one that was given up not be taken back.

@@ -1,28 +1,58 @@
 #include "Terminal.h"
 
 #include <kest/kest.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
 
 namespace Tallowmere::command {
 namespace {
 
-void write(const std::wstring& text, std::FILE* stream) {
-    const std::string bytes = toNative(text);
-    std::fwrite(bytes.data(), 1, bytes.size(), stream);
-    std::fflush(stream);
+bool write(const std::string& bytes, std::FILE* stream) {
+    return std::fwrite(bytes.data(), 1, bytes.size(), stream) == bytes.size() &&
+           std::fflush(stream) == 0;
 }
 
 }  // namespace
 
 void say(const std::wstring& text) {
-    write(text, stdout);
+    sayBytes(toNative(text));
+}
+
+void sayBytes(const std::string& bytes) {
+    if (!write(bytes, stdout)) {
+        throw OutputFailed(fromNative(std::strerror(errno)));
+    }
 }
 
 void complain(const std::wstring& text) {
-    write(text, stderr);
+    (void)write(toNative(text), stderr);
 }
 
 std::FILE* openForWriting(const std::wstring& path) {
     return std::fopen(toNative(path).c_str(), "we");
+}
+
+bool isErrorTerminal() {
+    const char* const kind = std::getenv("TERM");
+    return isatty(STDERR_FILENO) != 0 && kind != nullptr && std::strcmp(kind, "dumb") != 0;
+}
+
+bool understandsSequences() {
+    return isErrorTerminal();
+}
+
+bool isInForeground() {
+    return tcgetpgrp(STDERR_FILENO) == getpgrp();
+}
+
+std::size_t terminalWidth() {
+    struct winsize size {};
+    constexpr std::size_t kUsual = 80;
+    return ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col != 0 ? size.ws_col : kUsual;
 }
 
 }  // namespace Tallowmere::command

@@ -1,5 +1,6 @@
 #include <cctype>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 
 #include "Terminal.h"
@@ -15,6 +16,12 @@ bool confirm(const std::wstring& question) {
         }
     }
     return answer == "y" || answer == "yes";
+}
+
+void complainLine(const std::wstring& text) {
+    const char* const unwanted = std::getenv("NO_COLOR");
+    const bool isColoured = (unwanted == nullptr || *unwanted == '\0') && understandsSequences();
+    complain((isColoured ? L"\x1B[1;31mkest:\x1B[0m " : L"kest: ") + text + L"\n");
 }
 
 }  // namespace Tallowmere::command

@@ -7,6 +7,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "trace/Reader.h"
@@ -170,6 +171,40 @@ TEST(TraceFollowing, LosesNothingInARealRollOverButTheLineThatIsNeverThere) {
     for (int i = 1; i <= kLines; ++i) {
         ASSERT_EQ(i, seen[static_cast<std::size_t>(i) - 1]);
     }
+}
+
+TEST(TraceFollowing, KeepsUpWithAThreadThatWrites) {
+    const ScratchFolder folder;
+    const std::wstring path = folder.path(L"trace.log");
+    Numbers numbers(path);
+    Follower follower(path);
+    constexpr int kLines = 3000;
+    std::thread writer([&numbers] {
+        for (int i = 1; i <= kLines; ++i) {
+            numbers.write(i);
+        }
+    });
+    int last = 0;
+    int unreadable = 0;
+    int restarts = 0;
+    bool isRestartDue = false;
+    while (last < kLines) {
+        for (const std::string& entry : follower.look()) {
+            const bool isRestart = entry.starts_with("[restarted");
+            // What is no line was cut when the file was emptied, and by nothing else.
+            EXPECT_TRUE(isRestart || !isRestartDue) << entry.substr(0, 200);
+            isRestartDue = numberOf(entry) == 0 && !isRestart && entry != "[rolled over]";
+            restarts += isRestart ? 1 : 0;
+            unreadable += isRestartDue ? 1 : 0;
+            if (numberOf(entry) != 0) {
+                EXPECT_LT(last, numberOf(entry));
+                last = numberOf(entry);
+            }
+        }
+    }
+    writer.join();
+    EXPECT_LE(unreadable, restarts);
+    EXPECT_LE(1, restarts);
 }
 
 TEST(TraceFollowing, SaysWhatWasGoneBeforeItLooked) {

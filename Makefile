@@ -1,7 +1,8 @@
 # The few things that a person types. What they need and is missing is installed first, from Debian's
 # packages alone.
 
-.PHONY: run test bench bench-trees crash powercut format clean install-packages
+.PHONY: run test docs bench bench-trees crash powercut trace-page fuzz faults analyze coverage \
+        valgrind hardened format clean install-packages
 .NOTPARALLEL:
 
 # Builds the command and shows what it does, to a real tree.
@@ -13,6 +14,12 @@ run:
 test:
 	@scripts/install-packages.sh test
 	@scripts/test.sh
+
+# The reference of every public name, in build/docs/html. Fails when one is not described.
+docs:
+	@scripts/install-packages.sh docs
+	@mkdir -p build && doxygen Doxyfile
+	@echo "build/docs/html/index.html"
 
 # How long things take. Not part of the tests: a busy machine would fail them.
 bench:
@@ -33,12 +40,27 @@ powercut:
 	@cmake --build --preset linux --target kest_command kest_powercut
 	@scripts/powercut.sh
 
+# Everything that reads a text from outside, on texts that nobody has thought of: a minute each, or
+# FUZZ_SECONDS.
+fuzz:
+	@scripts/install-packages.sh fuzz
+	@cmake --preset fuzz >/dev/null && cmake --build --preset fuzz
+	@scripts/fuzz.sh
+
 # Copies, replacements and deletions of whole trees against the system's own commands, on file systems
 # in images: needs root, 15 GiB of disk and a quiet machine. TREES=--fs=ext4 and the like choose.
 bench-trees:
 	@scripts/install-packages.sh bench-trees
 	@cmake --preset bench >/dev/null && cmake --build --preset bench --target kest_trees >/dev/null
 	@scripts/bench-trees.py --counts --memory --report build/bench/trees.md $(TREES)
+
+# The page that shows a trace, in a browser without a window: what it shows, and how quickly. Leaves
+# pictures of it in build/trace-page.
+trace-page:
+	@scripts/install-packages.sh trace-page
+	@cmake --preset linux >/dev/null
+	@cmake --build --preset linux --target kest_command kest_trace_sample
+	@scripts/trace-page-test.sh
 
 # Every source in the house style.
 format:
@@ -52,6 +74,7 @@ clean:
 # Everything that any of the goals above needs.
 install-packages:
 	@scripts/install-packages.sh test
+	@scripts/install-packages.sh docs
 	@scripts/install-packages.sh bench
 	@scripts/install-packages.sh bench-trees
 	@scripts/install-packages.sh format

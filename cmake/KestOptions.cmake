@@ -36,6 +36,8 @@ endif()
 if(MINGW)
     # The stack protector's part of the run-time, inside: one DLL less to ship.
     target_link_libraries(kest_options INTERFACE -Wl,-Bstatic -lssp -Wl,-Bdynamic)
+    # The same sources give the same file, whenever it is linked.
+    target_link_options(kest_options INTERFACE -Wl,--no-insert-timestamp)
 endif()
 if(WIN32)
     add_compile_definitions(UNICODE _UNICODE)

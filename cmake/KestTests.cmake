@@ -36,17 +36,36 @@ if(KEST_SANITIZERS MATCHES "thread")
     # The thread sanitizer's run-time brings operators new and delete of its own, which cannot be made
     # to fail. What tests the stand-ins without memory runs in every other build.
     list(FILTER kest_tests EXCLUDE
-         REGEX "linux/testing/FailingAllocation|linux/ErrorsTest|linux/SyncTest|linux/ProcessesMemoryTest")
+         REGEX "linux/testing/FailingAllocation|linux/ErrorsTest|linux/SyncTest|linux/ProcessesMemoryTest|linux/MemoryMatrixTest")
+endif()
+# What holds for every value is tested with RapidCheck, where it is installed: Debian has it for the
+# machine itself alone.
+if(NOT WIN32)
+    find_path(KEST_RAPIDCHECK_INCLUDE rapidcheck/gtest.h)
+    find_library(KEST_RAPIDCHECK rapidcheck)
+endif()
+if(KEST_RAPIDCHECK AND KEST_RAPIDCHECK_INCLUDE AND NOT KEST_SANITIZERS MATCHES "thread")
+    set(kest_rapidcheck ${KEST_RAPIDCHECK})
+else()
+    list(FILTER kest_tests EXCLUDE REGEX "LawsTest\\.cpp$")
+    set(kest_rapidcheck)
 endif()
 # The tests themselves need not be fast, and without optimisation they are built in less than half the
-# time. What they work with (a disk in memory whose every state is visited) is worth it.
+# time; with what all of them include read once for all, in half of that. What they work with (a disk in
+# memory whose every state is visited) is worth the optimisation.
 set(kest_plain_tests ${kest_tests})
 list(FILTER kest_plain_tests EXCLUDE REGEX "/testing/")
-set_source_files_properties(${kest_plain_tests} PROPERTIES COMPILE_OPTIONS
-                            "-O0;-U_FORTIFY_SOURCE")
+list(FILTER kest_tests INCLUDE REGEX "/testing/")
+add_library(kest_plain_tests OBJECT ${kest_plain_tests})
+target_link_libraries(kest_plain_tests PRIVATE kest_objects kest_options kest_boost gtest)
+target_compile_options(kest_plain_tests PRIVATE -O0 -U_FORTIFY_SOURCE)
+target_precompile_headers(kest_plain_tests PRIVATE <gtest/gtest.h> <algorithm> <functional> <map>
+                          <memory> <mutex> <set> <sstream> <string> <thread> <vector>)
 add_executable(kest_tests ${kest_tests} kest/exports/testing/FromC.c)
-target_link_libraries(kest_tests PRIVATE kest_objects kest_boost)
-target_compile_definitions(kest_tests PRIVATE KEST_SOURCE_DIR="${CMAKE_CURRENT_SOURCE_DIR}")
+target_link_libraries(kest_tests PRIVATE kest_plain_tests kest_objects kest_boost ${kest_rapidcheck})
+foreach(target IN ITEMS kest_plain_tests kest_tests)
+    target_compile_definitions(${target} PRIVATE KEST_SOURCE_DIR="${CMAKE_CURRENT_SOURCE_DIR}")
+endforeach()
 kest_add_tests(kest_tests)
 
 if(MINGW AND CMAKE_CROSSCOMPILING_EMULATOR)
@@ -78,4 +97,24 @@ if(NOT WIN32)
     set_tests_properties(
         kest_load PROPERTIES TIMEOUT 300 ENVIRONMENT
                              "ASAN_OPTIONS=detect_leaks=0:quarantine_size_mb=1")
+endif()
+if(NOT KEST_SANITIZERS AND NOT WIN32)
+    # The grammar in docs/trace-format.md, on traces of the command and of the C interface.
+    add_test(NAME trace_grammar
+             COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/scripts/trace-grammar.py --test
+                     $<TARGET_FILE:kest_command> --library $<TARGET_FILE:kest>)
+    set_tests_properties(trace_grammar PROPERTIES TIMEOUT 300)
+    # What the documents say about the sources.
+    add_test(NAME documents COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/scripts/documents-test.py)
+    set_tests_properties(documents PROPERTIES TIMEOUT 300)
+endif()
+if(NOT KEST_SANITIZERS)
+    # A host that is built against the installed library alone.
+    add_test(NAME history_host
+             COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/scripts/history-test.sh ${CMAKE_BINARY_DIR}
+                     ${CMAKE_TOOLCHAIN_FILE} ${CMAKE_CROSSCOMPILING_EMULATOR})
+    set_tests_properties(history_host PROPERTIES TIMEOUT 600)
+    add_test(NAME sbom COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/scripts/sbom-test.py ${CMAKE_BINARY_DIR}
+                               ${kest_platform} ${CMAKE_CXX_COMPILER})
+    set_tests_properties(sbom PROPERTIES TIMEOUT 300)
 endif()

@@ -8,8 +8,21 @@ compilers_cxx=(g++ clang++)
 compilers_c=(gcc clang)
 configure_host=()
 
+library=lib/libkest.so
+list=package/debian/symbols
+
+# What the list holds, and what a file exports.
+listed_names() {
+    sed -nE 's/^ (.*)@Base .*/\1/p' $list | sort -u
+}
 exported_names() {
-    nm -D --defined-only "$kest/lib/libkest.so" | cut -d ' ' -f 3 | c++filt | sort -u
+    nm -D --defined-only "$1" | cut -d ' ' -f 3 | sort -u
+}
+
+# The installed tree, moved away from where it was installed to.
+take_package() {
+    check "it installs" cmake --install build/linux --prefix "$scratch/first"
+    mv "$scratch/first" "$kest"
 }
 
 # The libraries that a file needs.
@@ -38,3 +51,17 @@ run_host() {
 host_path() {
     printf '%s' "$1"
 }
+
+# A key of the registry with one subkey and its value, in the folder $1.
+make_registry_value() {
+    printf '%s\n' 'Windows Registry Editor Version 5.00' '' \
+        '[HKEY_CURRENT_USER\Software\KestContract\one]' '"Name"="x"' >"$1/registry"
+}
+
+# How broken.sh makes and loads a library of its own.
+built_library=libkest.so.$version
+target_name=libkest.so
+loaded_name=libkest.so.0
+object_suffix=.o
+program_suffix=
+link_against="-L$kest/lib -lkest -Wl,-rpath,$kest/lib"

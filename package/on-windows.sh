@@ -8,9 +8,29 @@ compilers_cxx=(x86_64-w64-mingw32-g++-posix)
 compilers_c=(x86_64-w64-mingw32-gcc-posix)
 configure_host=(-DCMAKE_TOOLCHAIN_FILE="$top/cmake/mingw-w64.cmake")
 
+library=bin/Kest.dll
+list=package/windows/Kest.def
+
+# What the list holds, and what a file exports.
+listed_names() {
+    sed -nE 's/^ +([^ ;]+).*/\1/p' $list | sort -u
+}
 exported_names() {
-    x86_64-w64-mingw32-objdump -p "$kest/bin/Kest.dll" |
-        sed -n '/^\[Ordinal\/Name Pointer\] Table/,/^$/ s/^\t\[ *[0-9]*\] //p' | c++filt | sort -u
+    x86_64-w64-mingw32-objdump -p "$1" |
+        sed -n '/^\[Ordinal\/Name Pointer\] Table/,/^$/ s/^\t\[ *[0-9]*\] //p' | sort -u
+}
+
+# The archive, unpacked in an empty folder. It holds one folder.
+take_package() {
+    check "the archive can be unpacked" unpack build/packages/kest-*-windows-x64.zip "$kest"
+    check "so can that of the debug information" \
+        unpack build/packages/kest-*-windows-x64-debug.zip "$scratch/debug"
+}
+unpack() {
+    local folder=$scratch/unpacked
+    mkdir "$folder" && (cd "$folder" && cmake -E tar xf "$top/$1") &&
+        same "kest-$version-windows-x64" "$(ls "$folder")" && mv "$folder"/* "$2" &&
+        rmdir "$folder"
 }
 
 needed_libraries() {
@@ -41,3 +61,16 @@ run_host() {
 host_path() {
     printf 'Z:%s' "${1//\//\\}"
 }
+
+# A key of the registry with one subkey and its value.
+make_registry_value() {
+    cmake/under-wine.sh reg add 'HKCU\Software\KestContract\one' /v Name /d x /f
+}
+
+# How broken.sh makes and loads a library of its own.
+built_library=bin/Kest.dll
+target_name=Kest.dll
+loaded_name=Kest.dll
+object_suffix=.obj
+program_suffix=.exe
+link_against="-L$kest/lib -lKest"

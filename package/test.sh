@@ -1,7 +1,7 @@
 #!/bin/bash
-# What only an installed package can show: test.sh linux|windows. Installs what was built, moves the
-# installed tree to another place, and looks at it from outside: its files, its exported names, each
-# header alone, programs that are built against it and run.
+# What only a package can show: test.sh linux|windows. Packs what was built, unpacks or installs it in
+# another place, and looks at it from outside: its files, its exported names, each header alone, what
+# programs that were built earlier count on, programs that are built against it and run.
 set -uo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 top=$PWD
@@ -9,8 +9,9 @@ platform=${1:?usage: test.sh linux|windows}
 
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
-# Where the installed tree ends up, away from where it was installed to.
+# Where the tree ends up, away from where it was installed to.
 kest=$scratch/elsewhere/kest
+version=$(sed -nE 's/^project\(Kest VERSION ([0-9.]+) .*/\1/p' CMakeLists.txt)
 mkdir "$scratch/elsewhere"
 
 . package/checks.sh
@@ -27,11 +28,16 @@ windows)
     ;;
 esac
 
-check "it installs" cmake --install "build/$platform" --prefix "$scratch/first"
-mv "$scratch/first" "$kest"
+. package/host-tools.sh
 
+check "it is packed" scripts/packages.sh "$platform"
+take_package
 . package/layout.sh
+. package/hardening.sh
 . package/exports.sh
 . package/headers.sh
 . package/hosts.sh
+. package/contract.sh
+. package/broken.sh
+. "package/$platform-packages.sh"
 finish_checks

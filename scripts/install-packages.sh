@@ -1,7 +1,7 @@
 #!/bin/bash
 # Installs the Debian packages that a goal of the Makefile needs and that are not there yet, and
-# nothing else: install-packages.sh run|test|bench|bench-trees|powercut|format. Says what it does; when
-# nothing is missing it does nothing and says nothing.
+# nothing else: install-packages.sh run|test|docs|bench|bench-trees|powercut|trace-page|fuzz|analyze|coverage|
+# valgrind|format. Says what it does; when nothing is missing it does nothing and says nothing.
 set -euo pipefail
 
 run=(g++ make cmake ninja-build libboost-dev libcli11-dev)
@@ -17,24 +17,49 @@ test)
         clang libclang-rt-14-dev
         # The Windows half.
         g++-mingw-w64-x86-64-posix wine64 wine
+        # What holds for every value.
+        librapidcheck-dev
+        # A terminal for the command.
+        tmux
         # What tests call: extended attributes, the package's hosts, and what kills and power cuts need.
-        attr "${powercut[@]}")
+        attr "${powercut[@]}"
+        # The documents: the reference, and the scripts that hold them against the sources.
+        doxygen python3)
+    ;;
+docs)
+    wanted=(doxygen)
     ;;
 powercut)
     wanted=("${run[@]}" "${powercut[@]}")
     ;;
 bench)
-    wanted=("${run[@]}" libbenchmark-dev)
+    wanted=("${run[@]}" libbenchmark-dev libspdlog-dev valgrind python3 e2fsprogs mount)
     ;;
 bench-trees)
     # The file systems in images, and what a copy is compared with and watched by.
     wanted=("${run[@]}" libbenchmark-dev python3 e2fsprogs xfsprogs btrfs-progs mount strace time)
     ;;
+fuzz)
+    wanted=("${run[@]}" clang libclang-rt-14-dev)
+    ;;
+analyze)
+    wanted=("${run[@]}" clang clang-tidy cppcheck googletest)
+    ;;
+coverage)
+    wanted=("${run[@]}" clang libclang-rt-14-dev llvm googletest librapidcheck-dev)
+    ;;
+valgrind)
+    wanted=("${run[@]}" googletest librapidcheck-dev valgrind)
+    ;;
+trace-page)
+    # A browser, and what speaks to it.
+    wanted=("${run[@]}" chromium nodejs)
+    ;;
 format)
     wanted=(clang-format)
     ;;
 *)
-    echo "usage: install-packages.sh run|test|bench|bench-trees|powercut|format" >&2
+    echo "usage: install-packages.sh run|test|docs|bench|bench-trees|powercut|trace-page|fuzz|analyze|coverage|valgrind|format" >&2
     exit 2
     ;;
 esac

@@ -127,6 +127,8 @@ quietly "Wine prefix" wine-prefix cmake/wine-prefix.sh start
 build_and_test windows in-memory
 test_package linux
 test_package windows
+echo
+where_allowed "README" readme scripts/readme-test.py
 
 echo
 echo "All builds and tests: $((SECONDS / 60)) min $((SECONDS % 60)) s"

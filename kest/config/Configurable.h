@@ -22,7 +22,7 @@ public:
     /// Copies of one object share what it read, and each would delete it: all but one are left
     /// alone in the end.
     Configurable(const Configurable&) = default;
-    Configurable& operator=(const Configurable&) = default;
+    Configurable& operator=(const Configurable&) = default;  ///< As for a copy.
     ~Configurable();
 
     /// The value of the property `name`, which is compared exactly; of several with that name, the

@@ -26,8 +26,8 @@ public:
     /// File, ":", line, ": ", reason. Valid until the object changes or ends.
     virtual const wchar_t* getDetailedReason() const;
 
-    Exception(const Exception&) = default;
-    Exception& operator=(const Exception&) = default;
+    Exception(const Exception&) = default;             ///< The same texts.
+    Exception& operator=(const Exception&) = default;  ///< Takes the other's texts.
 
 private:
     std::int32_t reasonOffset;

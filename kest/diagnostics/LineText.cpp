@@ -8,12 +8,16 @@
 
 #include "kest/platform/Utf8.h"
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace Tallowmere {
 namespace {
 
 using platform::utf8::kReplacement;
 
-/// Units that are looked at and narrowed together, which compilers turn into a few instructions.
+/// Units that are looked at and narrowed together.
 constexpr std::size_t kBlock = 16;
 
 bool isHighSurrogate(std::uint32_t unit) {
@@ -24,22 +28,76 @@ bool isLowSurrogate(std::uint32_t unit) {
     return unit >= 0xDC00 && unit <= 0xDFFF;
 }
 
-bool isAscii(const wchar_t* block) {
+#if defined(__SSE2__)
+
+template <std::size_t offset>
+__m128i load(const wchar_t* block) {
+    __m128i units;
+    std::memcpy(&units, block + offset, sizeof(units));
+    return units;
+}
+
+/// Writes a block's bytes; false, with nothing written, when it is not ASCII.
+bool narrow(const wchar_t* block, char* out) {
+    __m128i bytes;
+    __m128i all;
+    if constexpr (sizeof(wchar_t) == 4) {
+        const __m128i a = load<0>(block);
+        const __m128i b = load<4>(block);
+        const __m128i c = load<8>(block);
+        const __m128i d = load<12>(block);
+        all = _mm_or_si128(_mm_or_si128(a, b), _mm_or_si128(c, d));
+        all = _mm_srli_epi32(all, 7);
+        bytes = _mm_packus_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, d));
+    } else {
+        const __m128i a = load<0>(block);
+        const __m128i b = load<8>(block);
+        all = _mm_srli_epi16(_mm_or_si128(a, b), 7);
+        bytes = _mm_packus_epi16(a, b);
+    }
+    if (_mm_movemask_epi8(_mm_cmpeq_epi8(all, _mm_setzero_si128())) != 0xFFFF) {
+        return false;
+    }
+    std::memcpy(out, &bytes, sizeof(bytes));
+    return true;
+}
+
+#else
+
+/// Writes a block's bytes; false, with nothing written, when it is not ASCII.
+bool narrow(const wchar_t* block, char* out) {
     std::uint32_t all = 0;
     for (std::size_t i = 0; i < kBlock; ++i) {
         all |= static_cast<std::uint32_t>(block[i]);
     }
-    return all < 0x80;
-}
-
-void narrow(const wchar_t* __restrict block, char* __restrict out) {
+    if (all >= 0x80) {
+        return false;
+    }
     for (std::size_t i = 0; i < kBlock; ++i) {
         out[i] = static_cast<char>(block[i]);
     }
+    return true;
 }
 
-bool isAsciiByte(char byte) {
-    return static_cast<unsigned char>(byte) < 0x80;
+#endif
+
+bool isAscii(std::string_view bytes) {
+    const char* at = bytes.data();
+    std::size_t left = bytes.size();
+    constexpr std::uint64_t kHighBits = 0x8080808080808080U;
+    for (; left >= sizeof(std::uint64_t);
+         at += sizeof(std::uint64_t), left -= sizeof(std::uint64_t)) {
+        std::uint64_t word = 0;
+        std::memcpy(&word, at, sizeof(word));
+        if ((word & kHighBits) != 0) {
+            return false;
+        }
+    }
+    unsigned int all = 0;
+    for (; left != 0; ++at, --left) {
+        all |= static_cast<unsigned char>(*at);
+    }
+    return all < 0x80;
 }
 
 /// More than any number has digits.
@@ -73,10 +131,17 @@ void LineText::append(std::wstring_view text) {
         if (m_highSurrogate == 0) {
             char* out = room(static_cast<std::size_t>(end - unit));
             const char* const begin = out;
-            while (static_cast<std::size_t>(end - unit) >= kBlock && isAscii(unit)) {
-                narrow(unit, out);
+            while (static_cast<std::size_t>(end - unit) >= kBlock && narrow(unit, out)) {
                 unit += kBlock;
                 out += kBlock;
+            }
+            // What is left is less than a block: a block that ends where the text ends has it all,
+            // and writes the units before it once more.
+            const auto left = static_cast<std::size_t>(end - unit);
+            if (left != 0 && left < kBlock && out != begin &&
+                narrow(end - kBlock, out + left - kBlock)) {
+                unit = end;
+                out += left;
             }
             while (unit != end && static_cast<std::uint32_t>(*unit) < 0x80) {
                 *out++ = static_cast<char>(*unit++);
@@ -90,7 +155,7 @@ void LineText::append(std::wstring_view text) {
 }
 
 void LineText::appendBytes(std::string_view bytes) {
-    if (m_highSurrogate == 0 && std::all_of(bytes.begin(), bytes.end(), isAsciiByte)) {
+    if (m_highSurrogate == 0 && isAscii(bytes)) {
         put(bytes);
         return;
     }
@@ -131,11 +196,9 @@ void LineText::prependLineFeed() {
     ++m_size;
 }
 
-void LineText::finish() {
-    if (m_highSurrogate != 0) {
-        m_highSurrogate = 0;
-        appendCharacter(kReplacement);
-    }
+void LineText::replaceHalf() {
+    m_highSurrogate = 0;
+    appendCharacter(kReplacement);
 }
 
 void LineText::appendCharacter(std::uint32_t character) {

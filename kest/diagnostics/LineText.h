@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <string_view>
 
@@ -28,6 +29,14 @@ public:
     void append(std::wstring_view text);
     /// Each byte is the character of its value.
     void appendBytes(std::string_view bytes);
+    /// The first `size` of `bytes`, which are ASCII. The others are written over later: a copy
+    /// whose length is known beforehand takes a few instructions and no call.
+    template <std::size_t capacity>
+    void appendAscii(const char (&bytes)[capacity], std::size_t size) {
+        finish();
+        std::memcpy(room(capacity), bytes, capacity);
+        m_size += size;
+    }
     /// In decimal, without any grouping.
     void appendNumber(std::int64_t number);
     void appendNumber(std::uint64_t number);
@@ -46,9 +55,14 @@ public:
     /// Puts a line feed in front.
     void prependLineFeed();
     /// Nothing follows any more: half a pair that still waits becomes U+FFFD.
-    void finish();
+    void finish() {
+        if (m_highSurrogate != 0) {
+            replaceHalf();
+        }
+    }
 
 private:
+    void replaceHalf();
     void appendCharacter(std::uint32_t character);
     void appendUnit(wchar_t unit);
     void put(std::string_view bytes);

@@ -4,15 +4,14 @@ namespace Tallowmere {
 
 FunctionTrace::FunctionTrace(const char* function, const char* file, int line)
     : function(function), file(file), line(line) {
-    *Recorder::instance() << L"!~Sev:INFO" << L"!~Fil:" << file << L"!~Lin:" << line << "<Entering "
-                          << function << '\n';
+    Recorder::instance()->begin(L"!~Sev:INFO", file, line) << "<Entering " << function << '\n';
     Recorder::instance()->flush();
 }
 
 FunctionTrace::~FunctionTrace() {
     try {
-        *Recorder::instance() << L"!~Sev:INFO" << L"!~Fil:" << file << L"!~Lin:" << line
-                              << "Exiting " << function << ">" << '\n';
+        Recorder::instance()->begin(L"!~Sev:INFO", file, line)
+            << "Exiting " << function << ">" << '\n';
         Recorder::instance()->flush();
     } catch (...) {
         // Our choice: the trace must not end a process whose exception is on its way to its

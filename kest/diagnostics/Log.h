@@ -16,15 +16,15 @@
 
 /// One trace line: LOG_INFO("Reading file " << fileName).
 #define LOG_INFO(pieces) KEST_LOG_STATEMENT(L"!~Sev:INFO", pieces)
-#define LOG_WARNING(pieces) KEST_LOG_STATEMENT(L"!~Sev:WARNING", pieces)
-#define LOG_ERROR(pieces) KEST_LOG_STATEMENT(L"!~Sev:ERROR", pieces)
-#define LOG_CRITICAL(pieces) KEST_LOG_STATEMENT(L"!~Sev:CRITICAL", pieces)
-
-#define KEST_LOG_STATEMENT(severity, pieces)                                                     \
-    do {                                                                                         \
-        *::Tallowmere::Recorder::instance() << severity << L"!~Fil:" << KEST_MODULE << L"!~Lin:" \
-                                            << static_cast<int>(__LINE__) << pieces << '\n';     \
-        ::Tallowmere::Recorder::instance()->flush();                                             \
+#define LOG_WARNING(pieces) KEST_LOG_STATEMENT(L"!~Sev:WARNING", pieces)    ///< The same.
+#define LOG_ERROR(pieces) KEST_LOG_STATEMENT(L"!~Sev:ERROR", pieces)        ///< The same.
+#define LOG_CRITICAL(pieces) KEST_LOG_STATEMENT(L"!~Sev:CRITICAL", pieces)  ///< The same.
+/// Behind them.
+#define KEST_LOG_STATEMENT(severity, pieces)                                       \
+    do {                                                                           \
+        ::Tallowmere::Recorder::instance()->begin(severity, KEST_MODULE, __LINE__) \
+            << pieces << '\n';                                                     \
+        ::Tallowmere::Recorder::instance()->flush();                               \
     } while (false)
 
 namespace Tallowmere {

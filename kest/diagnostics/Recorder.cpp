@@ -1,6 +1,7 @@
 #include "kest/diagnostics/Recorder.h"
 
 #include <algorithm>
+#include <cstring>
 #include <iostream>
 #include <limits>
 #include <memory>
@@ -51,6 +52,26 @@ bool findBaseName(std::wstring_view path, std::wstring_view& name) {
     return slashes + backslashes == 0 || (!name.empty() && (slashes == 0 || backslashes == 0));
 }
 
+enum class Tag { None, Severity, File, Line };
+
+/// Deliberate: the first two characters of a marker are not looked at, so any constant wide text
+/// with a tag at that place is one: a path on a server named Fileserver, Linux01 or Sevilla, say.
+inline Tag tagOf(const wchar_t* text) {
+    if (text[0] == L'\0' || text[1] == L'\0') {
+        return Tag::None;
+    }
+    switch (text[2]) {
+        case L'S':
+            return text[3] == L'e' && text[4] == L'v' ? Tag::Severity : Tag::None;
+        case L'F':
+            return text[3] == L'i' && text[4] == L'l' ? Tag::File : Tag::None;
+        case L'L':
+            return text[3] == L'i' && text[4] == L'n' ? Tag::Line : Tag::None;
+        default:
+            return Tag::None;
+    }
+}
+
 std::uint64_t nextSerial() {
     static std::atomic<std::uint64_t> s_last{0};
     return ++s_last;
@@ -98,8 +119,7 @@ Recorder::Recorder()
       lineInProgress(new TraceLine) {}
 
 Recorder::Recorder(const Recorder& other)
-    : sourceField(other.sourceField),
-      traceFilePath(other.traceFilePath),
+    : traceFilePath(other.traceFilePath),
       stream(other.stream),
       streamLock(other.streamLock),
       ownsStream(other.ownsStream),
@@ -113,7 +133,10 @@ Recorder::Recorder(const Recorder& other)
       writesTraceFile(other.writesTraceFile),
       // What follows of a line in progress goes the long way.
       isFileLine(false),
-      lineInProgress(new TraceLine) {}
+      lineInProgress(new TraceLine) {
+    wchar_t name[ThreadMarkers::kSourceSize];
+    sourceField.assign(name, other.copySource(name));
+}
 
 Recorder::~Recorder() {
     if (writesTraceFile) {
@@ -133,6 +156,11 @@ Recorder* Recorder::instance() {
     if (Recorder* const existing = s_instance.load(std::memory_order_acquire)) {
         return existing;
     }
+    return create();
+}
+
+/// Apart, so that the usual way needs nothing of what this one does.
+Recorder* Recorder::create() {
     const LockGuard guard(s_instanceLock, -1);
     if (s_instance.load(std::memory_order_relaxed) == nullptr) {
         s_instance.store(new Recorder, std::memory_order_release);
@@ -214,6 +242,16 @@ void Recorder::flush() {
     endLine();
 }
 
+Recorder& Recorder::begin(const wchar_t* severity, const char* file, int line) {
+    insertConstantText(severity);
+    if (file != nullptr && isLineGathered() && markerState == kNoMarker &&
+        lineInProgress->location.takeName(file)) {
+        lineInProgress->appendColumn(line);
+        return *this;
+    }
+    return *this << L"!~Fil:" << file << L"!~Lin:" << line;
+}
+
 Recorder& Recorder::operator<<(const std::wstring& text) {
     insertConstantText(text.c_str());
     return *this;
@@ -242,14 +280,22 @@ void Recorder::prepare(std::wostringstream& stream) {
     stream.imbue(traceLocale());
 }
 
-void Recorder::writeThread(std::uint32_t thread) {
-    if (!isLineGathered()) {
-        write(threadColumn(thread).text());
+/// Begins a line with its time, its severity and its thread.
+void Recorder::beginColumns(const wchar_t* severity) {
+    if (!streamOutTimeStamp()) {
+        write(severityColumn(severity).text());
+        write(threadColumn(os().GetCurrentThreadId()).text());
         return;
     }
-    lineInProgress->text.appendBytes("T");
-    lineInProgress->text.appendNumber(std::uint64_t{thread});
-    lineInProgress->text.append(L'\t');
+    LineText& text = lineInProgress->text;
+    ColumnBytes column;
+    if (plainSeverity(severity, column)) {
+        text.appendAscii(column.bytes, column.size);
+    } else {
+        text.append(severityColumn(severity).text());
+    }
+    const ColumnBytes& thread = lineInProgress->thread.column(os().GetCurrentThreadId());
+    text.appendAscii(thread.bytes, thread.size);
 }
 
 /// Whether the calling thread's next value will be taken for a file name.
@@ -258,6 +304,10 @@ bool Recorder::isFileNameExpected() const {
 }
 
 void Recorder::insertConstantText(const wchar_t* text) {
+    if (isLineGathered() && markerState == kNoMarker && tagOf(text) == Tag::None) {
+        lineInProgress->text.append(std::wstring_view(text));
+        return;
+    }
     if (pendingMarker() == kNoMarker) {
         processMarker(text);
     } else {
@@ -282,9 +332,19 @@ bool Recorder::takeMarkedValue(const std::wstring& text, const long* lineNumber)
     return true;
 }
 
+/// The name of nearly every statement, which needs no look at its components. False for any other.
+bool Recorder::takePlainName(std::string_view path) {
+    if (!ownsLine() || !lineInProgress->location.takeName(path)) {
+        return false;
+    }
+    lineInProgress->source = TraceLine::Source::Name;
+    return true;
+}
+
 void Recorder::takeName(std::wstring_view name) {
     if (ownsLine()) {
         sourceField = name;
+        lineInProgress->source = TraceLine::Source::Own;
         return;
     }
     ThreadMarkers& own = threadMarkers(serial);
@@ -298,7 +358,13 @@ void Recorder::takeLineNumber(std::int64_t number) {
     const auto line = static_cast<int>(std::clamp<std::int64_t>(
         number, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
     if (ownsLine()) {
-        const TraceColumn& column = lineInProgress->location.column(sourceField, line);
+        TraceLine& own = *lineInProgress;
+        if (own.source == TraceLine::Source::Name && isLineGathered()) {
+            own.appendColumn(line);
+            return;
+        }
+        settleSource();
+        const TraceColumn column = locationColumn(sourceField, line);
         sourceField = column.text();
         write(column.text());
         return;
@@ -307,6 +373,34 @@ void Recorder::takeLineNumber(std::int64_t number) {
     const TraceColumn column = locationColumn({own.source, own.sourceLength}, line);
     takeName(column.text());
     write(column.text());
+}
+
+/// Puts into the source field what stands in its place.
+void Recorder::settleSource() {
+    if (lineInProgress->source != TraceLine::Source::Own) {
+        wchar_t name[ThreadMarkers::kSourceSize];
+        sourceField.assign(name, copySource(name));
+        lineInProgress->source = TraceLine::Source::Own;
+    }
+}
+
+/// Copies what the source field holds, or what stands in its place, as much of it as a column
+/// takes.
+std::size_t Recorder::copySource(wchar_t* name) const {
+    const TraceLine& line = *lineInProgress;
+    switch (line.source) {
+        case TraceLine::Source::Column:
+            std::memcpy(name, line.statement->name, sizeof(line.statement->name));
+            return LocationMemo::kSource;
+        case TraceLine::Source::Name: {
+            const std::string_view kept = line.location.name();
+            std::copy(kept.begin(), kept.end(), name);
+            return kept.size();
+        }
+        case TraceLine::Source::Own:
+            break;
+    }
+    return sourceField.copy(name, ThreadMarkers::kSourceSize);
 }
 
 /// What the calling thread's last marker waits for.
@@ -318,22 +412,20 @@ void Recorder::setPendingMarker(std::int32_t state) {
     (ownsLine() ? markerState : threadMarkers(serial).markerState) = state;
 }
 
-/// Deliberate: the first two characters of a marker are not looked at, so any constant wide text
-/// with a tag at that place is one: a path on a server named Fileserver, Linux01 or Sevilla, say.
-void Recorder::processMarker(std::wstring_view text) {
-    const auto hasTag = [text](wchar_t first, wchar_t second, wchar_t third) {
-        return text.size() > 4 && text[2] == first && text[3] == second && text[4] == third;
-    };
-    if (hasTag(L'S', L'e', L'v')) {
-        streamOutTimeStamp();
-        write(severityColumn(text.size() > 6 ? text.substr(6) : std::wstring_view()).text());
-        writeThread(os().GetCurrentThreadId());
-    } else if (hasTag(L'F', L'i', L'l')) {
-        setPendingMarker(kFileExpected);
-    } else if (hasTag(L'L', L'i', L'n')) {
-        setPendingMarker(kLineExpected);
-    } else {
-        write(text);
+void Recorder::processMarker(const wchar_t* text) {
+    switch (tagOf(text)) {
+        case Tag::Severity:
+            beginColumns(text[5] == L'\0' ? L"" : text + 6);
+            break;
+        case Tag::File:
+            setPendingMarker(kFileExpected);
+            break;
+        case Tag::Line:
+            setPendingMarker(kLineExpected);
+            break;
+        case Tag::None:
+            write(text);
+            break;
     }
 }
 
@@ -363,6 +455,10 @@ bool Recorder::insertGathered(Append append) {
 
 bool Recorder::insertQuickly(std::string_view bytes) {
     if (isFileNameExpected() && !bytes.empty() && bytes.size() <= kShortName) {
+        if (takePlainName(bytes)) {
+            setPendingMarker(kNoMarker);
+            return true;
+        }
         // Most names are the module's, which has no separators.
         wchar_t name[kShortName];
         std::transform(bytes.begin(), bytes.end(), name,
@@ -381,11 +477,33 @@ bool Recorder::insertQuickly(std::string_view bytes) {
 }
 
 bool Recorder::insertQuickly(const wchar_t* text) {
+    if (text != nullptr && isFileNameExpected()) {
+        return insertPlainName(text);
+    }
     return insertGathered([text](LineText& line) {
         if (text != nullptr) {
             line.append(text);
         }
     });
+}
+
+bool Recorder::insertPlainName(std::wstring_view path) {
+    const std::wstring_view name = path.substr(path.find_last_of(L"\\/") + 1);
+    if (name.empty() || name.size() > LocationMemo::kSource) {
+        return false;
+    }
+    char plain[LocationMemo::kSource];
+    for (std::size_t i = 0; i < name.size(); ++i) {
+        if (static_cast<std::uint32_t>(name[i]) >= 0x80) {
+            return false;
+        }
+        plain[i] = static_cast<char>(name[i]);
+    }
+    if (!takePlainName({plain, name.size()})) {
+        return false;
+    }
+    setPendingMarker(kNoMarker);
+    return true;
 }
 
 bool Recorder::insertQuickly(wchar_t character) {
@@ -405,7 +523,8 @@ bool Recorder::insertQuickly(std::uint64_t number) {
     return insertGathered([number](LineText& line) { line.appendNumber(number); });
 }
 
-void Recorder::streamOutTimeStamp() {
+/// Begins a line with its time. Whether the line is gathered beside the stream.
+bool Recorder::streamOutTimeStamp() {
     const StreamGuard::Suspension suspension;
     // Also false where the thread owns the mutex afterwards: its last owner ended inside a line.
     const bool isMutexHeld = lock.acquire(-1);
@@ -424,7 +543,7 @@ void Recorder::streamOutTimeStamp() {
     }
     if (isLineGathered()) {
         lineInProgress->stamp.appendTo(lineInProgress->text);
-        return;
+        return true;
     }
     if (ownsLine()) {
         write(lineInProgress->stamp.now());
@@ -433,6 +552,7 @@ void Recorder::streamOutTimeStamp() {
         write(TraceStamp().now());
     }
     write(L"\t");
+    return false;
 }
 
 std::wstring Recorder::baseName(const std::wstring& path) {
@@ -492,12 +612,16 @@ bool Recorder::isFileFull(const std::wstring& path) const {
 
 /// Empties the trace file if it is full: nothing of it is kept.
 void Recorder::rollOver() {
+    // Nobody changes the path while the mutex is held for a line.
+    if (ownsLine() && !isFileFull(traceFilePath)) {
+        return;
+    }
     std::wstring path;
     {
         const StreamGuard guard;
         path = traceFilePath;
     }
-    if (!isFileFull(path)) {
+    if (!ownsLine() && !isFileFull(path)) {
         return;
     }
     // A flush that ends no line must not take the stream from under another thread's line. It looks
@@ -562,6 +686,7 @@ void Recorder::beginLine(bool isMutexHeld) {
     markerState = own.markerState;
     if (own.isSourceNewer) {
         sourceField.assign(own.source, own.sourceLength);
+        lineInProgress->source = TraceLine::Source::Own;
         own.isSourceNewer = false;
     }
 }
@@ -573,8 +698,7 @@ void Recorder::endLine() {
         // A marker that still waits takes the thread's next value, in a line or not.
         ThreadMarkers& own = threadMarkers(serial);
         own.markerState = markerState;
-        own.sourceLength =
-            static_cast<std::uint8_t>(sourceField.copy(own.source, ThreadMarkers::kSourceSize));
+        own.sourceLength = static_cast<std::uint8_t>(copySource(own.source));
         own.isSourceNewer = false;
         markerState = kNoMarker;
         lineOwner.store(0, std::memory_order_relaxed);

@@ -37,8 +37,8 @@ public:
     /// `new`.
     class KEST_API StreamLock {
     public:
-        virtual void lock() = 0;
-        virtual void unlock() = 0;
+        virtual void lock() = 0;    ///< Begins a line.
+        virtual void unlock() = 0;  ///< Ends it.
 
     protected:
         ~StreamLock() = default;
@@ -78,6 +78,10 @@ public:
     /// Inserts the text up to its first null character as constant wide text: it may be a marker.
     Recorder& operator<<(const std::wstring& text);
 
+    /// Begins the line of a log statement: the same as inserting `severity`, a severity marker, and
+    /// then `file` and `line`, each behind its marker.
+    Recorder& begin(const wchar_t* severity, const char* file, int line);
+
 private:
     template <class T>
     friend Recorder& operator<<(Recorder& recorder, const T& value);
@@ -104,9 +108,10 @@ private:
     ~Recorder();
     Recorder& operator=(const Recorder&) = delete;
 
+    static Recorder* create();
     void insertConstantText(const wchar_t* text);
-    void processMarker(std::wstring_view text);
-    void streamOutTimeStamp();
+    void processMarker(const wchar_t* text);
+    bool streamOutTimeStamp();
     std::wstring baseName(const std::wstring& path);
 
     // The short way of a value: false when it has to go the long way, nothing has happened then.
@@ -129,12 +134,16 @@ private:
     bool takeMarkedValue(const std::wstring& text, const long* lineNumber);
     std::int32_t pendingMarker() const;
     void setPendingMarker(std::int32_t state);
+    bool takePlainName(std::string_view path);
+    bool insertPlainName(std::wstring_view path);
     void takeName(std::wstring_view name);
     void takeLineNumber(std::int64_t number);
+    void settleSource();
+    std::size_t copySource(wchar_t* name) const;
     std::wostream* output() const;
     TraceFile& traceFile() const;
     void write(std::wstring_view text);
-    void writeThread(std::uint32_t thread);
+    void beginColumns(const wchar_t* severity);
     void openFile(const std::wstring& path);
     bool countFlush();
     bool isFileFull(const std::wstring& path) const;

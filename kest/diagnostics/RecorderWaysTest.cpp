@@ -149,6 +149,162 @@ void everyMarker() {
     trace().flush();
 }
 
+/// File names of every kind, twice each: what a statement's column is made of is kept.
+void everyName() {
+    const std::string names[] = {"x",
+                                 "Name",
+                                 "a.cpp",
+                                 "TransactedFS",
+                                 "twenty-nine-characters-name.c",
+                                 "thirty-characters-are-a-name.c",
+                                 "thirty-one-characters-a-name.cc",
+                                 "folder/x.cpp",
+                                 "folder\\x.cpp",
+                                 "/x.cpp",
+                                 "\\x.cpp",
+                                 "a/b\\c.cpp",
+                                 "a\\b/c.cpp",
+                                 "a/b\\",
+                                 "a\\b/",
+                                 "x\\a/b\\",
+                                 "/",
+                                 "\\",
+                                 "//",
+                                 "a//",
+                                 "",
+                                 "caf\xE9.cpp",
+                                 "caf\xE9/x.cpp",
+                                 "tab\tname",
+                                 "del\x7F"
+                                 "ete",
+                                 "Fil",
+                                 "12345678",
+                                 "123456789",
+                                 "1234567890123456",
+                                 "12345678901234567",
+                                 "Name2",
+                                 "name",
+                                 std::string(259, 'f') + "/x.cpp",
+                                 std::string(300, 'n')};
+    for (int time = 0; time < 2; ++time) {
+        for (const std::string& name : names) {
+            for (const int number : {5, 13, 5, 100000, -1, -2147483647 - 1}) {
+                trace() << L"!~Sev:INFO" << L"!~Fil:" << name.c_str() << L"!~Lin:" << number;
+                // Without a name: the column before it is the name.
+                trace() << "first" << L"!~Lin:" << 7 << "second" << L"!~Fil:" << "other"
+                        << L"!~Fil:" << name.c_str() << L"!~Lin:" << number << '\n';
+                trace().flush();
+                // The next statement has it still, also outside of a line.
+                trace() << L"!~Lin:" << number;
+                trace() << L"!~Sev:ERROR" << L"!~Lin:" << 8 << "third\n";
+                trace().flush();
+                std::wstring wide(name.begin(), name.end());
+                trace() << L"!~Sev:WARNING" << L"!~Fil:" << wide.data() << L"!~Lin:" << number;
+                trace() << L"!~Fil:" << wide << L"!~Lin:" << number << L"!~Fil:" << name.c_str()
+                        << '\n';
+                trace().flush();
+                // A name that waited for its line over the end of the statement.
+                trace() << L"!~Sev:INFO" << L"!~Lin:" << 9L << "fourth\n";
+                trace().flush();
+            }
+        }
+    }
+    // The text is what counts, not where it stands.
+    char changing[] = "NameOne.cpp";
+    for (const char digit : {'1', '2', '1'}) {
+        changing[10] = digit;
+        trace() << L"!~Sev:INFO" << L"!~Fil:" << changing << L"!~Lin:" << 3 << '\n';
+        trace().flush();
+    }
+    std::wstring wideName = L"\u65E5\u672C.cpp";
+    trace() << L"!~Sev:INFO" << L"!~Fil:" << wideName.data() << L"!~Lin:" << 3 << '\n';
+    trace().flush();
+}
+
+/// What begins a log statement, against the pieces that it stands for.
+void everyBeginning(bool atOnce) {
+    const auto begin = [atOnce](const wchar_t* severity, const char* file,
+                                int number) -> Recorder& {
+        return atOnce ? trace().begin(severity, file, number)
+                      : trace() << severity << L"!~Fil:" << file << L"!~Lin:" << number;
+    };
+    const char* const none = nullptr;
+    for (const char* const file : {"x", "TransactedFS", "folder/x.cpp", "a\\b/", "", "caf\xE9.cpp",
+                                   none, "a-name-that-is-longer-than-its-column.cpp"}) {
+        for (const int number : {0, 5, 13, 99999, 100000, -1}) {
+            for (const wchar_t* const severity :
+                 {L"!~Sev:INFO", L"!~Sev:CRITICAL", L"!~Sev", L"!~Sev:\u00DCBER", L"no marker"}) {
+                begin(severity, file, number) << "first " << number << L" second\n";
+                trace().flush();
+            }
+            begin(L"!~Sev:INFO", file, number) << "in ";
+            begin(L"!~Sev:ERROR", file, number) << "another\n";
+            trace().flush();
+            trace() << "the rest" << L"!~Lin:" << 3 << '\n';
+            trace().flush();
+            // A marker that waits takes the severity.
+            trace() << L"!~Fil:";
+            begin(L"!~Sev:INFO", file, number) << "text\n";
+            trace().flush();
+            trace() << L"!~Lin:";
+            begin(L"!~Sev:INFO", file, number) << L"!~Lin:" << 7 << "text\n";
+            trace().flush();
+            // One that begins and goes on in a stream that has changed.
+            line([&] {
+                trace() << LeavesHex();
+                begin(L"!~Sev:INFO", file, number) << 255 << LeavesDecimal();
+                trace().flush();
+            });
+        }
+    }
+}
+
+/// Severities of every length and kind.
+void everySeverity() {
+    for (const std::wstring name :
+         {L"", L"I", L"INFO", L"WARNING", L"CRITICAL", L"NINEUNITS", L"\u00DCBER", L"tab\there",
+          L"a severity that is longer than its buffer has room for"}) {
+        trace() << L"!~Sev:" + name << L"!~Fil:" << "x" << L"!~Lin:" << 7 << "text\n";
+        trace().flush();
+    }
+    trace() << L"!~Sev" << L"!~Lin:" << 7 << "text\n";
+    trace().flush();
+    for (const wchar_t* const text :
+         {L"", L"!", L"!~", L"!~S", L"!~Se", L"!~Fi", L"!~Li", L"!~Fil", L"!~Lin"}) {
+        trace() << L"!~Sev:INFO" << text << 3 << '\n';
+        trace().flush();
+    }
+}
+
+/// Texts around the sizes in which they are handled, with a character of every kind at every place.
+void everyLength() {
+    for (std::size_t length = 0; length < 70; ++length) {
+        line([length] {
+            const std::wstring wide(length, L'x');
+            const std::string narrow(length, 'y');
+            trace() << wide << narrow.c_str();
+            for (std::size_t at = 0; at < length; at += 3) {
+                std::wstring changed = wide;
+                changed[at] = L'\u00E9';
+                trace() << changed << changed.c_str() + 1;
+                changed[at] = static_cast<wchar_t>(0xD83D);
+                trace() << changed.data();
+                std::string changedNarrow = narrow;
+                changedNarrow[at] = '\xE9';
+                trace() << changedNarrow.c_str();
+                changed[at] = L'\0';
+                trace() << changed;
+            }
+        });
+    }
+    // Half a pair at the end of a line, and the next line's beginning.
+    line([] { trace() << static_cast<wchar_t>(0xD83D); });
+    line([] { trace() << "x"; });
+    trace() << L"!~Sev:INFO" << static_cast<wchar_t>(0xD83D);
+    trace().flush();
+    line([] { trace() << "y"; });
+}
+
 /// What is left behind in the stream holds for what follows.
 void everyState() {
     line([] { trace() << LeavesHex() << ' ' << 255 << ' ' << 255L << ' ' << 255ULL << 1.5; });
@@ -194,6 +350,25 @@ TEST(RecorderWays, AreTheSameForEveryType) {
 
 TEST(RecorderWays, AreTheSameForEveryMarker) {
     EXPECT_EQ(theLongWay(&everyMarker), theShortWay(&everyMarker));
+}
+
+TEST(RecorderWays, AreTheSameForEveryBeginningOfAStatement) {
+    const std::string expected = theLongWay([] { everyBeginning(false); });
+    EXPECT_EQ(expected, theLongWay([] { everyBeginning(true); }));
+    EXPECT_EQ(expected, theShortWay([] { everyBeginning(false); }));
+    EXPECT_EQ(expected, theShortWay([] { everyBeginning(true); }));
+}
+
+TEST(RecorderWays, AreTheSameForEveryName) {
+    EXPECT_EQ(theLongWay(&everyName), theShortWay(&everyName));
+}
+
+TEST(RecorderWays, AreTheSameForEverySeverity) {
+    EXPECT_EQ(theLongWay(&everySeverity), theShortWay(&everySeverity));
+}
+
+TEST(RecorderWays, AreTheSameForEveryLength) {
+    EXPECT_EQ(theLongWay(&everyLength), theShortWay(&everyLength));
 }
 
 TEST(RecorderWays, AreTheSameInEveryStateOfTheStream) {

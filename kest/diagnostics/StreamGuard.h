@@ -1,5 +1,7 @@
 #pragma once
 
+#include "kest/diagnostics/ThreadMarkers.h"
+
 /// Keeps a Recorder's stream and fields whole while several threads use it.
 ///
 /// The mutex of a trace line is not enough for that: pieces without a severity marker, and a flush
@@ -12,13 +14,22 @@ namespace Tallowmere {
 /// Holds the stream for a scope; scopes nest.
 class StreamGuard {
 public:
-    StreamGuard();
-    ~StreamGuard();
+    StreamGuard() { acquire(); }
+    ~StreamGuard() { release(); }
     StreamGuard(const StreamGuard&) = delete;
     StreamGuard& operator=(const StreamGuard&) = delete;
 
-    static void acquire();
-    static void release();
+    static void acquire() {
+        if (t_threadState.held == 0) {
+            lock();
+        }
+        ++t_threadState.held;
+    }
+    static void release() {
+        if (--t_threadState.held == 0) {
+            unlock();
+        }
+    }
 
     /// Whether some thread is in the midst of an insertion and has let go of the stream for the
     /// time being: the stream must then not be deleted. Ask while holding the stream.
@@ -29,14 +40,29 @@ public:
     /// insertion operator of a host may log itself.
     class Suspension {
     public:
-        Suspension();
-        ~Suspension();
+        Suspension() : m_held(t_threadState.held) {
+            if (m_held != 0) {
+                letGo();
+            }
+        }
+        ~Suspension() {
+            if (m_held != 0) {
+                takeBack();
+            }
+        }
         Suspension(const Suspension&) = delete;
         Suspension& operator=(const Suspension&) = delete;
 
     private:
+        static void letGo();
+        void takeBack() const;
+
         unsigned int m_held;
     };
+
+private:
+    static void lock();
+    static void unlock();
 };
 
 }  // namespace Tallowmere

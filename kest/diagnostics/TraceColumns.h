@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 namespace Tallowmere {
@@ -36,20 +37,79 @@ TraceColumn threadColumn(std::uint32_t thread);
 /// most 39 characters.
 TraceColumn locationColumn(std::wstring_view source, int line);
 
-/// The location column of a statement, which is kept: the next line is often that of the same
-/// statement.
-class LocationMemo {
+/// A column as the bytes that it is in the trace file. Those behind `size` mean nothing.
+struct ColumnBytes {
+    static constexpr std::size_t kSize = 40;
+
+    char bytes[kSize];
+    std::size_t size;
+};
+
+/// The severity column of a name that fits into it and is ASCII; false for any other.
+bool plainSeverity(const wchar_t* name, ColumnBytes& column);
+
+/// The thread column, which is kept: the next line is often that of the same thread.
+class ThreadMemo {
 public:
-    const TraceColumn& column(std::wstring_view source, int line);
+    const ColumnBytes& column(std::uint32_t thread) {
+        if (m_column.size == 0 || thread != m_thread) {
+            make(thread);
+        }
+        return m_column;
+    }
 
 private:
-    static constexpr std::size_t kSource = 30;
+    void make(std::uint32_t thread);
 
-    wchar_t m_source[kSource];
+    std::uint32_t m_thread = 0;
+    ColumnBytes m_column{};
+};
+
+/// The location columns of statements, which are kept: a statement is often met again soon. For
+/// sources whose base name is plain ASCII and no longer than a column takes.
+class LocationMemo {
+public:
+    static constexpr std::size_t kSource = 30;
+    static constexpr std::size_t kSourceRoom = 32;
+
+    /// A statement's column, twice: what goes into the file, and as much of it as can become the
+    /// name in a later column.
+    struct Entry {
+        ColumnBytes column;
+        wchar_t name[kSource];
+
+    private:
+        friend LocationMemo;
+        char m_source[kSourceRoom];
+        int m_line;
+    };
+
+    /// Keeps the base name of `path` for the line in progress. False when it is none for this; what
+    /// was kept before is then as it was.
+    bool takeName(std::string_view path) { return isSame(path) || keepBaseName(path); }
+    /// The kept name.
+    std::string_view name() const { return {m_source, m_length}; }
+    /// The column of the kept name and `line`.
+    const Entry& column(int line) {
+        Entry& entry = m_entries[static_cast<unsigned int>(line) % kEntries];
+        if (entry.m_line != line || std::memcmp(entry.m_source, m_source, kSourceRoom) != 0) {
+            fill(entry, line);
+        }
+        return entry;
+    }
+
+private:
+    static constexpr std::size_t kEntries = 8;
+
+    bool isSame(std::string_view name) const;
+    bool keepBaseName(std::string_view path);
+    void fill(Entry& entry, int line) const;
+
+    /// Filled up with null characters, of which a name has none.
+    char m_source[kSourceRoom] = {};
     std::size_t m_length = 0;
-    int m_line = 0;
-    bool m_isFilled = false;
-    TraceColumn m_column;
+    /// A name that is kept is not empty, so an entry without a name is no statement's.
+    Entry m_entries[kEntries] = {};
 };
 
 }  // namespace Tallowmere

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "kest/diagnostics/LineText.h"
 #include "kest/diagnostics/TraceColumns.h"
 #include "kest/diagnostics/TraceStamp.h"
@@ -11,7 +13,20 @@ struct TraceLine {
     /// What the line has gathered beside the stream, to go there in one piece when it ends.
     LineText text;
     TraceStamp stamp;
+    ThreadMemo thread;
     LocationMemo location;
+    /// What stands in the place of the Recorder's own source field: nothing; the kept name; or that
+    /// name's column.
+    enum class Source : std::uint8_t { Own, Name, Column } source = Source::Own;
+    /// The column, where it is one.
+    const LocationMemo::Entry* statement = nullptr;
+
+    /// Writes the column of the kept name and `line`, which then stands in that place.
+    void appendColumn(int line) {
+        statement = &location.column(line);
+        text.appendAscii(statement->column.bytes, statement->column.size);
+        source = Source::Column;
+    }
 };
 
 }  // namespace Tallowmere

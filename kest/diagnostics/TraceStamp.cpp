@@ -1,5 +1,9 @@
 #include "kest/diagnostics/TraceStamp.h"
 
+#include <cstddef>
+#include <cstring>
+#include <string_view>
+
 #include "kest/platform/Calls.h"
 #include "kest/time/DateTimeImpl.h"
 
@@ -9,15 +13,31 @@ using platform::os;
 
 namespace {
 
+/// The milliseconds are the last of the fields.
+constexpr std::size_t kFieldsOfSecond = offsetof(SYSTEMTIME, wMilliseconds);
+
 bool isSameSecond(const SYSTEMTIME& left, const SYSTEMTIME& right) {
-    return left.wSecond == right.wSecond && left.wMinute == right.wMinute &&
-           left.wHour == right.wHour && left.wDay == right.wDay && left.wMonth == right.wMonth &&
-           left.wYear == right.wYear;
+    return std::memcmp(&left, &right, kFieldsOfSecond) == 0;
 }
 
 }  // namespace
 
 const std::wstring& TraceStamp::now() {
+    refresh();
+    return m_text;
+}
+
+void TraceStamp::appendTo(LineText& line) {
+    refresh();
+    if (m_milliseconds != std::wstring::npos && m_byteCount != 0) {
+        line.appendAscii(m_bytes, m_byteCount);
+    } else {
+        line.append(m_text);
+        line.append(L'\t');
+    }
+}
+
+void TraceStamp::refresh() {
     SYSTEMTIME time{};
     os().GetSystemTime(&time);
     if (m_milliseconds == std::wstring::npos || !isSameSecond(time, m_second) ||
@@ -27,22 +47,11 @@ const std::wstring& TraceStamp::now() {
         unsigned int left = time.wMilliseconds;
         for (std::size_t digit = 3; digit > 0; --digit, left /= 10) {
             m_text[m_milliseconds + digit - 1] = static_cast<wchar_t>(L'0' + left % 10);
-            if (!m_bytes.empty()) {
+            if (m_byteCount != 0) {
                 m_bytes[m_milliseconds + digit - 1] = static_cast<char>('0' + left % 10);
             }
         }
         m_second.wMilliseconds = time.wMilliseconds;
-    }
-    return m_text;
-}
-
-void TraceStamp::appendTo(LineText& line) {
-    const std::wstring& text = now();
-    if (m_milliseconds != std::wstring::npos && !m_bytes.empty()) {
-        line.appendBytes(m_bytes);
-    } else {
-        line.append(text);
-        line.append(L'\t');
     }
 }
 
@@ -63,8 +72,10 @@ void TraceStamp::make(const SYSTEMTIME& time) {
         LineText line;
         line.append(m_text);
         line.append(L'\t');
-        const bool isAscii = line.bytes().size() == m_text.size() + 1;
-        m_bytes = isAscii ? line.bytes() : std::string_view();
+        const std::string_view bytes = line.bytes();
+        const bool isAscii = bytes.size() == m_text.size() + 1;
+        m_byteCount = isAscii && bytes.size() <= kBytesAtMost ? bytes.size() : 0;
+        bytes.copy(m_bytes, m_byteCount);
     }
 }
 

@@ -21,11 +21,17 @@ public:
     void appendTo(LineText& line);
 
 private:
+    /// Enough for "September 16, 2026, 11:35:54.123 AM" and its tab.
+    static constexpr std::size_t kBytesAtMost = 48;
+
+    void refresh();
     void make(const SYSTEMTIME& time);
 
     std::wstring m_text;
-    /// The text and a tab as bytes, in which only the digits change; empty when it is not ASCII.
-    std::string m_bytes;
+    /// The text and a tab as bytes, in which only the digits change.
+    char m_bytes[kBytesAtMost] = {};
+    /// How many they are; 0 when the text is not ASCII, or too long.
+    std::size_t m_byteCount = 0;
     /// Where the three digits of the milliseconds stand; npos when the text is not to be used
     /// again.
     std::size_t m_milliseconds = std::wstring::npos;

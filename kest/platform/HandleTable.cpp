@@ -32,19 +32,21 @@ std::uint64_t number(HANDLE handle) {
     return static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(handle));
 }
 
-/// Never destroyed: handles may be used until the process ends.
+/// The slots. Looked up at every call with a handle, so nothing has to be asked for first.
+constinit std::atomic<Slot*> g_chunks[kChunks]{};
+
+Slot* slotAt(std::uint32_t index) {
+    Slot* const chunk = g_chunks[index / kChunkSize].load(std::memory_order_acquire);
+    return chunk == nullptr ? nullptr : &chunk[index % kChunkSize];
+}
+
+/// Which slots are free. Never destroyed: handles may be used until the process ends.
 struct Table {
     std::mutex mutex;
     /// The free slots are a list that leads through themselves, so that giving a handle back needs
     /// no memory: it happens in destructors, and when memory has run out.
     std::uint32_t lastFreed = kNoSlot;
     std::uint32_t used = 0;
-    std::atomic<Slot*> chunks[kChunks]{};
-
-    Slot* slot(std::uint32_t index) {
-        Slot* const chunk = chunks[index / kChunkSize].load(std::memory_order_acquire);
-        return chunk == nullptr ? nullptr : &chunk[index % kChunkSize];
-    }
 };
 
 Table& table() {
@@ -64,7 +66,7 @@ Slot* slotOf(HANDLE handle, HandleKind kind) {
     if (handleKind(handle) != kind || kind == HandleKind::None) {
         return nullptr;
     }
-    return table().slot(indexOf(handle));
+    return slotAt(indexOf(handle));
 }
 
 }  // namespace
@@ -75,10 +77,10 @@ HANDLE issueHandle(HandleKind kind, void* object) {
     std::uint32_t index = 0;
     if (all.lastFreed != kNoSlot) {
         index = all.lastFreed;
-        all.lastFreed = all.slot(index)->nextFree;
+        all.lastFreed = slotAt(index)->nextFree;
     } else if (all.used < kChunkSize * kChunks) {
         index = all.used;
-        std::atomic<Slot*>& chunk = all.chunks[index / kChunkSize];
+        std::atomic<Slot*>& chunk = g_chunks[index / kChunkSize];
         if (chunk.load(std::memory_order_relaxed) == nullptr) {
             chunk.store(new Slot[kChunkSize], std::memory_order_release);
         }
@@ -87,7 +89,7 @@ HANDLE issueHandle(HandleKind kind, void* object) {
         os().SetLastError(ERROR_NO_SYSTEM_RESOURCES);
         return INVALID_HANDLE_VALUE;
     }
-    Slot& slot = *all.slot(index);
+    Slot& slot = *slotAt(index);
     slot.generation = static_cast<std::uint32_t>((slot.generation + 1) & kGenerationMask);
     const std::uint64_t handle = kMark << 56 | static_cast<std::uint64_t>(kind) << 48 |
                                  std::uint64_t{slot.generation} << kSlotBits | index;
@@ -136,7 +138,7 @@ int openHandles(HandleKind kind) {
     const std::lock_guard<std::mutex> guard(all.mutex);
     int count = 0;
     for (std::uint32_t index = 0; index < all.used; ++index) {
-        const std::uint64_t open = all.slot(index)->open.load(std::memory_order_relaxed);
+        const std::uint64_t open = slotAt(index)->open.load(std::memory_order_relaxed);
         count += static_cast<HandleKind>(open >> kGenerationBits & 0xFF) == kind ? 1 : 0;
     }
     return count;

@@ -25,20 +25,20 @@ public:
     /// Copies of one object share its products, and each would delete them: all but one are left
     /// alone in the end.
     InstalledPrograms(const InstalledPrograms&) = default;
-    InstalledPrograms& operator=(const InstalledPrograms&) = default;
+    InstalledPrograms& operator=(const InstalledPrograms&) = default;  ///< As for a copy.
 
     /// Moves to the first product, in the order of the names' units. The catalogue owns it; it is
     /// valid until the next refresh.
     Program& first() override;
-    Program& last() override;
+    Program& last() override;  ///< The same for the last product.
     /// False once past the last product, where it stays.
     bool next() override;
     /// False at the first product, where it stays.
     bool previous() override;
-    Program& current() override;
+    Program& current() override;  ///< The product at the position.
     /// Reads the products again. The position is not valid until first or last was called.
     void refresh() override;
-    unsigned int numberOfObjects() const override;
+    unsigned int numberOfObjects() const override;  ///< How many products there are.
     /// Whether a product's name contains `name`, in the same case.
     bool isInstalled(const std::wstring& name) const;
 

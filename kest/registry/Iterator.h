@@ -17,15 +17,15 @@ public:
     virtual bool next() = 0;
     /// Moves to the object before; false, without moving, at the first one.
     virtual bool previous() = 0;
-    virtual T& current() = 0;
+    virtual T& current() = 0;  ///< The object at the position.
     /// Collects the objects anew.
     virtual void refresh() = 0;
-    virtual unsigned int numberOfObjects() const = 0;
+    virtual unsigned int numberOfObjects() const = 0;  ///< How many objects there are.
 
 protected:
-    Iterator() = default;
-    Iterator(const Iterator&) = default;
-    Iterator& operator=(const Iterator&) = default;
+    Iterator() = default;                            ///< For the collection.
+    Iterator(const Iterator&) = default;             ///< For the collection.
+    Iterator& operator=(const Iterator&) = default;  ///< For the collection.
 };
 
 }  // namespace Tallowmere

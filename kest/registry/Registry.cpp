@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <exception>
+#include <memory>
 #include <stdexcept>
 
 #include "kest/diagnostics/Log.h"
@@ -20,7 +21,7 @@ using platform::os;
 namespace {
 
 /// In bytes of registry data, two of which are a unit on every system.
-constexpr std::size_t kValueSize = 65536;
+constexpr DWORD kValueSize = 65536;
 /// In characters, the terminating zero among them.
 constexpr DWORD kNameSize = 32768;
 
@@ -106,17 +107,18 @@ void Registry::readKeyValue(void* root, const wchar_t* subkey, const wchar_t* va
              L">: " + systemText(openCode));
     }
     const OpenKey key(opened);
-    std::vector<BYTE> data(kValueSize);
-    auto size = static_cast<DWORD>(data.size());
+    // Not cleared: that would be most of what a value costs, and what is read is what was written.
+    const std::unique_ptr<BYTE[]> data(new BYTE[kValueSize]);
+    DWORD size = kValueSize;
     const LONG code =
-        os().RegQueryValueExW(key.get(), valueName, nullptr, nullptr, data.data(), &size);
+        os().RegQueryValueExW(key.get(), valueName, nullptr, nullptr, data.get(), &size);
     if (code != static_cast<LONG>(ERROR_SUCCESS)) {
         fail(std::wstring(L"Failed to get registry value <") +
              (valueName == nullptr ? L"Default" : valueName) + L">: " + systemText(code));
     }
     // Deliberate: the type is not looked at. The data may have any length and need not end with a
     // zero, so it ends where the system says or at the first zero unit.
-    const std::u16string units = platform::utf16::fromBytes(data.data(), size);
+    const std::u16string units = platform::utf16::fromBytes(data.get(), size);
     value = platform::utf16::widen(std::u16string_view(units).substr(0, units.find(u'\0')));
 }
 

@@ -23,11 +23,11 @@ public:
     /// Is handed the text of one value after the other.
     class KEST_API Function {
     public:
-        Function() = default;
-        Function(const Function&) = default;
-        Function& operator=(const Function&) = default;
+        Function() = default;                            ///< For the class derived from it.
+        Function(const Function&) = default;             ///< The same.
+        Function& operator=(const Function&) = default;  ///< The same.
         virtual ~Function();
-        virtual void operator()(const std::wstring& value) = 0;
+        virtual void operator()(const std::wstring& value) = 0;  ///< Takes one value.
     };
 
     /// Stores the text of a value of the key in `value`; a null name means the key's default value.

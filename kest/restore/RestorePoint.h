@@ -15,10 +15,10 @@ struct KEST_API RestorePoint {
     RestorePoint();
     /// The copy has a time record of its own. The source must have one.
     RestorePoint(const RestorePoint& other);
-    RestorePoint& operator=(const RestorePoint& other);
-    ~RestorePoint();
+    RestorePoint& operator=(const RestorePoint& other);  ///< As for a copy.
+    ~RestorePoint();                                     ///< Gives the time record back.
 
-    std::wstring description;
+    std::wstring description;  ///< In the words of whoever made the point.
     /// The name of the kind, such as "Application installation", not its number.
     std::wstring type;
     /// When the point was made, as the system wrote it: the offset from UTC is not applied. Day of

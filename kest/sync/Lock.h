@@ -10,10 +10,10 @@ class LockImpl;
 /// once for each acquisition. No operation throws or logs.
 class KEST_API Lock {
 public:
-    Lock();
+    Lock();  ///< Nobody owns it.
     ~Lock();
-    Lock(const Lock&) = default;
-    Lock& operator=(const Lock&) = default;
+    Lock(const Lock&) = default;             ///< Shares the mutex, which each would close.
+    Lock& operator=(const Lock&) = default;  ///< As for a copy; the own mutex is lost.
 
     /// Waits up to `timeout` milliseconds, -1 for ever. True only when the mutex was acquired in the
     /// ordinary way: false after the time-out, after a failure, and for a mutex whose owner ended
@@ -31,8 +31,8 @@ private:
 /// Takes a lock for a scope.
 class KEST_API LockGuard {
 public:
-    LockGuard(Lock& lock, int timeout);
-    ~LockGuard();
+    LockGuard(Lock& lock, int timeout);  ///< Waits as Lock::acquire does.
+    ~LockGuard();  ///< Releases the lock, also when the wait failed but gave it to the thread.
     LockGuard(const LockGuard&) = delete;
     LockGuard& operator=(const LockGuard&) = delete;
 

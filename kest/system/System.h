@@ -10,7 +10,7 @@ namespace Tallowmere {
 
 /// A release of Windows, by its version number: 5.0, 5.1, 5.2, 6.0, 6.1.
 enum WindowsVersion { WindowsUnknown, Windows2000, WindowsXP, Windows2003, WindowsVista, Windows7 };
-
+/// A kind of processor.
 enum ProcessorType { ProcessorAmd64, ProcessorIa64, ProcessorX86, ProcessorUnknown };
 
 /// Starts the program that the first word of `commandLine` names, or what stands in quotes there,

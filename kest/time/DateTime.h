@@ -34,7 +34,7 @@ public:
     /// negative one or one beyond the year 30827, is not reported; the value is then s_invalid.
     DateTime(std::int64_t seconds);
 
-    DateTime(const DateTime& other);
+    DateTime(const DateTime& other);  ///< The same time.
 
     /// The fields of a calendar time: month 1 to 12, day 1 to 31, hour 0 to 23.
     ///
@@ -50,7 +50,7 @@ public:
     /// number that does not fit into 64 bits.
     DateTime(const std::wstring& text);
 
-    DateTime& operator=(const DateTime& other);
+    DateTime& operator=(const DateTime& other);  ///< Takes the other time.
     ~DateTime();
 
     /// Moves the time forward. A value that is no time of the calendar stays as it is, and so does
@@ -84,8 +84,8 @@ public:
     /// Three values that are no times: s_begin < every real time < s_end < s_invalid. They exist from
     /// the loading of the library to its unloading.
     static const DateTime s_begin;
-    static const DateTime s_end;
-    static const DateTime s_invalid;
+    static const DateTime s_end;      ///< Follows every real time.
+    static const DateTime s_invalid;  ///< What could not be converted.
 
 private:
     friend KEST_API bool operator==(const DateTime& left, const DateTime& right);
@@ -102,11 +102,11 @@ private:
 /// Whether year, month, day, hour, minute, second and millisecond are the same. The day of the week
 /// does not count, so a value built from fields equals the same time taken from the clock.
 KEST_API bool operator==(const DateTime& left, const DateTime& right);
-KEST_API bool operator!=(const DateTime& left, const DateTime& right);
+KEST_API bool operator!=(const DateTime& left, const DateTime& right);  ///< Not ==.
 /// Whether `left` comes first: the first of those seven fields that differs decides.
 KEST_API bool operator<(const DateTime& left, const DateTime& right);
-KEST_API bool operator<=(const DateTime& left, const DateTime& right);
-KEST_API bool operator>(const DateTime& left, const DateTime& right);
-KEST_API bool operator>=(const DateTime& left, const DateTime& right);
+KEST_API bool operator<=(const DateTime& left, const DateTime& right);  ///< < or ==.
+KEST_API bool operator>(const DateTime& left, const DateTime& right);   ///< Not <=.
+KEST_API bool operator>=(const DateTime& left, const DateTime& right);  ///< Not <.
 
 }  // namespace Tallowmere

@@ -26,18 +26,13 @@ constexpr std::int64_t kTicksPerSecond = 10'000'000;
 constexpr WORD kUnknownDayOfWeek = 0xFFFF;
 constexpr SYSTEMTIME kInvalid = {65535, 65535, 65535, 65535, 65535, 65535, 65535, 0};
 
-/// FileTimeToSystemTime on a signed count; false, with `time` untouched, when the system refuses.
+/// FileTimeToSystemTime on a signed count; false when the system refuses.
 bool fromTicks(std::int64_t ticks, SYSTEMTIME& time) {
     const auto bits = static_cast<std::uint64_t>(ticks);
     FILETIME fileTime{};
     fileTime.dwLowDateTime = static_cast<DWORD>(bits);
     fileTime.dwHighDateTime = static_cast<DWORD>(bits >> 32);
-    SYSTEMTIME converted{};
-    if (!os().FileTimeToSystemTime(&fileTime, &converted)) {
-        return false;
-    }
-    time = converted;
-    return true;
+    return os().FileTimeToSystemTime(&fileTime, &time) != FALSE;
 }
 
 /// The ticks of a count of seconds; -1, which no system accepts, when they do not fit 64 bits.
@@ -82,10 +77,12 @@ DateTimeImpl::DateTimeImpl() : m_time{} {
     os().GetSystemTime(&m_time);
 }
 
-DateTimeImpl::DateTimeImpl(std::int64_t seconds) : m_time(kInvalid) {
+DateTimeImpl::DateTimeImpl(std::int64_t seconds) : m_time{} {
     // Our choice: a count that the system refuses leaves the invalid value, which every conversion
     // refuses in turn, and not a random time.
-    (void)fromTicks(ticksOf(seconds), m_time);
+    if (!fromTicks(ticksOf(seconds), m_time)) {
+        m_time = kInvalid;
+    }
 }
 
 DateTimeImpl::DateTimeImpl(const std::wstring& text) : DateTimeImpl(secondsOf(text)) {}
@@ -117,7 +114,10 @@ DateTimeImpl& DateTimeImpl::operator+=(unsigned long seconds) {
     // Our choice: where unsigned long has 64 bits they all count. A sum that does not fit is no
     // time of the calendar and leaves the value as it is, like one that the system refuses.
     if (seconds <= static_cast<std::uint64_t>((kMost - ticks) / kTicksPerSecond)) {
-        (void)fromTicks(ticks + static_cast<std::int64_t>(seconds) * kTicksPerSecond, m_time);
+        SYSTEMTIME moved{};
+        if (fromTicks(ticks + static_cast<std::int64_t>(seconds) * kTicksPerSecond, moved)) {
+            m_time = moved;
+        }
     }
     return *this;
 }

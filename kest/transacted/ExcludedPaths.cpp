@@ -32,7 +32,11 @@ bool isSystemFolder(const std::wstring& name) {
 /// off as a blank.
 bool isPlainlyOther(std::wstring_view path) {
     const auto isGraphic = [](wchar_t unit) { return unit > L' ' && unit < L'\x7F'; };
-    const std::wstring_view name = path.substr(path.find_last_of(L"\\/") + 1);
+    std::size_t start = path.size();
+    while (start != 0 && path[start - 1] != L'\\' && path[start - 1] != L'/') {
+        --start;
+    }
+    const std::wstring_view name = path.substr(start);
     return !name.empty() && isGraphic(name.front()) && isGraphic(name.back()) &&
            std::none_of(std::begin(kSystemFolders), std::end(kSystemFolders),
                         [name](std::wstring_view folder) { return folder.size() == name.size(); });

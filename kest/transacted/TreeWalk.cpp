@@ -17,6 +17,10 @@ bool isDirectory(const WIN32_FIND_DATAW& record) {
     return (record.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
+bool isDots(std::wstring_view name) {
+    return !name.empty() && name.front() == L'.' && (name == L"." || name == L"..");
+}
+
 /// Other reparse tags (a placeholder of a cloud store, say) stand for ordinary files and
 /// directories.
 bool isLink(const WIN32_FIND_DATAW& record) {
@@ -70,9 +74,11 @@ void TreeWalk::openLevel() {
 /// m_here and m_there.
 bool TreeWalk::takeEntry() {
     const std::wstring_view name = m_record.cFileName;
-    m_here.append(1, L'\\').append(name);
-    m_there.append(1, L'\\').append(name);
-    if (name != L"." && name != L".." && !isExcludedPath(m_here)) {
+    m_here.push_back(L'\\');
+    m_here.append(name);
+    m_there.push_back(L'\\');
+    m_there.append(name);
+    if (!isDots(name) && !isExcludedPath(m_here)) {
         const bool directory = isDirectory(m_record);
         const bool link = isLink(m_record);
         visit({m_here, m_there, directory, link});

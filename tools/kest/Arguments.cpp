@@ -96,15 +96,15 @@ std::string narrowName(const wchar_t* name) {
     return bytes;
 }
 
-/// What is wrong with the operands of a verb; empty when nothing is.
-std::wstring mistakeIn(const Verb& verb, const Operands& operands) {
+/// What is wrong with what a verb is given; empty when nothing is.
+std::wstring mistakeIn(const Verb& verb, const Operands& operands, const Options& options) {
     if (operands.size() < std::size(verb.missing) && verb.missing[operands.size()] != nullptr) {
         return verb.missing[operands.size()];
     }
     if (operands.size() > verb.most) {
         return L"one argument too many: " + operands[verb.most];
     }
-    return verb.mistake == nullptr ? L"" : verb.mistake(operands);
+    return verb.mistake == nullptr ? L"" : verb.mistake(operands, options);
 }
 
 /// The parser, with a subcommand for each verb.
@@ -131,8 +131,14 @@ public:
             Parsed& parsed = m_verbs.emplace_back();
             parsed.verb = &verb;
             parsed.app = verb.action == nullptr ? named : add(*named, verb.action);
-            for (const Flag& flag : verb.flags) {
-                parsed.flags.push_back(parsed.app->add_flag(narrowName(flag.name)));
+            for (const Option& option : verb.options) {
+                CLI::Option* const added = option.value == nullptr
+                                               ? parsed.app->add_flag(narrowName(option.name))
+                                               : parsed.app->add_option(narrowName(option.name));
+                if (option.value != nullptr) {
+                    added->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+                }
+                parsed.options.push_back(added);
             }
             parsed.app->add_option("operands", parsed.operands);
         }
@@ -153,9 +159,10 @@ public:
             return L"--version";
         }
         for (const Parsed& parsed : m_verbs) {
-            for (std::size_t i = 0; i < parsed.flags.size(); ++i) {
-                if (hasValue(*parsed.flags[i])) {
-                    return parsed.verb->flags[i].name;
+            for (std::size_t i = 0; i < parsed.options.size(); ++i) {
+                const Option& option = parsed.verb->options[i];
+                if (option.value == nullptr && hasValue(*parsed.options[i])) {
+                    return option.name;
                 }
             }
         }
@@ -187,7 +194,8 @@ public:
     struct Parsed {
         const Verb* verb = nullptr;
         CLI::App* app = nullptr;
-        std::vector<CLI::Option*> flags;
+        /// In the order of the verb's own.
+        std::vector<CLI::Option*> options;
         std::vector<std::string> operands;
     };
 
@@ -234,14 +242,15 @@ std::optional<Request> parse(const std::vector<std::wstring>& arguments, Mistake
         return std::nullopt;
     };
     bool isUnknown = false;
-    bool isTraceBare = false;
+    std::string bare;
     try {
         grammar.parse(tokens.reversed());
     } catch (const CLI::ExtrasError&) {
         isUnknown = true;
-    } catch (const CLI::ArgumentMismatch&) {
-        // No other option takes a value.
-        isTraceBare = true;
+    } catch (const CLI::ArgumentMismatch& mismatch) {
+        // An option at the end, without its value; the text begins with its name.
+        const std::string text = mismatch.what();
+        bare = text.substr(0, text.find(':'));
     }
     if (const std::wstring flag = grammar.burdened(); !flag.empty()) {
         return mistaken(flag + L" takes no value");
@@ -264,8 +273,11 @@ std::optional<Request> parse(const std::vector<std::wstring>& arguments, Mistake
     if (const std::optional<std::string> file = grammar.traceFile()) {
         request.traceFile = tokens.decode(*file);
     }
-    if (isTraceBare || request.traceFile == L"") {
+    if (bare == "--trace" || request.traceFile == L"") {
         return mistaken(L"--trace needs a file");
+    }
+    if (!bare.empty()) {
+        return mistaken(tokens.decode(bare) + L" needs a value");
     }
     if (parsed == nullptr) {
         const std::wstring name = request.name;
@@ -281,12 +293,23 @@ std::optional<Request> parse(const std::vector<std::wstring>& arguments, Mistake
     for (const std::string& token : parsed->operands) {
         request.operands.push_back(tokens.decode(token));
     }
-    for (std::size_t i = 0; i < parsed->flags.size(); ++i) {
-        if (parsed->flags[i]->count() != 0) {
-            request.flags.insert(parsed->verb->flags[i].name);
+    for (std::size_t i = 0; i < parsed->options.size(); ++i) {
+        const Option& option = parsed->verb->options[i];
+        if (parsed->options[i]->count() == 0) {
+            continue;
+        }
+        std::vector<std::wstring>& values = request.options[option.name];
+        if (option.value == nullptr) {
+            continue;
+        }
+        for (const std::string& token : parsed->options[i]->results()) {
+            values.push_back(tokens.decode(token));
+            if (values.back().empty()) {
+                return mistaken(std::wstring(option.name) + L" needs a value");
+            }
         }
     }
-    const std::wstring wrong = mistakeIn(*request.verb, request.operands);
+    const std::wstring wrong = mistakeIn(*request.verb, request.operands, request.options);
     if (!wrong.empty()) {
         return mistaken(wrong);
     }

@@ -31,7 +31,7 @@ int performTraced(const Request& request) {
     }
     TraceTap trace(std::move(file));
     try {
-        return request.verb->perform({request.operands, request.flags, trace}) ? done : failed;
+        return request.verb->perform({request.operands, request.options, trace}) ? done : failed;
     } catch (const OutputFailed&) {
         throw;
     } catch (const std::exception& error) {

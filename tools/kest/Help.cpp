@@ -1,10 +1,13 @@
 #include "Help.h"
 
 #include <algorithm>
+#include <string_view>
 
 namespace Tallowmere::command {
 namespace {
 
+constexpr std::wstring_view kUsage = L"usage: ";
+constexpr std::size_t kWidth = 84;
 constexpr const wchar_t* kTraceMeaning = L"write what the library does into FILE";
 
 std::wstring padded(std::wstring text, std::size_t width) {
@@ -12,12 +15,24 @@ std::wstring padded(std::wstring text, std::size_t width) {
     return text;
 }
 
+/// The option with what it takes.
+std::wstring written(const Option& option) {
+    return option.value == nullptr ? option.name : std::wstring(option.name) + L" " + option.value;
+}
+
 std::wstring usageLine(const Verb& verb) {
     std::wstring text = L"kest " + fullName(verb);
     text += *verb.operands == L'\0' ? L"" : L" ";
     text += verb.operands;
-    for (const Flag& flag : verb.flags) {
-        text.append(L" [").append(flag.name).append(L"]");
+    std::size_t column = text.size() + kUsage.size();
+    for (Option option : verb.options) {
+        std::wstring piece = L" [" + written(option) + L"]";
+        if (column + piece.size() > kWidth) {
+            text += L"\n           ";
+            column = 11;
+        }
+        column += piece.size();
+        text += piece;
     }
     return text + L" [--trace FILE]\n";
 }
@@ -68,12 +83,15 @@ std::wstring helpOf(const Verb& verb) {
     text += summary + L".\n";
     text += verb.text;
     text += L"\nOptions:\n";
-    std::vector<Flag> flags = verb.flags;
-    flags.push_back({L"--trace FILE", kTraceMeaning});
-    flags.push_back({L"--help, -h", L"say this"});
-    for (const Flag& flag : flags) {
-        constexpr std::size_t kColumn = 16;
-        text += padded(std::wstring(L"  ") + flag.name, kColumn) + flag.meaning + L"\n";
+    std::vector<Option> options = verb.options;
+    options.push_back({L"--trace", kTraceMeaning, L"FILE"});
+    options.push_back({L"--help, -h", L"say this"});
+    std::size_t width = 0;
+    for (const Option& option : options) {
+        width = std::max(width, written(option).size() + 4);
+    }
+    for (const Option& option : options) {
+        text += padded(L"  " + written(option), width) + option.meaning + L"\n";
     }
     text += verb.examples.size() == 1 ? L"\nExample:\n" : L"\nExamples:\n";
     for (const Example& example : verb.examples) {

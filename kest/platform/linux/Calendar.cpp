@@ -10,6 +10,12 @@ constexpr std::int64_t kDaysPer400Years = 4 * kDaysPer100Years + 1;
 
 constexpr int kDaysInMonth[12] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
 
+/// The days of a year before each of its months, and all of them; first for years that are no leap
+/// years.
+constexpr std::int16_t kDaysBefore[2][13] = {
+    {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334, 365},
+    {0, 31, 60, 91, 121, 152, 182, 213, 244, 274, 305, 335, 366}};
+
 bool isLeapYear(int year) {
     return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
 }
@@ -38,11 +44,8 @@ int daysInMonth(int year, int month) {
 
 std::int64_t daysOf(int year, int month, int day) {
     const std::int64_t years = year - kFirstYear;
-    std::int64_t days = years * kDaysPerYear + years / 4 - years / 100 + years / 400 + day - 1;
-    for (int m = 1; m < month; ++m) {
-        days += daysInMonth(year, m);
-    }
-    return days;
+    return years * kDaysPerYear + years / 4 - years / 100 + years / 400 +
+           kDaysBefore[isLeapYear(year) ? 1 : 0][month - 1] + day - 1;
 }
 
 int weekdayOf(std::int64_t days) {
@@ -62,9 +65,9 @@ bool toTicks(const SYSTEMTIME& time, std::int64_t& ticks) {
     if (!isDate(time) || !isClock(time)) {
         return false;
     }
-    ticks = daysOf(time.wYear, time.wMonth, time.wDay) * kTicksPerDay +
-            time.wHour * kTicksPerHour + time.wMinute * kTicksPerMinute +
-            time.wSecond * kTicksPerSecond + time.wMilliseconds * kTicksPerMillisecond;
+    ticks = daysOf(time.wYear, time.wMonth, time.wDay) * kTicksPerDay + time.wHour * kTicksPerHour +
+            time.wMinute * kTicksPerMinute + time.wSecond * kTicksPerSecond +
+            time.wMilliseconds * kTicksPerMillisecond;
     return true;
 }
 
@@ -73,25 +76,29 @@ bool fromTicks(std::int64_t ticks, SYSTEMTIME& time) {
         return false;
     }
     std::int64_t days = ticks / kTicksPerDay;
-    const std::int64_t clock = ticks % kTicksPerDay;
+    // What is left fits 32 bits, in which dividing is cheaper.
+    const auto clock = static_cast<std::uint32_t>(ticks % kTicksPerDay / kTicksPerMillisecond);
     const int weekday = weekdayOf(days);
     const int year = takeYear(days);
     if (year > kLastYear) {
         return false;
     }
-    int month = 1;
-    for (; days >= daysInMonth(year, month); ++month) {
-        days -= daysInMonth(year, month);
-    }
+    const std::int16_t* const before = kDaysBefore[isLeapYear(year) ? 1 : 0];
+    // No month is longer than 32 days, and all together are shorter by less than a month: it is
+    // this one or the next.
+    int month = static_cast<int>(days / 32);
+    month += days >= before[month + 1] ? 1 : 0;
     const auto field = [](std::int64_t value) { return static_cast<WORD>(value); };
     time.wYear = field(year);
-    time.wMonth = field(month);
+    time.wMonth = field(month + 1);
     time.wDayOfWeek = field(weekday);
-    time.wDay = field(days + 1);
-    time.wHour = field(clock / kTicksPerHour);
-    time.wMinute = field(clock / kTicksPerMinute % 60);
-    time.wSecond = field(clock / kTicksPerSecond % 60);
-    time.wMilliseconds = field(clock / kTicksPerMillisecond % 1000);
+    time.wDay = field(days - before[month] + 1);
+    const std::uint32_t seconds = clock / 1000;
+    const std::uint32_t minutes = seconds / 60;
+    time.wHour = field(minutes / 60);
+    time.wMinute = field(minutes % 60);
+    time.wSecond = field(seconds % 60);
+    time.wMilliseconds = field(clock % 1000);
     return true;
 }
 

@@ -91,7 +91,7 @@ public:
             std::memcpy(&entry, m_piece.data() + m_at, kNameOffset);
             const char* const name = m_piece.data() + m_at + kNameOffset;
             m_at += entry.length;
-            if (std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0) {
+            if (name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'))) {
                 continue;
             }
             record.kind = static_cast<Kind>(entry.type);
@@ -99,7 +99,7 @@ public:
                 unlinkat(descriptor(), name, 0) == 0) {
                 continue;
             }
-            record.name = names::widen(name);
+            names::widen(name, record.name);
             record.attributes = attributesOf(record.kind);
             const bool isLink = record.kind == Kind::FileLink || record.kind == Kind::DirectoryLink;
             record.reparseTag = isLink ? IO_REPARSE_TAG_SYMLINK : 0;

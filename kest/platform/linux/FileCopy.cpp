@@ -251,31 +251,29 @@ int copyInto(int from, int to, const struct stat& status, NewFileDefaults& defau
     return error == 0 ? copyTimes(to, status) : error;
 }
 
-int copyRegular(Descriptor& from, const struct stat& status, int to, const std::string& newName,
+int copyRegular(Descriptor& from, const struct stat& status, int to, const char* newName,
                 NewFileDefaults& defaults) {
     // With no more rights than the source gives: what the mask takes away is put back at the end,
     // what the source does not give is never there.
-    Descriptor out(openat(to, newName.c_str(),
-                          O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+    Descriptor out(openat(to, newName, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                           status.st_mode & kRights));
     if (!out) {
         return errno;
     }
     const int error = copyInto(from.get(), out.get(), status, defaults);
     if (error != 0) {
-        (void)unlinkat(to, newName.c_str(), 0);
+        (void)unlinkat(to, newName, 0);
     }
     // What a close might tell, the sync of the whole file system before the commit tells, too.
     Descriptor::resetBoth(from, out);
     return error;
 }
 
-int copyLink(int from, const std::string& name, const struct stat& status, int to,
-             const std::string& newName) {
+int copyLink(int from, const char* name, const struct stat& status, int to, const char* newName) {
     std::vector<char> target(static_cast<std::size_t>(std::max<off_t>(status.st_size, 255)) + 1);
     ssize_t length = 0;
     for (;;) {
-        length = readlinkat(from, name.c_str(), target.data(), target.size());
+        length = readlinkat(from, name, target.data(), target.size());
         if (length < 0) {
             return errno;
         }
@@ -285,35 +283,35 @@ int copyLink(int from, const std::string& name, const struct stat& status, int t
         target.resize(target.size() * 2);
     }
     target[static_cast<std::size_t>(length)] = '\0';
-    return symlinkat(target.data(), to, newName.c_str()) != 0 ? errno : 0;
+    return symlinkat(target.data(), to, newName) != 0 ? errno : 0;
 }
 
 /// A FIFO, a socket or a device is made anew and never opened.
-int copySpecial(const struct stat& status, int to, const std::string& newName) {
-    return mknodat(to, newName.c_str(), status.st_mode, status.st_rdev) != 0 ? errno : 0;
+int copySpecial(const struct stat& status, int to, const char* newName) {
+    return mknodat(to, newName, status.st_mode, status.st_rdev) != 0 ? errno : 0;
 }
 
 /// What a link, a FIFO, a socket or a device keeps besides being there.
-int finishUnopened(const struct stat& status, int to, const std::string& newName) {
-    if (fchownat(to, newName.c_str(), status.st_uid, status.st_gid, AT_SYMLINK_NOFOLLOW) != 0 &&
+int finishUnopened(const struct stat& status, int to, const char* newName) {
+    if (fchownat(to, newName, status.st_uid, status.st_gid, AT_SYMLINK_NOFOLLOW) != 0 &&
         errno != EPERM) {
         return errno;
     }
     // It stands in a directory of ours, so nobody can have put a link in its place.
-    if (!S_ISLNK(status.st_mode) && fchmodat(to, newName.c_str(), status.st_mode & 07777, 0) != 0) {
+    if (!S_ISLNK(status.st_mode) && fchmodat(to, newName, status.st_mode & 07777, 0) != 0) {
         return errno;
     }
     const struct timespec times[2] = {status.st_atim, status.st_mtim};
-    return utimensat(to, newName.c_str(), times, AT_SYMLINK_NOFOLLOW) != 0 ? errno : 0;
+    return utimensat(to, newName, times, AT_SYMLINK_NOFOLLOW) != 0 ? errno : 0;
 }
 
 }  // namespace
 
-int copyEntry(int from, const std::string& name, int to, const std::string& newName, bool isRegular,
+int copyEntry(int from, const char* name, int to, const char* newName, bool isRegular,
               bool followLinks, NewFileDefaults& defaults) {
     struct stat status {};
     if (!isRegular) {
-        if (fstatat(from, name.c_str(), &status, followLinks ? 0 : AT_SYMLINK_NOFOLLOW) != 0) {
+        if (fstatat(from, name, &status, followLinks ? 0 : AT_SYMLINK_NOFOLLOW) != 0) {
             return errno;
         }
         if (S_ISDIR(status.st_mode)) {
@@ -327,15 +325,14 @@ int copyEntry(int from, const std::string& name, int to, const std::string& newN
             }
             error = finishUnopened(status, to, newName);
             if (error != 0) {
-                (void)unlinkat(to, newName.c_str(), 0);
+                (void)unlinkat(to, newName, 0);
             }
             return error;
         }
     }
     // Without waiting, should somebody have put a FIFO there since.
-    Descriptor in(
-        openat(from, name.c_str(),
-               O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | (followLinks ? 0 : O_NOFOLLOW)));
+    Descriptor in(openat(
+        from, name, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | (followLinks ? 0 : O_NOFOLLOW)));
     if (!in || fstat(in.get(), &status) != 0) {
         return errno;
     }

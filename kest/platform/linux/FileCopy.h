@@ -23,7 +23,7 @@ struct NewFileDefaults {
 ///
 /// `defaults` are those of the directory `to`. `isRegular` says that the entry is known to be a
 /// plain file, which saves a question; `followLinks` copies what a link leads to.
-int copyEntry(int from, const std::string& name, int to, const std::string& newName, bool isRegular,
+int copyEntry(int from, const char* name, int to, const char* newName, bool isRegular,
               bool followLinks, NewFileDefaults& defaults);
 
 /// Gives the directory `to` owner, mode, times and extended attributes of the directory `from`.

@@ -14,6 +14,7 @@
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 #include <stdexcept>
 
 #include "kest/platform/linux/DirectoryListing.h"
@@ -41,17 +42,37 @@ DWORD answer(int result) {
     return result == 0 ? ERROR_SUCCESS : errorFromErrno(errno);
 }
 
-/// A name as the disk has it.
+/// A name as the disk has it. A short one in ASCII, as nearly all are, needs no memory.
 class NativeName {
 public:
-    explicit NativeName(std::wstring_view name) : m_isGood(names::narrow(name, m_bytes)) {}
+    explicit NativeName(std::wstring_view name) {
+        if (name.size() < sizeof m_few && takePlain(name)) {
+            return;
+        }
+        m_isGood = names::narrow(name, m_bytes);
+        m_text = m_bytes.c_str();
+    }
+    NativeName(const NativeName&) = delete;
+    NativeName& operator=(const NativeName&) = delete;
     bool isGood() const { return m_isGood; }
-    const char* get() const { return m_bytes.c_str(); }
-    const std::string& bytes() const { return m_bytes; }
+    const char* get() const { return m_text; }
 
 private:
+    bool takePlain(std::wstring_view name) {
+        std::uint32_t all = 0;
+        char* to = m_few;
+        for (const wchar_t unit : name) {
+            all |= static_cast<std::uint32_t>(unit);
+            *to++ = static_cast<char>(unit);
+        }
+        *to = '\0';
+        return all < 0x80;
+    }
+
+    char m_few[64];
     std::string m_bytes;
-    bool m_isGood;
+    const char* m_text = m_few;
+    bool m_isGood = true;
 };
 
 constexpr int kDirectoryFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
@@ -67,24 +88,25 @@ int openDirectoryAt(int base, const char* path, int flags) {
 
 /// Opens a path of any length: the system takes only so much at once. Links are followed but for
 /// the last name with O_NOFOLLOW in `flags`.
-Descriptor openLong(int base, const std::string& path, int flags) {
+Descriptor openLong(int base, const char* const name, int flags) {
+    const std::string_view path(name);
     constexpr std::size_t kMost = PATH_MAX - 1;
     Descriptor at;
     std::size_t start = 0;
     while (path.size() - start > kMost) {
         const std::size_t end = path.rfind('/', start + kMost);
-        if (end == std::string::npos || end <= start) {
+        if (end == std::string_view::npos || end <= start) {
             errno = ENAMETOOLONG;
             return Descriptor();
         }
-        at = Descriptor(
-            openDirectoryAt(at ? at.get() : base, path.substr(start, end - start).c_str(), 0));
+        at = Descriptor(openDirectoryAt(at ? at.get() : base,
+                                        std::string(path.substr(start, end - start)).c_str(), 0));
         if (!at) {
             return at;
         }
         start = end + 1;
     }
-    return Descriptor(openDirectoryAt(at ? at.get() : base, path.c_str() + start, flags));
+    return Descriptor(openDirectoryAt(at ? at.get() : base, name + start, flags));
 }
 
 /// Where an open directory stands.
@@ -207,7 +229,7 @@ bool takePlainPath(std::wstring_view path, std::wstring& text) {
 
 DWORD LinuxDisk::normalize(const wchar_t* path, std::wstring& text) {
     constexpr std::wstring_view kPrefix = L"\\\\?\\";
-    std::wstring_view rest(path);
+    std::wstring_view rest(path == nullptr ? L"" : path);
     if (rest.substr(0, kPrefix.size()) == kPrefix) {
         rest.remove_prefix(kPrefix.size());
         // Understood once: with a second one it names no place at all, as on Windows.
@@ -255,6 +277,10 @@ DWORD LinuxDisk::normalize(const wchar_t* path, std::wstring& text) {
     return ERROR_SUCCESS;
 }
 
+bool LinuxDisk::isPlainName(std::wstring_view name) const {
+    return !name.empty() && name.front() != L'.';
+}
+
 bool LinuxDisk::isRoot(std::wstring_view text) const {
     return text == L"/";
 }
@@ -269,7 +295,7 @@ DWORD LinuxDisk::openDirectory(const std::wstring& text, DirectoryPtr& directory
     if (!path.isGood()) {
         return ERROR_INVALID_NAME;
     }
-    Descriptor opened = openLong(AT_FDCWD, path.bytes(), 0);
+    Descriptor opened = openLong(AT_FDCWD, path.get(), 0);
     if (!opened) {
         return errno == ENOTDIR ? ERROR_DIRECTORY : errorFromErrno(errno);
     }
@@ -285,7 +311,7 @@ DWORD LinuxDisk::openBelow(const DirectoryPtr& base, const std::wstring& relativ
         return ERROR_INVALID_NAME;
     }
     Descriptor opened =
-        openLong(descriptor(base), path.bytes(), links == Links::Refuse ? O_NOFOLLOW : 0);
+        openLong(descriptor(base), path.get(), links == Links::Refuse ? O_NOFOLLOW : 0);
     if (!opened) {
         const int error = errno;
         struct stat status {};
@@ -404,14 +430,17 @@ DWORD LinuxDisk::copyFile(const DirectoryPtr& sourceParent, const std::wstring& 
                           const DirectoryPtr& parent, const std::wstring& name, Links links,
                           const Kind* known) {
     const NativeName from(sourceName);
-    const NativeName to(name);
-    if (!from.isGood() || !to.isGood()) {
+    if (!from.isGood()) {
         return ERROR_INVALID_NAME;
     }
-    const int error =
-        copyEntry(descriptor(sourceParent), from.bytes(), descriptor(parent), to.bytes(),
-                  known != nullptr && *known == Kind::File, links == Links::Follow,
-                  static_cast<LinuxDirectory&>(*parent).defaults);
+    std::optional<NativeName> other;
+    if (name != sourceName && !other.emplace(name).isGood()) {
+        return ERROR_INVALID_NAME;
+    }
+    const char* const to = other ? other->get() : from.get();
+    const int error = copyEntry(descriptor(sourceParent), from.get(), descriptor(parent), to,
+                                known != nullptr && *known == Kind::File, links == Links::Follow,
+                                static_cast<LinuxDirectory&>(*parent).defaults);
     return error == 0 ? ERROR_SUCCESS : errorFromErrno(error);
 }
 

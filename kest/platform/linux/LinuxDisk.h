@@ -34,6 +34,7 @@ public:
     using Links = transactions::Links;
 
     DWORD normalize(const wchar_t* path, std::wstring& text) override;
+    bool isPlainName(std::wstring_view name) const override;
     bool isRoot(std::wstring_view text) const override;
     std::wstring fold(const std::wstring& name) const override;
 

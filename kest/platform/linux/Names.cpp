@@ -16,10 +16,6 @@ bool isEscape(std::uint32_t c) {
     return c == kEscape + '\\' || (c >= kEscape + 0x80 && c <= kEscape + 0xFF);
 }
 
-bool isSeparator(wchar_t c) {
-    return c == L'\\' || c == L'/';
-}
-
 /// How many bytes at the beginning are ASCII that stands for itself.
 std::size_t plainBytes(std::string_view text) {
     std::size_t count = 0;
@@ -30,6 +26,53 @@ std::size_t plainBytes(std::string_view text) {
     return count;
 }
 
+/// How many units at the beginning are ASCII.
+std::size_t plainUnits(std::wstring_view text) {
+    constexpr std::size_t kBlock = 8;
+    std::size_t count = 0;
+    for (; text.size() - count >= kBlock; count += kBlock) {
+        std::uint32_t all = 0;
+        for (std::size_t i = 0; i < kBlock; ++i) {
+            all |= static_cast<std::uint32_t>(text[count + i]);
+        }
+        if (all >= 0x80) {
+            break;
+        }
+    }
+    while (count < text.size() && static_cast<std::uint32_t>(text[count]) < 0x80) {
+        ++count;
+    }
+    return count;
+}
+
+/// Appends the bytes of `wide`, in which a backslash is a separator if it is a path. False for a
+/// unit that no name can hold.
+template <bool isPath>
+bool narrowed(std::wstring_view wide, std::string& native) {
+    for (std::size_t at = 0; at < wide.size();) {
+        // Nearly all of nearly all names.
+        const std::size_t run = plainUnits(wide.substr(at));
+        const std::size_t end = native.size();
+        native.resize(end + run);
+        std::transform(
+            wide.begin() + at, wide.begin() + at + run, native.begin() + end,
+            [](wchar_t unit) { return isPath && unit == L'\\' ? '/' : static_cast<char>(unit); });
+        at += run;
+        for (; at < wide.size() && static_cast<std::uint32_t>(wide[at]) >= 0x80; ++at) {
+            const auto c = static_cast<std::uint32_t>(wide[at]);
+            if (c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) {
+                return false;
+            }
+            if (isEscape(c)) {
+                native.push_back(static_cast<char>(c - kEscape));
+            } else {
+                utf8::append(c, native);
+            }
+        }
+    }
+    return true;
+}
+
 constexpr std::wstring_view kPrefix = L"\\\\?\\";
 
 }  // namespace
@@ -37,6 +80,27 @@ constexpr std::wstring_view kPrefix = L"\\\\?\\";
 std::wstring widen(std::string_view native) {
     std::wstring wide;
     wide.reserve(native.size());
+    widen(native, wide);
+    return wide;
+}
+
+void widen(std::string_view native, std::wstring& wide) {
+    // Nearly all names are short and plain.
+    constexpr std::size_t kFew = 64;
+    if (native.size() <= kFew) {
+        wchar_t few[kFew];
+        bool isPlain = true;
+        for (std::size_t i = 0; i < native.size(); ++i) {
+            const auto byte = static_cast<unsigned char>(native[i]);
+            isPlain = isPlain && byte < 0x80 && byte != '\\';
+            few[i] = byte;
+        }
+        if (isPlain) {
+            wide.assign(few, native.size());
+            return;
+        }
+    }
+    wide.clear();
     for (std::size_t at = 0; at < native.size();) {
         // Nearly all of nearly all names.
         const std::size_t run = plainBytes(native.substr(at));
@@ -60,27 +124,11 @@ std::wstring widen(std::string_view native) {
         wide.push_back(static_cast<wchar_t>(c));
         at += length;
     }
-    return wide;
 }
 
 bool narrow(std::wstring_view wide, std::string& native) {
     native.reserve(native.size() + wide.size());
-    for (const wchar_t unit : wide) {
-        const auto c = static_cast<std::uint32_t>(unit);
-        if (c < 0x80) {
-            native.push_back(static_cast<char>(c));
-            continue;
-        }
-        if (c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) {
-            return false;
-        }
-        if (isEscape(c)) {
-            native.push_back(static_cast<char>(c - kEscape));
-        } else {
-            utf8::append(c, native);
-        }
-    }
-    return true;
+    return narrowed<false>(wide, native);
 }
 
 unsigned int toNativePath(const wchar_t* wide, std::string& native) {
@@ -96,13 +144,8 @@ unsigned int toNativePath(const wchar_t* wide, std::string& native) {
     if (rest.empty()) {
         return ERROR_PATH_NOT_FOUND;
     }
-    std::wstring plain(rest);
-    for (wchar_t& c : plain) {
-        if (isSeparator(c)) {
-            c = L'/';
-        }
-    }
-    return narrow(plain, native) ? ERROR_SUCCESS : ERROR_INVALID_NAME;
+    native.reserve(rest.size());
+    return narrowed<true>(rest, native) ? ERROR_SUCCESS : ERROR_INVALID_NAME;
 }
 
 }  // namespace Tallowmere::platform::names

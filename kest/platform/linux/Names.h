@@ -14,8 +14,11 @@ namespace Tallowmere::platform::names {
 
 /// The wide form of one name or of a whole native path.
 std::wstring widen(std::string_view native);
+/// The same into a text that is there already, whose memory is used again.
+void widen(std::string_view native, std::wstring& wide);
 
-/// The bytes of one name or of text without separators to convert. False for a unit that no name
+/// The bytes of one name or of text without separators to convert, behind what `native` holds
+/// already. False for a unit that no name
 /// can hold (a surrogate, a number beyond U+10FFFF).
 bool narrow(std::wstring_view wide, std::string& native);
 

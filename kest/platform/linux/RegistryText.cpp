@@ -27,8 +27,9 @@ bool isLineEnd(char16_t c) {
 }
 
 bool equalsIgnoringCase(Text a, Text b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](char16_t x, char16_t y) { return upperCase(x) == upperCase(y); });
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char16_t x, char16_t y) {
+        return x == y || upperCase(x) == upperCase(y);
+    });
 }
 
 int hexDigit(char16_t c) {
@@ -67,6 +68,18 @@ bool decode(std::string_view bytes, std::u16string& text) {
     }
     text.reserve(bytes.size());
     for (std::size_t at = 0; at < bytes.size();) {
+        // Nearly all of nearly all registries.
+        std::size_t end = at;
+        while (end < bytes.size() && bytes[end] > 0) {
+            ++end;
+        }
+        if (end != at) {
+            const std::size_t before = text.size();
+            text.resize(before + end - at);
+            std::copy(bytes.begin() + at, bytes.begin() + end, text.begin() + before);
+            at = end;
+            continue;
+        }
         std::uint32_t c = 0;
         const std::size_t length = utf8::decode(bytes, at, c);
         if (length == 0 || c == 0) {
@@ -182,6 +195,16 @@ private:
     }
 
     bool openSection(Text path, bool removes) {
+        const std::size_t last = std::min(path.rfind(u'\\'), path.size());
+        const Text name = path.substr(std::min(last + 1, path.size()));
+        if (!removes && m_parent != RegistryTree::kNone && path.substr(0, last) == m_parentPath &&
+            !name.empty() && name.size() <= kLongestKeyName) {
+            // A key beside the one before it.
+            m_section = Section::Key;
+            m_key = m_tree.makeKey(m_parent, name);
+            return true;
+        }
+        m_parent = RegistryTree::kNone;
         const std::size_t separator = std::min(path.find(u'\\'), path.size());
         const Text rootName = path.substr(0, separator);
         std::vector<Text> parts;
@@ -205,9 +228,15 @@ private:
         m_section = removes ? Section::Removed : Section::Key;
         if (!removes) {
             for (const Text part : parts) {
+                m_parent = key;
                 key = m_tree.makeKey(key, part);
             }
             m_key = key;
+            m_parentPath = path.substr(0, last);
+            if (parts.size() == aliased || name.empty()) {
+                // The last part is not what the path ends in.
+                m_parent = RegistryTree::kNone;
+            }
             return true;
         }
         // A root stays, under whichever of its names.
@@ -377,6 +406,10 @@ private:
     std::size_t m_at = 0;
     Section m_section = Section::None;
     Id m_key = RegistryTree::kNone;
+    /// The key above the last section's, and how its path was written; kNone when that is not
+    /// known.
+    Id m_parent = RegistryTree::kNone;
+    Text m_parentPath;
 };
 
 }  // namespace

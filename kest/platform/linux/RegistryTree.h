@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 #include <vector>
 
 namespace Tallowmere::platform {
@@ -68,30 +67,41 @@ private:
         std::vector<Id> children;
         std::vector<Id> values;
     };
-    /// What is looked for.
-    struct Sought {
-        Id owner;
-        std::u16string_view name;
+    /// Numbers of keys or of values, found by what they belong to and by their name. Both are read
+    /// where they stand; the table keeps of a name its hash alone, so that hardly a name is read
+    /// that is not the one.
+    class Table {
+    public:
+        /// The hash of a name, without regard to case, that belongs to `owner`.
+        static std::uint32_t hash(Id owner, std::u16string_view name);
+        /// The number of that hash for which `isIt` holds; kNone without one.
+        template <class IsIt>
+        Id find(std::uint32_t hash, IsIt isIt) const;
+        void insert(std::uint32_t hash, Id id);
+        void erase(std::uint32_t hash, Id id);
+
+    private:
+        struct Slot {
+            std::uint32_t hash;
+            Id id;
+        };
+        /// In a slot whose number was taken away: the search goes on behind it.
+        static constexpr Id kGone = kNone - 1;
+
+        void grow();
+
+        /// As many as a power of two, at least a third of them free.
+        std::vector<Slot> m_slots;
+        std::size_t m_used = 0;
     };
-    /// Both tables keep numbers alone; owner and name are read where they stand.
-    template <class Item>
-    struct Table {
-        using is_transparent = void;
-        const std::vector<Item>* items;
-        Sought sought(Id id) const;
-        std::size_t operator()(const Sought& what) const;
-        std::size_t operator()(Id id) const { return (*this)(sought(id)); }
-        bool operator()(Id a, Id b) const { return a == b; }
-        bool operator()(const Sought& a, Id b) const;
-        bool operator()(Id a, const Sought& b) const { return (*this)(b, a); }
-    };
-    template <class Item>
-    using Set = std::unordered_set<Id, Table<Item>, Table<Item>>;
+
+    Id findKey(std::uint32_t hash, Id parent, std::u16string_view name) const;
+    Id findValue(std::uint32_t hash, Id key, std::u16string_view name) const;
 
     std::vector<Key> m_keys;
     std::vector<Value> m_values;
-    Set<Key> m_keySet;
-    Set<Value> m_valueSet;
+    Table m_keyTable;
+    Table m_valueTable;
 };
 
 }  // namespace Tallowmere::platform

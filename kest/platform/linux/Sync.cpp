@@ -1,12 +1,20 @@
 // Mutexes, and the calling thread's identifier.
 //
-// A mutex is a robust, recursive one of the threads library: the kernel itself notices when its
-// owner ends. What stands around it is for what Windows promises beyond that. Its memory is never
-// given back to the system, only used again, so that a call that still has an old handle in its
-// hands, a thing that Windows forgives, meets a mutex and no freed memory; having the lock, it looks
-// once more whether the handle is still open.
+// A mutex is a word that the kernel lets threads wait at. What stands around it is for what Windows
+// promises beyond that: it may be acquired again by its owner, nobody else can release it, and when a
+// thread ends, whoever comes next to a mutex that it owned is told so. Each thread has a list of what
+// it owns for that, which is worked off when it ends. A mutex's memory is never given back to the
+// system, only used again, so that a call that still has an old handle in its hands, a thing that
+// Windows forgives, meets a mutex and no freed memory; having the lock, it looks once more whether
+// the handle is still open.
+//
+// Our choice: not the threads library's robust mutexes, which do the same with the kernel's help but
+// cost three times as much. The difference: a thread that is ended without its destructors, which no
+// call of the C library does, keeps what it owned.
 
+#include <linux/futex.h>
 #include <pthread.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -14,67 +22,201 @@
 #include <cstdint>
 #include <ctime>
 #include <deque>
+#include <limits>
 #include <mutex>
 #include <new>
 #include <vector>
 
 #include "kest/platform/HandleTable.h"
 #include "kest/platform/linux/Closing.h"
-#include "kest/platform/linux/Errno.h"
 #include "kest/platform/linux/Standins.h"
-#include "kest/platform/linux/ThreadSanitizer.h"
 
 namespace Tallowmere::platform::standin {
 namespace {
 
-/// Tells one thread from every other one of the process, also from those that have ended, whose
-/// numbers the system gives out again.
-std::uint64_t thisThread() {
-    static std::atomic<std::uint64_t> s_last{0};
-    thread_local constinit std::uint64_t t_number = 0;
-    if (t_number == 0) {
-        t_number = ++s_last;
-    }
-    return t_number;
-}
+enum Word : std::uint32_t { kFree, kTaken, kTakenAndWaitedFor };
 
 struct Mutex {
-    pthread_mutex_t native;
+    std::atomic<std::uint32_t> word{kFree};
+    /// The number of the handle that stands for it, 0 for none.
+    std::atomic<std::uintptr_t> handle{0};
     /// Who owns it, 0 for nobody. A thread finds its own number here only while it is the owner.
     std::atomic<std::uint64_t> owner{0};
-    /// How often the owner has acquired it. Only the owner looks.
-    unsigned int count = 0;
+
+    // For the owner alone.
+
+    /// How often the owner has acquired it.
+    std::uint32_t count = 0;
+    /// Whether the last owner ended without releasing it.
+    bool isAbandoned = false;
+    /// The list of what the owner owns.
+    Mutex* next = nullptr;
+    Mutex* previous = nullptr;
 };
 
-int initialize(pthread_mutex_t& native) {
-    pthread_mutexattr_t attributes;
-    if (const int error = pthread_mutexattr_init(&attributes); error != 0) {
-        return error;
+struct Thread {
+    /// Tells it from every other one of the process, also from those that have ended, whose numbers
+    /// the system gives out again; 0 until it was asked for.
+    std::uint64_t number = 0;
+    /// What it owns, the last first.
+    Mutex* owned = nullptr;
+    /// Whether its end will be noticed.
+    bool isWatched = false;
+};
+
+thread_local constinit Thread t_thread{};
+thread_local constinit DWORD t_threadId = 0;
+
+std::uint64_t numberThread() {
+    static std::atomic<std::uint64_t> s_last{0};
+    t_thread.number = ++s_last;
+    return t_thread.number;
+}
+
+std::uint64_t thisThread() {
+    return t_thread.number != 0 ? t_thread.number : numberThread();
+}
+
+long futex(std::atomic<std::uint32_t>& word, int operation, std::uint32_t value,
+           const timespec* end) {
+    static_assert(sizeof(word) == sizeof(std::uint32_t));
+    return ::syscall(SYS_futex, reinterpret_cast<std::uint32_t*>(&word),
+                     operation | FUTEX_PRIVATE_FLAG, value, end, nullptr,
+                     FUTEX_BITSET_MATCH_ANY);
+}
+
+void rest() {
+#if defined(__x86_64__)
+    __builtin_ia32_pause();
+#endif
+}
+
+bool takesAtOnce(Mutex& mutex) {
+    std::uint32_t expected = kFree;
+    return mutex.word.compare_exchange_strong(expected, kTaken, std::memory_order_acquire,
+                                              std::memory_order_relaxed);
+}
+
+/// Waits until it has the mutex, or until the clock of CLOCK_MONOTONIC shows `end`, if there is one.
+bool takesWithin(Mutex& mutex, const timespec* end) {
+    // Whoever has it is mostly done sooner than a thread is sent to sleep and woken.
+    static const int s_tries = ::sysconf(_SC_NPROCESSORS_ONLN) > 1 ? 100 : 0;
+    for (int i = 0; i < s_tries; ++i) {
+        if (mutex.word.load(std::memory_order_relaxed) == kFree && takesAtOnce(mutex)) {
+            return true;
+        }
+        rest();
     }
-    (void)pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
-    (void)pthread_mutexattr_setrobust(&attributes, PTHREAD_MUTEX_ROBUST);
-    const int error = pthread_mutex_init(&native, &attributes);
-    (void)pthread_mutexattr_destroy(&attributes);
-    return error;
+    while (mutex.word.exchange(kTakenAndWaitedFor, std::memory_order_acquire) != kFree) {
+        if (futex(mutex.word, FUTEX_WAIT_BITSET, kTakenAndWaitedFor, end) != 0 &&
+            errno == ETIMEDOUT) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool takesWithin(Mutex& mutex, DWORD milliseconds) {
+    if (milliseconds == INFINITE) {
+        return takesWithin(mutex, nullptr);
+    }
+    constexpr long kNanosecondsPerSecond = 1000000000;
+    timespec end{};
+    (void)clock_gettime(CLOCK_MONOTONIC, &end);
+    end.tv_sec += milliseconds / 1000;
+    end.tv_nsec += static_cast<long>(milliseconds % 1000) * 1000000;
+    if (end.tv_nsec >= kNanosecondsPerSecond) {
+        end.tv_nsec -= kNanosecondsPerSecond;
+        ++end.tv_sec;
+    }
+    return takesWithin(mutex, &end);
+}
+
+void own(Mutex& mutex, Thread& self) {
+    mutex.owner.store(thisThread(), std::memory_order_relaxed);
+    mutex.count = 1;
+    mutex.previous = nullptr;
+    mutex.next = self.owned;
+    if (self.owned != nullptr) {
+        self.owned->previous = &mutex;
+    }
+    self.owned = &mutex;
+}
+
+void give(Mutex& mutex, Thread& self) {
+    (mutex.previous == nullptr ? self.owned : mutex.previous->next) = mutex.next;
+    if (mutex.next != nullptr) {
+        mutex.next->previous = mutex.previous;
+    }
+    mutex.owner.store(0, std::memory_order_relaxed);
+    if (mutex.word.exchange(kFree, std::memory_order_release) == kTakenAndWaitedFor) {
+        (void)futex(mutex.word, FUTEX_WAKE, 1, nullptr);
+    }
+}
+
+/// The calling thread ends.
+void abandonAll(void*) {
+    Thread& self = t_thread;
+    // Another library's destructor may come back here and acquire something: that is noticed again.
+    self.isWatched = false;
+    while (self.owned != nullptr) {
+        self.owned->isAbandoned = true;
+        give(*self.owned, self);
+    }
+}
+
+/// Whether the library is being unloaded, or the process ends: the key is somebody else's then.
+constinit std::atomic<bool> g_isUnloading{false};
+
+/// What notices that threads end, and that this process is the child of another one.
+class Watch {
+public:
+    Watch()
+        : m_isSet(pthread_key_create(&m_key, &abandonAll) == 0 &&
+                  pthread_atfork(nullptr, nullptr, &beginChild) == 0) {}
+    /// A thread that ends later may find no code here.
+    ~Watch() {
+        if (m_isSet) {
+            g_isUnloading.store(true, std::memory_order_relaxed);
+            (void)pthread_key_delete(m_key);
+        }
+    }
+    Watch(const Watch&) = delete;
+    Watch& operator=(const Watch&) = delete;
+
+    bool isSet() const { return m_isSet; }
+    /// The calling thread's end will be noticed.
+    void add(Thread& self) const {
+        self.isWatched = !g_isUnloading.load(std::memory_order_relaxed) &&
+                         pthread_setspecific(m_key, &self) == 0;
+    }
+
+private:
+    /// The one thread of a child process is none of its parent's: it owns nothing.
+    static void beginChild() {
+        t_thread = {};
+        t_threadId = 0;
+    }
+
+    pthread_key_t m_key = 0;
+    bool m_isSet;
+};
+
+const Watch& watch() {
+    static const Watch s_watch;
+    return s_watch;
 }
 
 /// All mutexes that were ever made. Never destroyed: locks are used until the process ends.
 class MutexStore {
 public:
-    /// One that nobody owns. Null, with the errno value in `error`, when none can be made; throws
-    /// std::bad_alloc.
-    Mutex* take(int& error) {
+    /// One that nobody owns. Throws std::bad_alloc.
+    Mutex* take() {
         const std::lock_guard<std::mutex> guard(m_mutex);
         if (m_idle.empty()) {
             // So that giving one back needs no memory.
             m_idle.reserve(m_all.size() + 1);
-            Mutex& added = m_all.emplace_back();
-            error = initialize(added.native);
-            if (error != 0) {
-                m_all.pop_back();
-                return nullptr;
-            }
-            return &added;
+            return &m_all.emplace_back();
         }
         Mutex* const used = m_idle.back();
         m_idle.pop_back();
@@ -97,8 +239,34 @@ MutexStore& store() {
     return *s_store;
 }
 
-Mutex* find(HANDLE handle) {
-    return static_cast<Mutex*>(findHandle(handle, HandleKind::Mutex));
+std::uintptr_t number(HANDLE handle) {
+    return reinterpret_cast<std::uintptr_t>(handle);
+}
+
+/// Whether the handle is still open, asked of the mutex that it stood for.
+bool isOpen(const Mutex& mutex, HANDLE handle) {
+    return mutex.handle.load(std::memory_order_acquire) == number(handle);
+}
+
+/// What a thread looked up last: mostly it comes back for the same mutex, to release it. No handle
+/// has the number 1.
+struct Found {
+    std::uintptr_t handle = 1;
+    Mutex* mutex = nullptr;
+};
+thread_local constinit Found t_found{};
+
+Mutex* lookUp(HANDLE handle) {
+    auto* const mutex = static_cast<Mutex*>(findHandle(handle, HandleKind::Mutex));
+    if (mutex != nullptr) {
+        t_found = {number(handle), mutex};
+    }
+    return mutex;
+}
+
+inline Mutex* find(HANDLE handle) {
+    Mutex* const last = t_found.mutex;
+    return t_found.handle == number(handle) && isOpen(*last, handle) ? last : lookUp(handle);
 }
 
 template <class R>
@@ -107,79 +275,39 @@ R failWith(R failure, DWORD error) {
     return failure;
 }
 
-/// Tries until the time is over. 0, EOWNERDEAD, ETIMEDOUT or another error.
-int lockWithin(Mutex& mutex, DWORD milliseconds) {
-    constexpr long kNanosecondsPerSecond = 1000000000;
-    timespec end{};
-    (void)clock_gettime(CLOCK_MONOTONIC, &end);
-    end.tv_sec += milliseconds / 1000;
-    end.tv_nsec += static_cast<long>(milliseconds % 1000) * 1000000;
-    if (end.tv_nsec >= kNanosecondsPerSecond) {
-        end.tv_nsec -= kNanosecondsPerSecond;
-        ++end.tv_sec;
-    }
-#ifdef KEST_THREAD_SANITIZER
-    // The sanitizer does not know pthread_mutex_clocklock, and no call that waits for a limited time
-    // tells it of an owner that has died. So under it, and nowhere else, the wait is made of tries.
-    for (;;) {
-        const int result = pthread_mutex_trylock(&mutex.native);
-        timespec now{};
-        (void)clock_gettime(CLOCK_MONOTONIC, &now);
-        const bool isOver = now.tv_sec > end.tv_sec ||
-                            (now.tv_sec == end.tv_sec && now.tv_nsec >= end.tv_nsec);
-        if (result != EBUSY || isOver) {
-            return result;
-        }
-        constexpr timespec kPause{0, 200000};
-        (void)clock_nanosleep(CLOCK_MONOTONIC, 0, &kPause, nullptr);
-    }
-#else
-    return pthread_mutex_clocklock(&mutex.native, CLOCK_MONOTONIC, &end);
-#endif
-}
-
-/// What a wait answers, from what the threads library said; the ownership is noted.
-DWORD waited(Mutex& mutex, int result) {
-    switch (result) {
-        case 0:
-            mutex.owner.store(thisThread(), std::memory_order_relaxed);
-            ++mutex.count;
-            return WAIT_OBJECT_0;
-        case EOWNERDEAD:
-            // However often the dead thread had acquired it, it is owned once now.
-            (void)pthread_mutex_consistent(&mutex.native);
-            mutex.owner.store(thisThread(), std::memory_order_relaxed);
-            mutex.count = 1;
-            return WAIT_ABANDONED;
-        case EBUSY:
-        case ETIMEDOUT:
-            return WAIT_TIMEOUT;
-        case EAGAIN:  // Acquired four thousand million times.
+DWORD acquire(Mutex& mutex, DWORD milliseconds) {
+    Thread& self = t_thread;
+    if (self.number != 0 && mutex.owner.load(std::memory_order_relaxed) == self.number) {
+        if (mutex.count == std::numeric_limits<std::uint32_t>::max()) {
             return failWith(WAIT_FAILED, ERROR_NO_SYSTEM_RESOURCES);
-        default:
-            return failWith(WAIT_FAILED, errorFromErrno(result));
+        }
+        ++mutex.count;
+        return WAIT_OBJECT_0;
     }
+    if (!self.isWatched) {
+        watch().add(self);
+    }
+    if (!takesAtOnce(mutex) && (milliseconds == 0 || !takesWithin(mutex, milliseconds))) {
+        return WAIT_TIMEOUT;
+    }
+    own(mutex, self);
+    if (mutex.isAbandoned) {
+        mutex.isAbandoned = false;
+        return WAIT_ABANDONED;
+    }
+    return WAIT_OBJECT_0;
 }
 
-/// False when the calling thread does not own it. That is found out before the threads library is
-/// asked, because thread sanitizers take the mere question for a mistake.
+/// False when the calling thread does not own it.
 bool release(Mutex& mutex) {
-    if (mutex.owner.load(std::memory_order_relaxed) != thisThread()) {
+    Thread& self = t_thread;
+    if (self.number == 0 || mutex.owner.load(std::memory_order_relaxed) != self.number) {
         return false;
     }
     if (--mutex.count == 0) {
-        mutex.owner.store(0, std::memory_order_relaxed);
+        give(mutex, self);
     }
-    // Fails in a child process for what its parent had owned.
-    return pthread_mutex_unlock(&mutex.native) == 0;
-}
-
-thread_local constinit DWORD t_threadId = 0;
-
-/// Whether child processes ask for their number again. Asked for once, at first use.
-bool childForgetsThreadId() {
-    static const bool s_isSet = pthread_atfork(nullptr, nullptr, [] { t_threadId = 0; }) == 0;
-    return s_isSet;
+    return true;
 }
 
 }  // namespace
@@ -190,14 +318,13 @@ HANDLE CreateMutexW(SECURITY_ATTRIBUTES* /*security*/, BOOL initiallyOwned, cons
         // see it.
         return failWith<HANDLE>(nullptr, ERROR_NOT_SUPPORTED);
     }
+    if (!watch().isSet()) {
+        return failWith<HANDLE>(nullptr, ERROR_NO_SYSTEM_RESOURCES);
+    }
     Mutex* mutex = nullptr;
     HANDLE handle = INVALID_HANDLE_VALUE;
     try {
-        int error = 0;
-        mutex = store().take(error);
-        if (mutex == nullptr) {
-            return failWith<HANDLE>(nullptr, errorFromErrno(error));
-        }
+        mutex = store().take();
         handle = issueHandle(HandleKind::Mutex, mutex);
     } catch (const std::bad_alloc&) {
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
@@ -208,8 +335,9 @@ HANDLE CreateMutexW(SECURITY_ATTRIBUTES* /*security*/, BOOL initiallyOwned, cons
         }
         return nullptr;
     }
+    mutex->handle.store(number(handle), std::memory_order_release);
     if (initiallyOwned) {
-        (void)waited(*mutex, pthread_mutex_lock(&mutex->native));
+        (void)acquire(*mutex, INFINITE);
     }
     // As on Windows, which says in this way that no such mutex existed.
     SetLastError(ERROR_SUCCESS);
@@ -221,14 +349,8 @@ DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) {
     if (mutex == nullptr) {
         return failWith(WAIT_FAILED, ERROR_INVALID_HANDLE);
     }
-    int result = pthread_mutex_trylock(&mutex->native);
-    if (result == EBUSY && milliseconds == INFINITE) {
-        result = pthread_mutex_lock(&mutex->native);
-    } else if (result == EBUSY && milliseconds != 0) {
-        result = lockWithin(*mutex, milliseconds);
-    }
-    const DWORD answer = waited(*mutex, result);
-    if ((answer == WAIT_OBJECT_0 || answer == WAIT_ABANDONED) && find(handle) != mutex) {
+    const DWORD answer = acquire(*mutex, milliseconds);
+    if ((answer == WAIT_OBJECT_0 || answer == WAIT_ABANDONED) && !isOpen(*mutex, handle)) {
         // Our choice: who waits for a mutex that is closed meanwhile does not get it. On Windows the
         // waiting thread does, and nobody can ever release it.
         (void)release(*mutex);
@@ -250,13 +372,14 @@ bool closeMutex(HANDLE handle) {
     if (mutex == nullptr) {
         return failWith(false, ERROR_INVALID_HANDLE);
     }
-    const DWORD answer = waited(*mutex, pthread_mutex_trylock(&mutex->native));
+    mutex->handle.store(0, std::memory_order_release);
+    const DWORD answer = acquire(*mutex, 0);
     if (answer != WAIT_OBJECT_0 && answer != WAIT_ABANDONED) {
-        // Another thread owns it. Nobody can release it any more, and until that thread ends the
-        // kernel's list of what it owns leads through this memory: it is not used again.
+        // Another thread owns it. Nobody can release it any more, and until that thread ends the list
+        // of what it owns leads through this memory: it is not used again.
         return true;
     }
-    for (unsigned int left = mutex->count; left > 0; --left) {
+    for (std::uint32_t left = mutex->count; left > 0; --left) {
         (void)release(*mutex);
     }
     store().giveBack(mutex);
@@ -266,7 +389,7 @@ bool closeMutex(HANDLE handle) {
 DWORD GetCurrentThreadId() {
     if (t_threadId == 0) {
         const auto id = static_cast<DWORD>(gettid());
-        if (!childForgetsThreadId()) {
+        if (!watch().isSet()) {
             return id;
         }
         t_threadId = id;

@@ -3,6 +3,7 @@
 #include <langinfo.h>
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 
 #include "kest/platform/linux/Standins.h"
@@ -38,29 +39,24 @@ struct Numbered {
 
 /// In the order of the names.
 constexpr Numbered kNumbers[] = {
-    {"af_ZA", 0x0436}, {"ar_EG", 0x0C01}, {"ar_SA", 0x0401}, {"be_BY", 0x0423},
-    {"bg_BG", 0x0402}, {"bn_IN", 0x0445}, {"bs_BA", 0x141A}, {"ca_ES", 0x0403},
-    {"cs_CZ", 0x0405}, {"cy_GB", 0x0452}, {"da_DK", 0x0406}, {"de_AT", 0x0C07},
-    {"de_CH", 0x0807}, {"de_DE", 0x0407}, {"de_LI", 0x1407}, {"de_LU", 0x1007},
-    {"el_GR", 0x0408}, {"en_AU", 0x0C09}, {"en_CA", 0x1009}, {"en_GB", 0x0809},
-    {"en_IE", 0x1809}, {"en_IN", 0x4009}, {"en_NZ", 0x1409}, {"en_PH", 0x3409},
-    {"en_SG", 0x4809}, {"en_US", 0x0409}, {"en_ZA", 0x1C09}, {"es_AR", 0x2C0A},
-    {"es_CL", 0x340A}, {"es_CO", 0x240A}, {"es_ES", 0x0C0A}, {"es_MX", 0x080A},
-    {"es_PE", 0x280A}, {"es_US", 0x540A}, {"es_VE", 0x200A}, {"et_EE", 0x0425},
-    {"eu_ES", 0x042D}, {"fa_IR", 0x0429}, {"fi_FI", 0x040B}, {"fr_BE", 0x080C},
-    {"fr_CA", 0x0C0C}, {"fr_CH", 0x100C}, {"fr_FR", 0x040C}, {"fr_LU", 0x140C},
-    {"ga_IE", 0x083C}, {"gl_ES", 0x0456}, {"he_IL", 0x040D}, {"hi_IN", 0x0439},
-    {"hr_HR", 0x041A}, {"hu_HU", 0x040E}, {"hy_AM", 0x042B}, {"id_ID", 0x0421},
-    {"is_IS", 0x040F}, {"it_CH", 0x0810}, {"it_IT", 0x0410}, {"ja_JP", 0x0411},
-    {"ka_GE", 0x0437}, {"kk_KZ", 0x043F}, {"ko_KR", 0x0412}, {"lt_LT", 0x0427},
-    {"lv_LV", 0x0426}, {"mk_MK", 0x042F}, {"ms_MY", 0x043E}, {"mt_MT", 0x043A},
-    {"nb_NO", 0x0414}, {"nl_BE", 0x0813}, {"nl_NL", 0x0413}, {"nn_NO", 0x0814},
-    {"pl_PL", 0x0415}, {"pt_BR", 0x0416}, {"pt_PT", 0x0816}, {"ro_RO", 0x0418},
-    {"ru_RU", 0x0419}, {"sk_SK", 0x041B}, {"sl_SI", 0x0424}, {"sq_AL", 0x041C},
-    {"sr_RS", 0x281A}, {"sv_FI", 0x081D}, {"sv_SE", 0x041D}, {"ta_IN", 0x0449},
-    {"te_IN", 0x044A}, {"th_TH", 0x041E}, {"tr_TR", 0x041F}, {"uk_UA", 0x0422},
-    {"ur_PK", 0x0420}, {"vi_VN", 0x042A}, {"zh_CN", 0x0804}, {"zh_HK", 0x0C04},
-    {"zh_SG", 0x1004}, {"zh_TW", 0x0404},
+    {"af_ZA", 0x0436}, {"ar_EG", 0x0C01}, {"ar_SA", 0x0401}, {"be_BY", 0x0423}, {"bg_BG", 0x0402},
+    {"bn_IN", 0x0445}, {"bs_BA", 0x141A}, {"ca_ES", 0x0403}, {"cs_CZ", 0x0405}, {"cy_GB", 0x0452},
+    {"da_DK", 0x0406}, {"de_AT", 0x0C07}, {"de_CH", 0x0807}, {"de_DE", 0x0407}, {"de_LI", 0x1407},
+    {"de_LU", 0x1007}, {"el_GR", 0x0408}, {"en_AU", 0x0C09}, {"en_CA", 0x1009}, {"en_GB", 0x0809},
+    {"en_IE", 0x1809}, {"en_IN", 0x4009}, {"en_NZ", 0x1409}, {"en_PH", 0x3409}, {"en_SG", 0x4809},
+    {"en_US", 0x0409}, {"en_ZA", 0x1C09}, {"es_AR", 0x2C0A}, {"es_CL", 0x340A}, {"es_CO", 0x240A},
+    {"es_ES", 0x0C0A}, {"es_MX", 0x080A}, {"es_PE", 0x280A}, {"es_US", 0x540A}, {"es_VE", 0x200A},
+    {"et_EE", 0x0425}, {"eu_ES", 0x042D}, {"fa_IR", 0x0429}, {"fi_FI", 0x040B}, {"fr_BE", 0x080C},
+    {"fr_CA", 0x0C0C}, {"fr_CH", 0x100C}, {"fr_FR", 0x040C}, {"fr_LU", 0x140C}, {"ga_IE", 0x083C},
+    {"gl_ES", 0x0456}, {"he_IL", 0x040D}, {"hi_IN", 0x0439}, {"hr_HR", 0x041A}, {"hu_HU", 0x040E},
+    {"hy_AM", 0x042B}, {"id_ID", 0x0421}, {"is_IS", 0x040F}, {"it_CH", 0x0810}, {"it_IT", 0x0410},
+    {"ja_JP", 0x0411}, {"ka_GE", 0x0437}, {"kk_KZ", 0x043F}, {"ko_KR", 0x0412}, {"lt_LT", 0x0427},
+    {"lv_LV", 0x0426}, {"mk_MK", 0x042F}, {"ms_MY", 0x043E}, {"mt_MT", 0x043A}, {"nb_NO", 0x0414},
+    {"nl_BE", 0x0813}, {"nl_NL", 0x0413}, {"nn_NO", 0x0814}, {"pl_PL", 0x0415}, {"pt_BR", 0x0416},
+    {"pt_PT", 0x0816}, {"ro_RO", 0x0418}, {"ru_RU", 0x0419}, {"sk_SK", 0x041B}, {"sl_SI", 0x0424},
+    {"sq_AL", 0x041C}, {"sr_RS", 0x281A}, {"sv_FI", 0x081D}, {"sv_SE", 0x041D}, {"ta_IN", 0x0449},
+    {"te_IN", 0x044A}, {"th_TH", 0x041E}, {"tr_TR", 0x041F}, {"uk_UA", 0x0422}, {"ur_PK", 0x0420},
+    {"vi_VN", 0x042A}, {"zh_CN", 0x0804}, {"zh_HK", 0x0C04}, {"zh_SG", 0x1004}, {"zh_TW", 0x0404},
 };
 static_assert(std::is_sorted(std::begin(kNumbers), std::end(kNumbers),
                              [](const Numbered& a, const Numbered& b) { return a.name < b.name; }));
@@ -118,12 +114,14 @@ LCID numberOf(std::string_view name) {
     const std::size_t modifier = name.find('@');
     if (modifier != std::string_view::npos && name.substr(modifier) != "@euro") {
         // Another script or another variety of the language.
-        return name.substr(modifier) == "@latin" && plain == "sr_RS" ? 0x241A : LOCALE_CUSTOM_UNSPECIFIED;
+        return name.substr(modifier) == "@latin" && plain == "sr_RS" ? 0x241A
+                                                                     : LOCALE_CUSTOM_UNSPECIFIED;
     }
     const auto* const found = std::lower_bound(
         std::begin(kNumbers), std::end(kNumbers), plain,
         [](const Numbered& entry, std::string_view wanted) { return entry.name < wanted; });
-    return found != std::end(kNumbers) && found->name == plain ? found->number : LOCALE_CUSTOM_UNSPECIFIED;
+    return found != std::end(kNumbers) && found->name == plain ? found->number
+                                                               : LOCALE_CUSTOM_UNSPECIFIED;
 }
 
 }  // namespace Tallowmere::platform::language
@@ -131,7 +129,22 @@ LCID numberOf(std::string_view name) {
 namespace Tallowmere::platform::standin {
 
 LCID GetThreadLocale() {
-    return language::numberOf(nl_langinfo(NL_LOCALE_NAME(LC_TIME)));
+    const char* const name = nl_langinfo(NL_LOCALE_NAME(LC_TIME));
+    // Asked for each trace line, so the last answer is kept. The name's address says nothing: the
+    // memory of a locale that was given up is used again.
+    constexpr std::size_t kNameAtMost = 32;
+    static thread_local constinit char t_name[kNameAtMost]{};
+    static thread_local constinit LCID t_number = 0;
+    if (t_number == 0 || std::strcmp(name, t_name) != 0) {
+        const std::string_view whole = name;
+        const LCID number = language::numberOf(whole);
+        if (whole.size() >= kNameAtMost) {
+            return number;
+        }
+        t_name[whole.copy(t_name, whole.size())] = '\0';
+        t_number = number;
+    }
+    return t_number;
 }
 
 }  // namespace Tallowmere::platform::standin

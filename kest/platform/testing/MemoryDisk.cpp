@@ -167,6 +167,10 @@ DWORD MemoryDisk::normalize(const wchar_t* path, std::wstring& text) {
     return ERROR_SUCCESS;
 }
 
+bool MemoryDisk::isPlainName(std::wstring_view name) const {
+    return !name.empty() && name.front() != L'.';
+}
+
 bool MemoryDisk::isRoot(std::wstring_view text) const {
     return m_store.options().hasDrives ? text.size() == 2 && text[1] == L':' : text == L"/";
 }

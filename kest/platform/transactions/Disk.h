@@ -65,6 +65,12 @@ public:
     /// between components, none doubled or at the end, no "." and no "..". Touches the disk only
     /// for "..".
     virtual DWORD normalize(const wchar_t* path, std::wstring& text) = 0;
+    /// Whether a name as the last component of a path stays as it is in normal form. False when
+    /// that takes another look.
+    virtual bool isPlainName(std::wstring_view name) const {
+        (void)name;
+        return false;
+    }
     /// Whether a text in normal form is a root, which has no parent.
     virtual bool isRoot(std::wstring_view text) const = 0;
     /// The form of a name under which the disk tells names apart.

@@ -13,6 +13,7 @@
 
 #include "kest/platform/transactions/Disk.h"
 #include "kest/platform/transactions/Journal.h"
+#include "kest/platform/transactions/RemovedNames.h"
 #include "kest/platform/transactions/Stage.h"
 
 /// One transaction: what its owner sees, and how that becomes what everybody sees.
@@ -97,7 +98,10 @@ private:
         std::wstring throughLink;
         /// Folded names of entries of the disk that are gone in the view, and nothing in their
         /// place.
-        std::unordered_set<std::wstring> removed;
+        RemovedNames removed;
+        /// The one search that gave every removed name just before it was removed, so that it need
+        /// not ask for any that it comes to; 0 when there is none.
+        std::uint64_t emptier = 0;
         /// By folded name.
         std::unordered_map<std::wstring, Change> others;
         /// How many entries the disk had when a search had listed the directory to its end; -1 when
@@ -107,13 +111,22 @@ private:
         bool publishesNothing() const;
     };
 
+    /// What m_changes has for a directory, or null: asked for once, and good until a directory
+    /// comes to m_changes or goes.
+    struct Asked {
+        std::uint64_t generation = 0;
+        DirectoryChanges* changes = nullptr;
+    };
+
     /// A directory as the transaction sees it.
     struct View {
         std::wstring text;       ///< how callers name it, in normal form
+        std::wstring spelled;    ///< the same as a caller spelled it last, if that was plain
         std::wstring canonical;  ///< where it really stands (or would stand)
         std::wstring throughLink;
         bool staged = false;
         bool recovered = false;  ///< orphaned stages in it were looked for
+        Asked asked;
         DirectoryPtr directory;
     };
     using ViewPtr = std::shared_ptr<View>;
@@ -124,15 +137,41 @@ private:
         std::wstring name;  ///< empty for a root, which is its own parent
     };
 
-    /// Where an entry stands on the disk. `directory` is null when it does not exist in the view.
-    struct Standing {
-        DirectoryPtr directory;
-        std::wstring name;
+    /// The place that a call is about, whose memory serves the next call. It holds a directory only
+    /// while the call lasts.
+    class Spot {
+    public:
+        explicit Spot(Place& place) : m_place(place) {}
+        ~Spot() { m_place.parent.reset(); }
+        Spot(const Spot&) = delete;
+        Spot& operator=(const Spot&) = delete;
+        Place& place() const { return m_place; }
+
+    private:
+        Place& m_place;
+    };
+
+    /// Where an entry stands on the disk. Good as long as the place that it was asked for is
+    /// neither changed in the view nor left.
+    class Standing {
+    public:
+        Standing() = default;
+        Standing(const DirectoryPtr& directory, const std::wstring& name, bool staged)
+            : staged(staged), m_directory(&directory), m_name(&name) {}
+        /// Whether it exists in the view. Without that, the two below must not be asked for.
+        bool exists() const { return m_directory != nullptr; }
+        const DirectoryPtr& directory() const { return *m_directory; }
+        const std::wstring& name() const { return *m_name; }
         bool staged = false;
+
+    private:
+        const DirectoryPtr* m_directory = nullptr;
+        const std::wstring* m_name = nullptr;
     };
 
     // Finding (TransactionView.cpp).
     DWORD locate(const wchar_t* path, Place& place);
+    bool locateQuickly(std::wstring_view path, Place& place);
     DWORD locateText(const std::wstring& text, Place& place);
     DWORD locateDirectory(const std::wstring& text, ViewPtr& view);
     DWORD openText(const std::wstring& text, ViewPtr& view);
@@ -151,6 +190,8 @@ private:
     /// `scratch`.
     const std::wstring& folded(const std::wstring& text, std::wstring& scratch) const;
     DirectoryChanges* changesOf(const std::wstring& canonical);
+    DirectoryChanges* changesOf(const std::wstring& canonical, Asked& asked);
+    DirectoryChanges* changesOf(View& view) { return changesOf(view.canonical, view.asked); }
     Change* changeOf(const Place& place);
     bool isRemoved(const Place& place);
     Standing standing(const Place& place);
@@ -203,15 +244,12 @@ private:
     bool m_keepsStage = false;
     /// By folded canonical text.
     std::map<std::wstring, DirectoryChanges> m_changes;
-    /// The directory that changesOf was asked for last, and what it found there. A walk asks for the
-    /// same one several times for each entry. Forgotten when a directory comes to m_changes or goes.
-    struct {
-        bool isKept = false;
-        std::wstring canonical;
-        DirectoryChanges* changes = nullptr;
-    } m_asked;
+    /// Counts the directories that came to m_changes or went.
+    std::uint64_t m_generation = 1;
     /// For the path of a call, so that it needs no memory of its own.
     std::wstring m_text;
+    Place m_source;
+    Place m_target;
     /// Least recently used last.
     std::list<ViewPtr> m_views;
     /// Views of staged directories that a change stands for: they cannot be found on the disk by
@@ -225,6 +263,8 @@ private:
     std::weak_ptr<View> m_lastDirectory;
     std::wstring m_lastName;
     Kind m_lastKind = Kind::File;
+    std::uint64_t m_lastSearch = 0;
+    std::uint64_t m_searchCount = 0;
     /// The directory that a search has just read to its end, and how many entries the disk has
     /// there; -1 when some of them are hidden.
     std::wstring m_listedDirectory;
@@ -236,16 +276,20 @@ private:
 /// searches under way as its tree is deep.
 class Search {
 public:
-    explicit Search(Transaction& transaction) : transaction(transaction) {}
+    explicit Search(Transaction& transaction)
+        : transaction(transaction), m_number(++transaction.m_searchCount) {}
     Transaction& transaction;
 
 private:
     friend class Transaction;
+    const std::uint64_t m_number;
     std::weak_ptr<Transaction::View> m_view;
     std::wstring m_text;
     std::wstring m_canonical;
     bool m_staged = false;
+    Transaction::Asked m_asked;
     std::unique_ptr<Listing> m_listing;
+    Record m_record;
     int m_dots = 0;
     /// Folded names staged in the directory that were not given yet.
     std::unordered_set<std::wstring> m_staging;

@@ -72,9 +72,8 @@ DWORD Transaction::answer(const wchar_t* path, WIN32_FILE_ATTRIBUTE_DATA& data) 
         return m_disk.describe(place.parent->directory, L".", kind, &data);
     }
     const Standing stands = standing(place);
-    return stands.directory == nullptr
-               ? ERROR_FILE_NOT_FOUND
-               : m_disk.describe(stands.directory, stands.name, kind, &data);
+    return stands.exists() ? m_disk.describe(stands.directory(), stands.name(), kind, &data)
+                           : ERROR_FILE_NOT_FOUND;
 }
 
 /// The first question about a place is when an orphaned stage beside it is met; beside, or in it
@@ -97,10 +96,10 @@ DWORD Transaction::recover(const Place& place) {
     Kind kind{};
     ViewPtr view;
     const Standing stands = standing(place);
-    if (stands.directory == nullptr || stands.staged) {
+    if (!stands.exists() || stands.staged) {
         return ERROR_SUCCESS;
     }
-    error = m_disk.describe(stands.directory, stands.name, kind, nullptr);
+    error = m_disk.describe(stands.directory(), stands.name(), kind, nullptr);
     if (error != ERROR_SUCCESS || kind != Kind::Directory) {
         return error == ERROR_FILE_NOT_FOUND ? DWORD{ERROR_SUCCESS} : error;
     }
@@ -116,7 +115,7 @@ Transaction::DirectoryChanges& Transaction::changesFor(const View& view) {
     const auto [found, isNew] = m_changes.try_emplace(foldPath(view.canonical));
     DirectoryChanges& changes = found->second;
     if (isNew) {
-        m_asked.isKept = false;
+        ++m_generation;
         changes.directory = view.directory;
         changes.text = view.canonical;
         changes.throughLink = view.throughLink;
@@ -230,8 +229,10 @@ DWORD Transaction::copyFile(const wchar_t* source, const wchar_t* destination, D
         return ERROR_INVALID_PARAMETER;
     }
     const Links links = (flags & COPY_FILE_COPY_SYMLINK) != 0 ? Links::Refuse : Links::Follow;
-    Place from;
-    Place to;
+    const Spot fromSpot(m_source);
+    const Spot toSpot(m_target);
+    Place& from = fromSpot.place();
+    Place& to = toSpot.place();
     DWORD error = checkOpen();
     if (error == ERROR_SUCCESS) {
         error = locate(source, from);
@@ -246,13 +247,13 @@ DWORD Transaction::copyFile(const wchar_t* source, const wchar_t* destination, D
         return ERROR_ACCESS_DENIED;
     }
     const Standing stands = standing(from);
-    if (stands.directory == nullptr) {
+    if (!stands.exists()) {
         return ERROR_FILE_NOT_FOUND;
     }
     bool hadOld = false;
     if (to.parent->staged) {
-        error = m_disk.copyFile(stands.directory, stands.name, to.parent->directory, to.name, links,
-                                known(from));
+        error = m_disk.copyFile(stands.directory(), stands.name(), to.parent->directory, to.name,
+                                links, known(from));
         if (error != ERROR_ALREADY_EXISTS) {
             return error;
         }
@@ -264,7 +265,7 @@ DWORD Transaction::copyFile(const wchar_t* source, const wchar_t* destination, D
                 return error;
             }
             const std::wstring slot = m_stage->newSlot();
-            error = m_disk.copyFile(stands.directory, stands.name, m_stage->directory(), slot,
+            error = m_disk.copyFile(stands.directory(), stands.name(), m_stage->directory(), slot,
                                     links, known(from));
             if (error == ERROR_SUCCESS) {
                 setStaged(to, slot, hadOld);
@@ -285,14 +286,13 @@ DWORD Transaction::copyFile(const wchar_t* source, const wchar_t* destination, D
 DWORD Transaction::replaceFile(const Place& place, const Standing& source, Links links) {
     const Standing old = standing(place);
     Kind kind{};
-    DWORD error = old.directory == nullptr
-                      ? ERROR_ACCESS_DENIED
-                      : m_disk.describe(old.directory, old.name, kind, nullptr);
+    DWORD error = old.exists() ? m_disk.describe(old.directory(), old.name(), kind, nullptr)
+                               : DWORD{ERROR_ACCESS_DENIED};
     if (error == ERROR_SUCCESS && (kind == Kind::Directory || kind == Kind::DirectoryLink)) {
         error = ERROR_ACCESS_DENIED;
     }
     if (error == ERROR_SUCCESS) {
-        error = m_disk.mayRemove(old.directory, old.name);
+        error = m_disk.mayRemove(old.directory(), old.name());
     }
     if (error == ERROR_SUCCESS) {
         error = stageFor(*place.parent);
@@ -301,8 +301,8 @@ DWORD Transaction::replaceFile(const Place& place, const Standing& source, Links
         return error;
     }
     const std::wstring slot = m_stage->newSlot();
-    error =
-        m_disk.copyFile(source.directory, source.name, m_stage->directory(), slot, links, nullptr);
+    error = m_disk.copyFile(source.directory(), source.name(), m_stage->directory(), slot, links,
+                            nullptr);
     if (error != ERROR_SUCCESS) {
         return error;
     }
@@ -311,13 +311,13 @@ DWORD Transaction::replaceFile(const Place& place, const Standing& source, Links
         return ERROR_SUCCESS;
     }
     const std::wstring away = m_stage->newSlot();
-    error = m_disk.rename(old.directory, old.name, m_stage->directory(), away);
+    error = m_disk.rename(old.directory(), old.name(), m_stage->directory(), away);
     if (error != ERROR_SUCCESS) {
         return error;
     }
-    error = m_disk.rename(m_stage->directory(), slot, old.directory, old.name);
+    error = m_disk.rename(m_stage->directory(), slot, old.directory(), old.name());
     if (error != ERROR_SUCCESS) {
-        (void)m_disk.rename(m_stage->directory(), away, old.directory, old.name);
+        (void)m_disk.rename(m_stage->directory(), away, old.directory(), old.name());
     }
     return error;
 }
@@ -357,7 +357,8 @@ DWORD Transaction::createLink(const wchar_t* path, const wchar_t* target, bool i
 
 DWORD Transaction::deleteFile(const wchar_t* path) {
     m_justCreated.clear();
-    Place place;
+    const Spot spot(m_target);
+    Place& place = spot.place();
     Kind kind{};
     DWORD error = checkOpen();
     if (error == ERROR_SUCCESS) {
@@ -382,7 +383,8 @@ DWORD Transaction::deleteFile(const wchar_t* path) {
 
 DWORD Transaction::removeDirectory(const wchar_t* path) {
     m_justCreated.clear();
-    Place place;
+    const Spot spot(m_target);
+    Place& place = spot.place();
     Kind kind{};
     DWORD error = checkOpen();
     if (error == ERROR_SUCCESS) {
@@ -395,19 +397,24 @@ DWORD Transaction::removeDirectory(const wchar_t* path) {
         return ERROR_BUSY;
     }
     const Standing stands = standing(place);
-    error = kindOf(place, stands, kind);
+    const std::wstring canonical = join(place.parent->canonical, place.name);
+    if (stands.exists() && !stands.staged && canonical == m_listedDirectory) {
+        // What was just read to its end is a directory.
+        kind = Kind::Directory;
+    } else {
+        error = kindOf(place, stands, kind);
+    }
     if (error != ERROR_SUCCESS) {
         return error;
     }
     if (kind != Kind::Directory && kind != Kind::DirectoryLink) {
         return ERROR_DIRECTORY;
     }
-    const std::wstring canonical = join(place.parent->canonical, place.name);
     if (kind == Kind::DirectoryLink) {
         // Entries that were removed through the link go with the link alone: what it leads to is
         // somewhere else and stays as it is.
         const std::wstring link = foldPath(canonical);
-        m_asked.isKept = false;
+        ++m_generation;
         for (auto at = m_changes.begin(); at != m_changes.end();) {
             at = at->second.throughLink == link ? m_changes.erase(at) : std::next(at);
         }
@@ -422,10 +429,11 @@ DWORD Transaction::removeDirectory(const wchar_t* path) {
         return error;
     }
     ViewPtr view;
-    error = locateDirectory(canonical, view);
+    error = locateDirectory(join(place.parent->text, place.name), view);
     if (error != ERROR_SUCCESS) {
         return error;
     }
+    m_listedDirectory.clear();
     if (!m_disk.sameVolume(place.parent->directory, view->directory)) {
         // A mount point cannot be renamed away. Its entries change one by one; whether it is to be
         // there again shows later.
@@ -434,7 +442,7 @@ DWORD Transaction::removeDirectory(const wchar_t* path) {
         (void)changesFor(*view);
         return ERROR_SUCCESS;
     }
-    m_asked.isKept = false;
+    ++m_generation;
     m_changes.erase(foldPath(canonical));
     view.reset();
     forget(place);
@@ -443,13 +451,15 @@ DWORD Transaction::removeDirectory(const wchar_t* path) {
 
 DWORD Transaction::remove(const Place& place, const Standing& standing, Kind kind) {
     const bool isDirectory = kind == Kind::Directory || kind == Kind::DirectoryLink;
-    DWORD error = m_disk.mayRemove(standing.directory, standing.name);
+    const bool isListed = known(place) != nullptr;
+    m_lastDirectory.reset();
+    DWORD error = m_disk.mayRemove(standing.directory(), standing.name());
     if (error != ERROR_SUCCESS) {
         return error;
     }
     if (standing.staged) {
-        error = isDirectory ? m_disk.removeDirectory(standing.directory, standing.name)
-                            : m_disk.removeFile(standing.directory, standing.name);
+        error = isDirectory ? m_disk.removeDirectory(standing.directory(), standing.name())
+                            : m_disk.removeFile(standing.directory(), standing.name());
         if (error != ERROR_SUCCESS) {
             return error;
         }
@@ -462,12 +472,13 @@ DWORD Transaction::remove(const Place& place, const Standing& standing, Kind kin
         DirectoryChanges& changes = changesFor(*place.parent);
         const auto found = changes.others.find(m_disk.fold(place.name));
         if (found->second.hadOld) {
-            changes.removed.insert(found->first);
+            changes.emptier = 0;
+            changes.removed.add(found->first);
         }
         changes.others.erase(found);
         return ERROR_SUCCESS;
     }
-    DirectoryChanges* changes = changesOf(place.parent->canonical);
+    DirectoryChanges* changes = changesOf(*place.parent);
     if (changes == nullptr || changes->removed.empty()) {
         // Asked once for each directory: what could not be destroyed after the commit is refused
         // now.
@@ -476,11 +487,15 @@ DWORD Transaction::remove(const Place& place, const Standing& standing, Kind kin
             return error;
         }
         changes = &changesFor(*place.parent);
-    } else {
-        (void)changesFor(*place.parent);
+        changes->emptier = m_lastSearch;
+    } else if (changes->throughLink != place.parent->throughLink) {
+        changes->throughLink.clear();
+    }
+    if (!isListed || changes->emptier != m_lastSearch) {
+        changes->emptier = 0;
     }
     std::wstring scratch;
-    changes->removed.insert(folded(place.name, scratch));
+    changes->removed.add(folded(place.name, scratch));
     return ERROR_SUCCESS;
 }
 

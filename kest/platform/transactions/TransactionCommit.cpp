@@ -32,7 +32,7 @@ void Transaction::end(State state) {
         }
         m_stage.reset();
     }
-    m_asked.isKept = false;
+    ++m_generation;
     m_changes.clear();
     m_views.clear();
     m_pinned.clear();
@@ -192,7 +192,7 @@ std::vector<JournalEntry> Transaction::entriesOf(const ChangedDirectories& direc
         const auto spelled = [&](const std::wstring& name) {
             return m_disk.spelling(directories[i]->directory, name);
         };
-        for (const std::wstring& name : directories[i]->removed) {
+        for (const std::wstring& name : directories[i]->removed.all()) {
             const std::wstring old = spelled(name);
             entries.push_back({i, old, old, m_stage->newSlot(), true, false});
         }

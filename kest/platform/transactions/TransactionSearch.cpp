@@ -17,7 +17,14 @@ DWORD fill(const Record& record, WIN32_FIND_DATAW& data) {
     }
     // Our choice: a record tells what an entry is, not how large or how old it is; that would cost
     // a call to the system for each, and a tree walk does not ask.
-    data = {};
+    // What follows the names in their fields is left as it is, which is most of the record.
+    data.ftCreationTime = {};
+    data.ftLastAccessTime = {};
+    data.ftLastWriteTime = {};
+    data.nFileSizeHigh = 0;
+    data.nFileSizeLow = 0;
+    data.dwReserved1 = 0;
+    data.cAlternateFileName[0] = L'\0';
     data.dwFileAttributes = record.attributes;
     data.dwReserved0 = record.reparseTag;
     std::wmemcpy(data.cFileName, record.name.c_str(), record.name.size() + 1);
@@ -68,8 +75,7 @@ DWORD Transaction::findFirst(const wchar_t* pattern, WIN32_FIND_DATAW& data, HAN
     // Our choice: it takes over what the system keeps about that one, so that a private directory
     // does not come out open to all.
     search->m_adopter = created;
-    if (const DirectoryChanges* const changes =
-            view->staged ? nullptr : changesOf(view->canonical)) {
+    if (const DirectoryChanges* const changes = view->staged ? nullptr : changesOf(*view)) {
         for (const auto& [name, change] : changes->others) {
             if (change.what == Change::What::Staged) {
                 search->m_staging.insert(name);
@@ -93,12 +99,13 @@ DWORD Transaction::findNext(HANDLE handle, Search& search, WIN32_FIND_DATAW& dat
         const std::wstring dots(static_cast<std::size_t>(++search.m_dots), L'.');
         return fill(recordOf(dots, Kind::Directory, FILE_ATTRIBUTE_DIRECTORY), data);
     }
-    Record record;
+    Record& record = search.m_record;
     error = nextRecord(search, record);
     if (error == ERROR_SUCCESS) {
         m_lastDirectory = search.m_view;
         m_lastName = record.name;
         m_lastKind = record.kind;
+        m_lastSearch = search.m_number;
         return fill(record, data);
     }
     if (error == ERROR_NO_MORE_FILES) {
@@ -113,7 +120,7 @@ DWORD Transaction::findNext(HANDLE handle, Search& search, WIN32_FIND_DATAW& dat
 
 DWORD Transaction::nextRecord(Search& search, Record& record) {
     const auto staged = [&](const std::wstring& folded) -> DWORD {
-        const DirectoryChanges* const changes = changesOf(search.m_canonical);
+        const DirectoryChanges* const changes = changesOf(search.m_canonical, search.m_asked);
         const auto found = changes->others.find(folded);
         Kind kind{};
         WIN32_FILE_ATTRIBUTE_DATA data{};
@@ -152,13 +159,14 @@ DWORD Transaction::nextRecord(Search& search, Record& record) {
         if (search.m_staged) {
             return ERROR_SUCCESS;
         }
-        const DirectoryChanges* const changes = changesOf(search.m_canonical);
-        if (changes == nullptr) {
+        DirectoryChanges* const changes = changesOf(search.m_canonical, search.m_asked);
+        if (changes == nullptr ||
+            (changes->emptier == search.m_number && changes->others.empty())) {
             return ERROR_SUCCESS;
         }
         std::wstring scratch;
         const std::wstring& folded = this->folded(record.name, scratch);
-        if (changes->removed.count(folded) != 0) {
+        if (!changes->removed.empty() && changes->removed.contains(folded)) {
             continue;
         }
         const auto found = changes->others.find(folded);
@@ -178,7 +186,7 @@ DWORD Transaction::nextRecord(Search& search, Record& record) {
     while (!search.m_staging.empty()) {
         const std::wstring folded = *search.m_staging.begin();
         search.m_staging.erase(search.m_staging.begin());
-        const DirectoryChanges* const changes = changesOf(search.m_canonical);
+        const DirectoryChanges* const changes = changesOf(search.m_canonical, search.m_asked);
         if (changes != nullptr && changes->others.count(folded) != 0) {
             return staged(folded);
         }
@@ -190,7 +198,8 @@ DWORD Transaction::finishSearch(Search& search) {
     m_listedDirectory = search.m_canonical;
     m_listedCount = search.m_hides ? -1 : search.m_listed;
     m_listedSeen = search.m_seen;
-    DirectoryChanges* const changes = search.m_staged ? nullptr : changesOf(search.m_canonical);
+    DirectoryChanges* const changes =
+        search.m_staged ? nullptr : changesOf(search.m_canonical, search.m_asked);
     if (changes != nullptr && changes->seen < 0) {
         changes->seen = search.m_seen;
     }
@@ -202,6 +211,10 @@ DWORD Transaction::finishSearch(Search& search) {
     DWORD error = locateDirectory(search.m_text, source);
     if (error == ERROR_SUCCESS) {
         error = locateDirectory(search.m_adopter, adopter);
+        if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) {
+            // Made, and removed again while the other one was being listed.
+            return ERROR_SUCCESS;
+        }
     }
     if (error == ERROR_SUCCESS && adopter->staged) {
         error = m_disk.adopt(source->directory, adopter->directory);
@@ -211,7 +224,7 @@ DWORD Transaction::finishSearch(Search& search) {
 
 DWORD Transaction::checkEmpty(const Place& place) {
     const std::wstring canonical = join(place.parent->canonical, place.name);
-    const DirectoryChanges* const changes = changesOf(canonical);
+    DirectoryChanges* const changes = changesOf(canonical);
     if (changes != nullptr && !changes->others.empty()) {
         const bool mounted = std::any_of(
             changes->others.begin(), changes->others.end(),
@@ -225,7 +238,7 @@ DWORD Transaction::checkEmpty(const Place& place) {
     }
     ViewPtr view;
     std::unique_ptr<Listing> listing;
-    DWORD error = locateDirectory(canonical, view);
+    DWORD error = locateDirectory(join(place.parent->text, place.name), view);
     if (error == ERROR_SUCCESS) {
         error = m_disk.list(view->directory, listing);
     }
@@ -234,7 +247,7 @@ DWORD Transaction::checkEmpty(const Place& place) {
         if (isOwnStage(record.name)) {
             continue;
         }
-        if (changes == nullptr || changes->removed.count(m_disk.fold(record.name)) == 0) {
+        if (changes == nullptr || !changes->removed.contains(m_disk.fold(record.name))) {
             return ERROR_DIR_NOT_EMPTY;
         }
     }

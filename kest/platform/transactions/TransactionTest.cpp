@@ -141,6 +141,24 @@ protected:
     Snapshot before;
 };
 
+TEST_F(TransactionWithTrees, WhatWasMadeJustBeforeAListingMayGoBeforeItEnds) {
+    // A directory that is made just before another one is listed takes over what the system keeps
+    // about that one, when the listing ends.
+    Open transaction;
+    ASSERT_EQ(0U, makeDirectory(transaction, "old/made"));
+    WIN32_FIND_DATAW data{};
+    const HANDLE search = transactions::FindFirstFileTransactedW(
+        (tree.wide("old") + L"\\*").c_str(), FindExInfoStandard, &data, FindExSearchNameMatch,
+        nullptr, 0, transaction);
+    ASSERT_NE(INVALID_HANDLE_VALUE, search);
+    ASSERT_EQ(0U, removeDirectory(transaction, "old/made"));
+    while (transactions::FindNextFileW(search, &data)) {
+    }
+    EXPECT_EQ(ERROR_NO_MORE_FILES, os().GetLastError());
+    EXPECT_TRUE(transaction.commit());
+    EXPECT_EQ(before, tree.snapshot());
+}
+
 TEST_F(TransactionWithTrees, ANewTreeAppearsAtTheCommit) {
     Open transaction;
     fill(transaction, "fresh");
@@ -530,6 +548,124 @@ TEST_F(TransactionTest, ALargeDirectoryIsListedWhole) {
     removeTree(transaction, "large");
     ASSERT_TRUE(transaction.commit());
     EXPECT_EQ(Snapshot{}, tree.snapshot());
+}
+
+/// A search that a test reads step by step.
+class Steps {
+public:
+    Steps(HANDLE transaction, const std::wstring& directory)
+        : m_search(transactions::FindFirstFileTransactedW(
+              (directory + L"\\*").c_str(), FindExInfoStandard, &m_data, FindExSearchNameMatch,
+              nullptr, 0, transaction)) {}
+    /// The next name but the dots, empty at the end.
+    std::wstring next() {
+        while (transactions::FindNextFileW(m_search, &m_data)) {
+            const std::wstring name = m_data.cFileName;
+            if (name != L"." && name != L"..") {
+                return name;
+            }
+        }
+        return L"";
+    }
+
+private:
+    WIN32_FIND_DATAW m_data{};
+    HANDLE m_search;
+};
+
+TEST_F(TransactionTest, WhatASearchGaveIsGoneOnceItIsRemoved) {
+    for (const char* const name : {"all/a", "all/b", "all/c", "all/d"}) {
+        tree.write(name, name);
+    }
+    Open transaction;
+    const std::wstring all = tree.wide("all");
+    Steps first(transaction, all);
+    Steps second(transaction, all);
+    std::set<std::wstring> given;
+    const std::wstring gone = first.next();
+    given.insert(gone);
+    const std::wstring path = all + L"\\" + gone;
+    ASSERT_TRUE(DeleteFileTransactedW(path.c_str(), transaction));
+    EXPECT_EQ(DWORD{ERROR_FILE_NOT_FOUND},
+              outcome(DeleteFileTransactedW(path.c_str(), transaction)));
+    // Also for a search that began before, and for one that begins now.
+    for (Steps* const steps : {&second}) {
+        std::set<std::wstring> others;
+        for (std::wstring name = steps->next(); !name.empty(); name = steps->next()) {
+            others.insert(name);
+        }
+        EXPECT_EQ(others.size(), 3U);
+        EXPECT_EQ(others.count(gone), 0U);
+    }
+    EXPECT_EQ(names(transaction, "all").size(), 5U);
+    // A name that the first search has still to give is removed by somebody else.
+    std::wstring next;
+    for (const wchar_t* const name : {L"a", L"b", L"c", L"d"}) {
+        if (name != gone) {
+            next = name;
+        }
+    }
+    ASSERT_TRUE(DeleteFileTransactedW((all + L"\\" + next).c_str(), transaction));
+    for (std::wstring name = first.next(); !name.empty(); name = first.next()) {
+        EXPECT_TRUE(given.insert(name).second);
+        EXPECT_NE(name, next);
+        ASSERT_TRUE(DeleteFileTransactedW((all + L"/" + name).c_str(), transaction));
+    }
+    EXPECT_EQ(given.size(), 3U);
+    EXPECT_EQ(names(transaction, "all"), (std::vector<std::string>{".", ".."}));
+    EXPECT_EQ(0U, removeDirectory(transaction, "all"));
+    EXPECT_TRUE(transaction.commit());
+    EXPECT_EQ(tree.snapshot(), Snapshot{});
+}
+
+TEST_F(TransactionTest, APathMeansTheSameHoweverItsSeparatorsAreWritten) {
+    tree.write("from/in/a", "1");
+    tree.write("from/in/b", "2");
+    tree.write("from/in/.c", "3");
+    Open transaction;
+    ASSERT_EQ(0U, makeDirectory(transaction, "to"));
+    ASSERT_EQ(0U, makeDirectory(transaction, "to/in"));
+    const std::wstring from = tree.wide("from");
+    const std::wstring to = tree.wide("to");
+    const auto copyFile = [&](const std::wstring& source, const std::wstring& target) {
+        return outcome(CopyFileTransactedW((from + source).c_str(), (to + target).c_str(), nullptr,
+                                           nullptr, nullptr, COPY_FILE_COPY_SYMLINK, transaction));
+    };
+    EXPECT_EQ(0U, copyFile(L"\\in\\a", L"\\in\\1"));
+    EXPECT_EQ(0U, copyFile(L"\\in\\a", L"\\in\\2"));
+    EXPECT_EQ(0U, copyFile(L"\\in\\b", L"\\in\\3"));
+    EXPECT_EQ(0U, copyFile(L"/in/b", L"/in/4"));
+    EXPECT_EQ(0U, copyFile(L"\\in/.c", L"\\in/.5"));
+    EXPECT_EQ(0U, copyFile(L"\\in\\.c", L"\\in\\.6"));
+    EXPECT_EQ(0U, copyFile(L"\\in\\..\\in\\a", L"\\in\\7"));
+    EXPECT_EQ(0U, copyFile(L"\\in\\\\a", L"\\in\\\\8"));
+    EXPECT_EQ(DWORD{ERROR_FILE_NOT_FOUND}, copyFile(L"\\in\\none", L"\\in\\9"));
+    EXPECT_EQ(DWORD{ERROR_ACCESS_DENIED}, copyFile(L"\\in\\a", L"\\in\\."));
+    // What a ".." leads to is, or is not, asked of the disk, where "in" is not yet.
+    EXPECT_NE(0U, copyFile(L"\\in\\a", L"\\in\\.."));
+    EXPECT_TRUE(transaction.commit());
+    EXPECT_EQ(tree.snapshot("to/in"), (Snapshot{{"1", "file 1"},
+                                                {"2", "file 1"},
+                                                {"3", "file 2"},
+                                                {"4", "file 2"},
+                                                {".5", "file 3"},
+                                                {".6", "file 3"},
+                                                {"7", "file 1"},
+                                                {"8", "file 1"}}));
+}
+
+TEST_F(TransactionTest, NoPathIsNoPlace) {
+    Open transaction;
+    const DWORD nowhere = ERROR_PATH_NOT_FOUND;
+    WIN32_FILE_ATTRIBUTE_DATA data{};
+    const std::wstring here = tree.wide("a");
+    EXPECT_EQ(nowhere, outcome(DeleteFileTransactedW(nullptr, transaction)));
+    EXPECT_EQ(nowhere, outcome(RemoveDirectoryTransactedW(nullptr, transaction)));
+    EXPECT_EQ(nowhere, outcome(CreateDirectoryTransactedW(nullptr, nullptr, nullptr, transaction)));
+    EXPECT_EQ(nowhere, outcome(CopyFileTransactedW(nullptr, here.c_str(), nullptr, nullptr, nullptr,
+                                                   0, transaction)));
+    EXPECT_EQ(nowhere, outcome(transactions::GetFileAttributesTransactedW(
+                           nullptr, GetFileExInfoStandard, &data, transaction)));
 }
 
 TEST_F(TransactionTest, WhatIsNotKnownIsRefused) {

@@ -13,6 +13,22 @@ namespace {
 /// aside is opened again.
 constexpr std::size_t kOpenViews = 24;
 
+/// How many of them are looked at first by how they were spelled: a copy goes to and fro between
+/// two.
+constexpr int kQuickLooks = 4;
+
+bool isAnySeparator(wchar_t unit) {
+    return unit == L'\\' || unit == L'/';
+}
+
+/// Whether a path was in normal form but for its separators.
+bool isOnlySeparatorsAway(std::wstring_view path, std::wstring_view normal) {
+    return std::equal(path.begin(), path.end(), normal.begin(), normal.end(),
+                      [](wchar_t left, wchar_t right) {
+                          return left == right || (right == L'/' && isAnySeparator(left));
+                      });
+}
+
 }  // namespace
 
 std::wstring Transaction::foldPath(const std::wstring& canonical) const {
@@ -44,8 +60,8 @@ Transaction::ViewPtr Transaction::cached(std::wstring_view text) {
 }
 
 /// Puts aside what was used least recently. Before another directory is opened and not after, so
-/// that the system's numbers for open files stay without gaps, and two that are opened one after the
-/// other are neighbours, which can be closed in one call.
+/// that the system's numbers for open files stay without gaps, and two that are opened one after
+/// the other are neighbours, which can be closed in one call.
 void Transaction::makeRoom() {
     while (m_views.size() >= kOpenViews) {
         m_views.pop_back();
@@ -84,22 +100,25 @@ Transaction::DirectoryChanges* Transaction::changesOf(const std::wstring& canoni
     if (m_changes.empty()) {
         return nullptr;
     }
-    if (!m_asked.isKept || m_asked.canonical != canonical) {
-        std::wstring scratch;
-        const auto found = m_changes.find(folded(canonical, scratch));
-        m_asked.isKept = false;
-        m_asked.canonical = canonical;
-        m_asked.changes = found == m_changes.end() ? nullptr : &found->second;
-        m_asked.isKept = true;
+    std::wstring scratch;
+    const auto found = m_changes.find(folded(canonical, scratch));
+    return found == m_changes.end() ? nullptr : &found->second;
+}
+
+/// A walk asks for the same directory several times for each of its entries.
+Transaction::DirectoryChanges* Transaction::changesOf(const std::wstring& canonical, Asked& asked) {
+    if (asked.generation != m_generation) {
+        asked.changes = changesOf(canonical);
+        asked.generation = m_generation;
     }
-    return m_asked.changes;
+    return asked.changes;
 }
 
 Transaction::Change* Transaction::changeOf(const Place& place) {
     if (place.parent->staged) {
         return nullptr;
     }
-    DirectoryChanges* const changes = changesOf(place.parent->canonical);
+    DirectoryChanges* const changes = changesOf(*place.parent);
     if (changes == nullptr) {
         return nullptr;
     }
@@ -112,10 +131,11 @@ Transaction::Change* Transaction::changeOf(const Place& place) {
 }
 
 bool Transaction::isRemoved(const Place& place) {
-    const DirectoryChanges* const changes =
-        place.parent->staged ? nullptr : changesOf(place.parent->canonical);
+    DirectoryChanges* const changes = place.parent->staged ? nullptr : changesOf(*place.parent);
     std::wstring scratch;
-    return changes != nullptr && changes->removed.count(folded(place.name, scratch)) != 0;
+    // What a search has just given is not among them.
+    return changes != nullptr && !changes->removed.empty() && known(place) == nullptr &&
+           changes->removed.contains(folded(place.name, scratch));
 }
 
 Transaction::Standing Transaction::standing(const Place& place) {
@@ -124,31 +144,34 @@ Transaction::Standing Transaction::standing(const Place& place) {
             case Change::What::Emptied:
                 return {};
             case Change::What::Staged:
-                return {m_stage->directory(), change->slot, true};
+                return Standing(m_stage->directory(), change->slot, true);
             case Change::What::Refilled:
                 break;
         }
     } else if (isRemoved(place)) {
         return {};
     }
-    return {place.parent->directory, place.name, place.parent->staged};
+    return Standing(place.parent->directory, place.name, place.parent->staged);
 }
 
 /// What the search told about an entry that it has just given, or null for any other.
 const Kind* Transaction::known(const Place& place) const {
-    return place.name == m_lastName && place.parent == m_lastDirectory.lock() ? &m_lastKind
-                                                                              : nullptr;
+    // Whether it is the same directory is asked in a way that does not count as holding it.
+    return place.name == m_lastName && !m_lastDirectory.owner_before(place.parent) &&
+                   !place.parent.owner_before(m_lastDirectory)
+               ? &m_lastKind
+               : nullptr;
 }
 
 DWORD Transaction::kindOf(const Place& place, const Standing& standing, Kind& kind) {
-    if (standing.directory == nullptr) {
+    if (!standing.exists()) {
         return ERROR_FILE_NOT_FOUND;
     }
     if (const Kind* const told = known(place)) {
         kind = *told;
         return ERROR_SUCCESS;
     }
-    return m_disk.describe(standing.directory, standing.name, kind, nullptr);
+    return m_disk.describe(standing.directory(), standing.name(), kind, nullptr);
 }
 
 /// Whether a name is that of this transaction's own stage, which is part of no view.
@@ -172,7 +195,50 @@ DWORD Transaction::openInStage(const DirectoryPtr& base, const std::wstring& rel
     return error == ERROR_CANT_RESOLVE_FILENAME ? DWORD{ERROR_NOT_SUPPORTED} : error;
 }
 
+/// Finds a place whose directory the same caller has spelled in the same way before, as a walk does
+/// for each entry.
+bool Transaction::locateQuickly(std::wstring_view path, Place& place) {
+    const auto take = [&](const ViewPtr& view) {
+        const std::wstring& parent = view->spelled;
+        const std::size_t start = parent.size() + 1;
+        if (parent.empty() || start >= path.size() || !isAnySeparator(path[start - 1])) {
+            return false;
+        }
+        const std::wstring_view name = path.substr(start);
+        if (std::any_of(name.begin(), name.end(), isAnySeparator) ||
+            path.substr(0, start - 1) != parent || !m_disk.isPlainName(name)) {
+            return false;
+        }
+        place.parent = view;
+        place.name.assign(name);
+        return true;
+    };
+    int looks = 0;
+    for (auto view = m_views.begin(); view != m_views.end() && looks < kQuickLooks;
+         ++view, ++looks) {
+        if (take(*view)) {
+            m_views.splice(m_views.begin(), m_views, view);
+            return true;
+        }
+    }
+    looks = 0;
+    for (auto view = m_pinned.rbegin(); view != m_pinned.rend() && looks < kQuickLooks;
+         ++view, ++looks) {
+        if (take(*view)) {
+            return true;
+        }
+    }
+    return false;
+}
+
 DWORD Transaction::locate(const wchar_t* path, Place& place) {
+    if (path == nullptr) {
+        return ERROR_PATH_NOT_FOUND;
+    }
+    const std::wstring_view spelled(path);
+    if (locateQuickly(spelled, place)) {
+        return ERROR_SUCCESS;
+    }
     const DWORD error = m_disk.normalize(path, m_text);
     if (error != ERROR_SUCCESS) {
         return error;
@@ -183,6 +249,9 @@ DWORD Transaction::locate(const wchar_t* path, Place& place) {
         place.parent = cached(std::wstring_view(m_text).substr(0, separator));
         if (place.parent != nullptr) {
             place.name.assign(m_text, separator + 1);
+            if (isOnlySeparatorsAway(spelled, m_text)) {
+                place.parent->spelled.assign(spelled.substr(0, separator));
+            }
             return ERROR_SUCCESS;
         }
     }
@@ -272,14 +341,14 @@ DWORD Transaction::openText(const std::wstring& text, ViewPtr& view) {
 DWORD Transaction::openChanged(const std::wstring& text, const std::wstring& canonical,
                                bool& isChanged, ViewPtr& view) {
     isChanged = false;
-    for (const auto& [folded, changes] : m_changes) {
+    for (auto& [folded, changes] : m_changes) {
         if (!isBelow(foldPath(canonical), folded)) {
             continue;
         }
         const std::size_t start = folded.back() == L'/' ? folded.size() : folded.size() + 1;
         const std::size_t end = canonical.find(L'/', start);
         const std::wstring name = m_disk.fold(canonical.substr(start, end - start));
-        if (changes.removed.count(name) != 0) {
+        if (changes.removed.contains(name)) {
             return ERROR_PATH_NOT_FOUND;
         }
         const auto found = changes.others.find(name);
@@ -310,7 +379,7 @@ DWORD Transaction::stepInto(const ViewPtr& parent, const std::wstring& name,
                             const std::wstring& text, ViewPtr& view) {
     const Place place{parent, name};
     const Standing stands = standing(place);
-    if (stands.directory == nullptr) {
+    if (!stands.exists()) {
         return ERROR_FILE_NOT_FOUND;
     }
     makeRoom();
@@ -318,7 +387,8 @@ DWORD Transaction::stepInto(const ViewPtr& parent, const std::wstring& name,
     found->text = text;
     found->canonical = join(parent->canonical, name);
     found->staged = stands.staged;
-    DWORD error = m_disk.openBelow(stands.directory, stands.name, Links::Refuse, found->directory);
+    DWORD error =
+        m_disk.openBelow(stands.directory(), stands.name(), Links::Refuse, found->directory);
     if (error == ERROR_CANT_RESOLVE_FILENAME) {
         if (stands.staged) {
             // Work through a staged link would change its target at once.

@@ -173,6 +173,13 @@ TEST(Arguments, NamesTheVerbThatWasMeant) {
     EXPECT_EQ(L"", accepted({L"--help"}).name);
 }
 
+TEST(Arguments, EndsTheOptionsWhereverTheHyphensStand) {
+    EXPECT_EQ((Texts{L"a", L"-b"}), accepted({L"copy", L"a", L"--", L"-b"}).operands);
+    EXPECT_EQ((Texts{L"a", L"--"}), accepted({L"copy", L"--verify", L"a", L"--", L"--"}).operands);
+    EXPECT_EQ((Texts{L"k", L"-h"}), accepted({L"registry", L"get", L"k", L"--", L"-h"}).operands);
+    EXPECT_EQ(L"--since", accepted({L"delete", L"a", L"--trace", L"--since", L"--"}).traceFile);
+}
+
 TEST(Arguments, TakesASingleHyphenForAPath) {
     EXPECT_EQ(Texts{L"-"}, accepted({L"delete", L"-"}).operands);
 }

@@ -7,8 +7,10 @@ namespace Tallowmere::command {
 namespace {
 
 constexpr std::wstring_view kUsage = L"usage: ";
-constexpr std::size_t kWidth = 84;
-constexpr const wchar_t* kTraceMeaning = L"write what the library does into FILE";
+/// Where a usage goes on that is longer than a line of a usual terminal.
+constexpr std::size_t kWidth = 80;
+constexpr std::size_t kIndent = 12;
+constexpr Option kTrace = {L"--trace", L"write what the library does into FILE", L"FILE"};
 
 std::wstring padded(std::wstring text, std::size_t width) {
     text.resize(std::max(text.size() + 2, width), L' ');
@@ -24,17 +26,20 @@ std::wstring usageLine(const Verb& verb) {
     std::wstring text = L"kest " + fullName(verb);
     text += *verb.operands == L'\0' ? L"" : L" ";
     text += verb.operands;
-    std::size_t column = text.size() + kUsage.size();
-    for (Option option : verb.options) {
-        std::wstring piece = L" [" + written(option) + L"]";
-        if (column + piece.size() > kWidth) {
-            text += L"\n           ";
-            column = 11;
+    std::size_t column = kUsage.size() + text.size();
+    std::vector<Option> options = verb.options;
+    options.push_back(kTrace);
+    for (const Option& option : options) {
+        const std::wstring piece = L"[" + written(option) + L"]";
+        if (column + 1 + piece.size() >= kWidth) {
+            text += L"\n" + std::wstring(kIndent, L' ') + piece;
+            column = kIndent + piece.size();
+        } else {
+            text += L" " + piece;
+            column += 1 + piece.size();
         }
-        column += piece.size();
-        text += piece;
     }
-    return text + L" [--trace FILE]\n";
+    return text + L"\n";
 }
 
 /// The usage of all verbs of that name, one below the other.
@@ -68,7 +73,7 @@ std::wstring overview() {
            L"\n"
            L"Options of every command:\n"
            L"  --trace FILE  " +
-           kTraceMeaning +
+           kTrace.meaning +
            L"\n"
            L"  --help, -h    say how to use the command\n"
            L"  --            what follows is no option, whatever it begins with\n"
@@ -84,7 +89,7 @@ std::wstring helpOf(const Verb& verb) {
     text += verb.text;
     text += L"\nOptions:\n";
     std::vector<Option> options = verb.options;
-    options.push_back({L"--trace", kTraceMeaning, L"FILE"});
+    options.push_back(kTrace);
     options.push_back({L"--help, -h", L"say this"});
     std::size_t width = 0;
     for (const Option& option : options) {

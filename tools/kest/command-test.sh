@@ -60,9 +60,9 @@ declare -A usage=(
     [recover]='usage: kest recover PATH [--json] [--trace FILE]'
     [live]='usage: kest live PATH [--json] [--trace FILE]'
     [when]='usage: kest when PATH [--json] [--trace FILE]'
-    [trace]='usage: kest trace FILE... [--severity LEVEL] [--since TIME] [--until TIME] [--thread NUMBER]
-           [--module NAME] [--process TEXT] [--text TEXT] [--follow] [--summary] [--json]
-           [--html PAGE] [--trace FILE]'
+    [trace]='usage: kest trace FILE... [--severity LEVEL] [--since TIME] [--until TIME]
+            [--thread NUMBER] [--module NAME] [--process TEXT] [--text TEXT]
+            [--follow] [--summary] [--json] [--html PAGE] [--trace FILE]'
     [programs]='usage: kest programs [NAME] [--json] [--trace FILE]'
     [registry]='usage: kest registry get KEY [NAME] [--json] [--trace FILE]
        kest registry keys KEY [--json] [--trace FILE]
@@ -175,6 +175,12 @@ expect "copy with a trace" 0 "" "" copy source old --trace 'trace Ж.log'
 traced=$(text_of 'trace Ж.log' | cut -f 2,4- | sed -E 's/L[0-9]{5} +\t/\t/' | grep -F 'Grüße')
 compare "the trace" $'INFO    \tTransactedFS:\tDeleteFileTransacted old\\inner\\Grüße 日本
 INFO    \tTransactedFS:\tCopyFileTransacted source\\inner\\Grüße 日本 -> old\\inner\\Grüße 日本' "$traced"
+"${kest[@]}" trace 'trace Ж.log' --text Grüße --severity=info >traced.text 2>.errors
+compare "reading it: exit status" 0 $?
+compare "reading it: errors" "" "$(text_of .errors)"
+compare "reading it" $'DeleteFileTransacted old\\inner\\Grüße 日本
+CopyFileTransacted source\\inner\\Grüße 日本 -> old\\inner\\Grüße 日本' "$(text_of traced.text | cut -f 5-)"
+rm traced.text
 expect "the other form of the option" 0 "" "" --trace=trace2.log delete new
 compare "a trace line for the tree itself" 1 \
     "$(text_of trace2.log | cut -f 5- | grep -cxF 'RemoveDirectoryTransacted \\?\new')"

@@ -4,16 +4,20 @@ namespace Tallowmere {
 
 FunctionTrace::FunctionTrace(const char* function, const char* file, int line)
     : function(function), file(file), line(line) {
+    detail::LogStatement statement;
     *Recorder::instance() << L"!~Sev:INFO" << L"!~Fil:" << file << L"!~Lin:" << line << "<Entering "
                           << function << '\n';
     Recorder::instance()->flush();
+    statement.end();
 }
 
 FunctionTrace::~FunctionTrace() {
     try {
+        detail::LogStatement statement;
         *Recorder::instance() << L"!~Sev:INFO" << L"!~Fil:" << file << L"!~Lin:" << line
                               << "Exiting " << function << ">" << '\n';
         Recorder::instance()->flush();
+        statement.end();
     } catch (...) {
         // Our choice: the trace must not end a process whose exception is on its way to its
         // catcher.

@@ -199,6 +199,13 @@ def load_with_registry(rounds):
     return rows
 
 
+def load_under_wine():
+    """What Windows' loader takes under Wine; nothing where that, or Kest.dll, is not there."""
+    made = subprocess.run([f"{HERE}/bench-wine.sh"], capture_output=True, text=True, stdin=subprocess.DEVNULL)
+    rows = [line.split("\t") for line in made.stdout.splitlines() if "\t" in line]
+    return [(what, bench_report.shown_time(float(microseconds) * 1000)) for what, microseconds in rows]
+
+
 def binary_sizes():
     """Bytes without what is for debuggers alone."""
     rows = []
@@ -284,7 +291,7 @@ def main():
     options.add_argument("--repetitions", type=int, default=7)
     chosen = options.parse_args()
     begun = time.time()
-    figures, counts, loaded, tree_rows = Figures(), {}, [], None
+    figures, counts, loaded, under_wine, tree_rows = Figures(), {}, [], [], None
 
     pattern = chosen.only or "."
     say("Single calls ...")
@@ -298,6 +305,7 @@ def main():
         say("Loading ...")
         load_times(figures, 200)
         loaded = load_with_registry(15)
+        under_wine = load_under_wine()
         if shutil.which("valgrind"):
             say("Instructions ...")
             counts = count_instructions()
@@ -356,6 +364,11 @@ def main():
     if loaded:
         report.section("Loading with a registry", "A fresh process that is linked with the library; the registry's text has that many keys.")
         report.table(["keys", "from start to end"], loaded)
+    if under_wine:
+        report.section("Loading under Wine", "LoadLibrary in a fresh process. The library reads the list of installed programs while it is loaded.")
+        report.table(["what", "time"], under_wine)
+    elif not chosen.only:
+        report.section("Loading under Wine", "Not measured: it needs Wine, MinGW-w64 and build/windows/bin/Kest.dll (make test builds it).")
     sizes = binary_sizes() if not chosen.only else []
     if sizes:
         report.section("Size", "Without what is for debuggers alone.")

@@ -91,16 +91,16 @@ void rest() {
 // In a process with a single thread nothing has to be atomic, which is most of what an atomic
 // operation costs. The C library says so, and does the same.
 
-inline bool takesAtOnce(Mutex& mutex) {
+inline bool takesAtOnce(Mutex& mutex, Word taken = kTaken) {
     if (__libc_single_threaded) {
         if (mutex.word.load(std::memory_order_relaxed) != kFree) {
             return false;
         }
-        mutex.word.store(kTaken, std::memory_order_relaxed);
+        mutex.word.store(taken, std::memory_order_relaxed);
         return true;
     }
     std::uint32_t expected = kFree;
-    return mutex.word.compare_exchange_strong(expected, kTaken, std::memory_order_acquire,
+    return mutex.word.compare_exchange_strong(expected, taken, std::memory_order_acquire,
                                               std::memory_order_relaxed);
 }
 
@@ -109,19 +109,24 @@ inline bool takesAtOnce(Mutex& mutex) {
 bool takesWithin(Mutex& mutex, const timespec* end) {
     // Whoever has it is mostly done sooner than a thread is sent to sleep and woken.
     static const int s_tries = ::sysconf(_SC_NPROCESSORS_ONLN) > 1 ? 100 : 0;
-    for (int i = 0; i < s_tries; ++i) {
-        if (mutex.word.load(std::memory_order_relaxed) == kFree && takesAtOnce(mutex)) {
+    for (Word taken = kTaken;; taken = kTakenAndWaitedFor) {
+        for (int i = 0; i < s_tries; ++i) {
+            if (mutex.word.load(std::memory_order_relaxed) == kFree && takesAtOnce(mutex, taken)) {
+                return true;
+            }
+            rest();
+        }
+        // A thread that was woken does not know whether others sleep as well: it takes the mutex as
+        // one that is waited for. And it tries again before it sleeps again, or each release would
+        // go to wake it, in vain.
+        if (mutex.word.exchange(kTakenAndWaitedFor, std::memory_order_acquire) == kFree) {
             return true;
         }
-        rest();
-    }
-    while (mutex.word.exchange(kTakenAndWaitedFor, std::memory_order_acquire) != kFree) {
         if (futex(mutex.word, FUTEX_WAIT_BITSET, kTakenAndWaitedFor, end) != 0 &&
             errno == ETIMEDOUT) {
             return false;
         }
     }
-    return true;
 }
 
 bool takesWithin(Mutex& mutex, DWORD milliseconds) {

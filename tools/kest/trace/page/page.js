@@ -34,6 +34,7 @@ const own = new Map(data.own);
 const untimed = new Set(data.untimed);
 const unfinished = new Set(data.unfinished);
 const parts = new Set(data.part);
+const within = new Map(data.within);
 const places = data.places.map(([name, line]) => ({ name, line: ":" + line }));
 
 // What a line is: the first four are severities.
@@ -47,7 +48,7 @@ for (let row = 0; row < count; ++row) {
   classOf[row] = kind >= 48 && kind <= 51 ? kind - 48 : kinds[row] === "r" ? kRolledOver : kOdd;
 }
 const isLine = (row) => classOf[row] < kOdd;
-const isBad = (row) => classOf[row] === 2 || classOf[row] === 3;
+const isBad = (row) => classOf[row] === 2 || classOf[row] === 3 || within.get(row) >= 2;
 const kReasons = {
   T: "it does not begin with a time", S: "no severity behind the time", H: "no thread behind the severity",
   P: "no place behind the thread", L: "the rest of a line that is too long",
@@ -331,6 +332,7 @@ function rowElement(index) {
   if (own.has(row)) message.append(make("span", "badge", "earlier than a line before it"));
   if (unfinished.has(row)) message.append(make("span", "badge", "cut here"));
   if (parts.has(row)) message.append(make("span", "badge", "goes on"));
+  if (within.has(row)) message.append(make("span", "badge", "another line stands in it: " + kTitles[within.get(row)]));
   element.append(message);
   return element;
 }
@@ -394,9 +396,9 @@ function showDetail() {
   const at = lowerBound(lane.rows, row);
   if (at > 0) fact(all, "After", span(when[row] - when[lane.rows[at - 1]]));
   if (at + 1 < lane.rows.length) fact(all, "Until the next", span(when[lane.rows[at + 1]] - when[row]));
-  const within = callsAround(row);
-  if (within.length) {
-    fact(all, "In", within.flatMap((call, index) => {
+  const around = callsAround(row);
+  if (around.length) {
+    fact(all, "In", around.flatMap((call, index) => {
       const button = make("button", "", visible(call.name));
       button.type = "button";
       button.title = span(when[call.end] - when[call.begin]);
@@ -407,6 +409,7 @@ function showDetail() {
   detail.append(all);
   if (classOf[row] === kOdd) detail.append(make("p", "odd", "Not a line of a trace: " + kReasons[kinds[row]] + "."));
   if (own.has(row)) detail.append(make("p", "odd", "Earlier than a line before it in its file: the clock was set, or something has written what looks like a line."));
+  if (within.has(row)) detail.append(make("p", "odd", "Another line stands in its message, " + kTitles[within.get(row)] + ": the line feed between them was swallowed, or something has written what looks like a line."));
   const text = make("pre");
   const kAtMost = 100000;
   appendMarked(text, texts[row].slice(0, kAtMost));

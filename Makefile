@@ -1,8 +1,8 @@
 # The few things that a person types. What they need and is missing is installed first, from Debian's
 # packages alone.
 
-.PHONY: run test docs bench bench-trees crash powercut trace-page fuzz faults analyze coverage \
-        valgrind hardened format clean install-packages
+.PHONY: run test docs packages reproducible bench bench-trees crash powercut trace-page fuzz faults \
+        analyze coverage valgrind hardened format clean install-packages
 .NOTPARALLEL:
 
 # Builds the command and shows what it does, to a real tree.
@@ -20,6 +20,22 @@ docs:
 	@scripts/install-packages.sh docs
 	@mkdir -p build && doxygen Doxyfile
 	@echo "build/docs/html/index.html"
+
+# Debian's packages, and the archives for Windows: in build/packages.
+packages:
+	@scripts/install-packages.sh packages
+	@for platform in linux windows; do \
+	    cmake --preset $$platform >/dev/null && \
+	    cmake --build --preset $$platform --target kest kest_command && \
+	    scripts/packages.sh $$platform >/dev/null || exit 1; \
+	done
+	@ls build/packages
+
+# That the same packages come out of another folder at another time, byte by byte. Builds the library
+# four times.
+reproducible:
+	@scripts/install-packages.sh packages
+	@for platform in linux windows; do package/reproducible.sh $$platform || exit 1; done
 
 # How long things take. Not part of the tests: a busy machine would fail them.
 bench:

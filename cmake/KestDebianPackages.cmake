@@ -20,13 +20,17 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # The command's own library is none that the machine has yet.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_CURRENT_BINARY_DIR})
 
+find_program(KEST_GZIP gzip REQUIRED)
 kest_install(lib/${CMAKE_LIBRARY_ARCHITECTURE} /usr libkest0 libkest-dev kest EXCLUDE_FROM_ALL)
+install(FILES ${kest_sbom} DESTINATION share/doc/libkest0 COMPONENT libkest0 EXCLUDE_FROM_ALL)
 # In its own place the command finds the library without being told where. And as debhelper does: no
-# compiler's names in the files.
+# compiler's names in the files, and the manual page is compressed.
 set(root "\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}")
 install(CODE "file(RPATH_REMOVE FILE \"${root}/${CMAKE_INSTALL_BINDIR}/kest\")
     execute_process(COMMAND \"${CMAKE_OBJCOPY}\" --remove-section=.comment
-                            \"${root}/${CMAKE_INSTALL_BINDIR}/kest\" COMMAND_ERROR_IS_FATAL ANY)"
+                            \"${root}/${CMAKE_INSTALL_BINDIR}/kest\" COMMAND_ERROR_IS_FATAL ANY)
+    execute_process(COMMAND \"${KEST_GZIP}\" -9nf \"${root}/${CMAKE_INSTALL_MANDIR}/man1/kest.1\"
+                    COMMAND_ERROR_IS_FATAL ANY)"
         COMPONENT kest EXCLUDE_FROM_ALL)
 install(CODE "execute_process(
     COMMAND \"${CMAKE_OBJCOPY}\" --remove-section=.comment
@@ -34,7 +38,6 @@ install(CODE "execute_process(
     COMMAND_ERROR_IS_FATAL ANY)" COMPONENT libkest0 EXCLUDE_FROM_ALL)
 
 # The package `package`, with what Debian wants of each: the owners, the changes, a description.
-find_program(KEST_GZIP gzip REQUIRED)
 function(kest_debian_package package section summary description)
     set(doc share/doc/${package})
     install(FILES ${debian}/copyright DESTINATION ${doc} COMPONENT ${package} EXCLUDE_FROM_ALL)

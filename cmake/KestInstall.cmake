@@ -89,5 +89,3 @@ if(MINGW)
         install(FILES ${path} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT library)
     endforeach()
 endif()
-
-include(KestPackages)

@@ -84,11 +84,12 @@ function(kest_system_libraries target)
     endif()
 endfunction()
 
-# For what is shipped. Calls between libraries are bound at the start and cannot be redirected later
-# (the Windows linker has its like on by default).
+# For what is shipped. Calls between libraries are bound at the start and cannot be redirected later, and
+# a name that nobody defines is found when the library is linked (the Windows linker has its like on by
+# default).
 function(kest_harden target)
     if(NOT WIN32 AND NOT KEST_SANITIZERS)
-        target_link_options(${target} PRIVATE -Wl,-z,relro,-z,now)
+        target_link_options(${target} PRIVATE -Wl,-z,relro,-z,now,-z,defs)
     endif()
 endfunction()
 

@@ -4,9 +4,10 @@
 
 # Macros of the headers that the build uses.
 execute_process(COMMAND ${CMAKE_COMMAND} -E echo
-                        "#include <boost/version.hpp>\n#include <cstddef>\n#include <cstdio>"
+                        "#include <boost/version.hpp>\n#include <CLI/Version.hpp>\n#include <cstddef>\n#include <cstdio>"
                 OUTPUT_FILE ${CMAKE_CURRENT_BINARY_DIR}/versions.cpp)
 execute_process(COMMAND ${CMAKE_CXX_COMPILER} -E -dM -isystem ${CMAKE_CURRENT_BINARY_DIR}/boost-headers
+                        -isystem ${CMAKE_CURRENT_BINARY_DIR}/cli11-headers
                         ${CMAKE_CURRENT_BINARY_DIR}/versions.cpp
                 OUTPUT_VARIABLE kest_macros COMMAND_ERROR_IS_FATAL ANY)
 function(kest_macro name result)
@@ -21,6 +22,10 @@ math(EXPR boost_major "${boost} / 100000")
 math(EXPR boost_minor "${boost} / 100 % 1000")
 math(EXPR boost_patch "${boost} % 100")
 set(boost ${boost_major}.${boost_minor}.${boost_patch})
+kest_macro(CLI11_VERSION_MAJOR cli11_major)
+kest_macro(CLI11_VERSION_MINOR cli11_minor)
+kest_macro(CLI11_VERSION_PATCH cli11_patch)
+set(cli11 ${cli11_major}.${cli11_minor}.${cli11_patch})
 if(MINGW)
     # Debian's cross compiler calls itself 12-posix; the package that its library comes in knows better.
     execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=libstdc++-6.dll
@@ -86,6 +91,7 @@ endfunction()
 
 set(runtime_licence "GPL-3.0-or-later WITH GCC-exception-3.1")
 kest_component(boost Boost ${boost} BSL-1.0 "" STATIC_LINK "Headers alone, of lexical_cast.")
+kest_component(cli11 CLI11 ${cli11} BSD-3-Clause "" STATIC_LINK "Headers alone, in the command kest.")
 if(WIN32)
     kest_macro(__MINGW64_VERSION_MAJOR major)
     kest_macro(__MINGW64_VERSION_MINOR minor)
@@ -122,14 +128,14 @@ kest_component(cmake CMake ${CMAKE_VERSION} BSD-3-Clause "" BUILD_TOOL_OF "What 
 # The same content has the same name, another one another: no time and no chance in it.
 string(UUID kest_uuid NAMESPACE 6ba7b811-9dad-11d1-80b4-00c04fd430c8
        NAME "kest ${PROJECT_VERSION} ${CMAKE_SYSTEM_NAME} ${kest_packages}" TYPE SHA1)
-# The time of the sources, so that two builds of them have the same list: SOURCE_DATE_EPOCH, the commit,
-# or, with neither, now.
+# The time of the newest entry of the list of changes, so that two builds have the same list, unless
+# SOURCE_DATE_EPOCH names another.
 if(NOT DEFINED ENV{SOURCE_DATE_EPOCH})
-    execute_process(COMMAND git -C ${CMAKE_CURRENT_SOURCE_DIR} log -1 --format=%ct
-                    OUTPUT_VARIABLE epoch OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
-    if(epoch)
-        set(ENV{SOURCE_DATE_EPOCH} ${epoch})
-    endif()
+    file(STRINGS ${CMAKE_CURRENT_SOURCE_DIR}/package/debian/changelog changed REGEX "^ -- " LIMIT_COUNT 1)
+    string(REGEX REPLACE "^.*>  " "" changed "${changed}")
+    execute_process(COMMAND date -d ${changed} +%s OUTPUT_VARIABLE epoch
+                    OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+    set(ENV{SOURCE_DATE_EPOCH} ${epoch})
 endif()
 string(TIMESTAMP kest_created "%Y-%m-%dT%H:%M:%SZ" UTC)
 if(epoch)
@@ -139,3 +145,6 @@ set(kest_sbom ${CMAKE_CURRENT_BINARY_DIR}/kest.spdx.json)
 configure_file(cmake/kest.spdx.json.in ${kest_sbom}.in @ONLY)
 file(GENERATE OUTPUT ${kest_sbom} INPUT ${kest_sbom}.in)
 install(FILES ${kest_sbom} DESTINATION ${CMAKE_INSTALL_DATADIR}/kest COMPONENT library)
+if(CPACK_GENERATOR STREQUAL "DEB")
+    install(FILES ${kest_sbom} DESTINATION share/doc/libkest0 COMPONENT libkest0 EXCLUDE_FROM_ALL)
+endif()

@@ -52,7 +52,7 @@ install(FILES package/windows/Kest.def DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPO
 # The texts are those that came with the files.
 install(FILES package/windows/licences.txt DESTINATION licences COMPONENT licences
         RENAME README.txt)
-foreach(text gcc-mingw-w64-base mingw-w64-x86-64-dev)
+foreach(text gcc-mingw-w64-base mingw-w64-x86-64-dev libcli11-dev)
     if(EXISTS /usr/share/doc/${text}/copyright)
         install(FILES /usr/share/doc/${text}/copyright DESTINATION licences COMPONENT licences
                 RENAME ${text}.txt)

@@ -11,6 +11,7 @@ link_broken() {
     link=$(ninja -C "build/$platform" -t commands "$target" | tail -n 1)
     compile=${compile//"$top/kest/"/"$broken/$name/kest/"}
     compile=${compile//"-I$top "/"-I$broken/$name "}
+    compile=${compile/"-ffile-prefix-map="/"-ffile-prefix-map=$broken/$name/= -ffile-prefix-map="}
     compile=${compile//"$object"/"$broken/$name/object"}
     link=${link/" $object "/" $broken/$name/object "}
     link=${link/"-o $target "/"-o $broken/$name/$target_name "}
@@ -85,3 +86,26 @@ if [ "$platform" = linux ] && command -v abidiff >/dev/null; then
     check "abidiff finds the exchange" \
         finds "Exception" interface_is_as_dumped "$scratch/broken/swapped/$target_name"
 fi
+
+# A short form of reproducible.sh: one source is compiled in two other folders and linked with the rest,
+# without what a compiler cache remembers, and everything is packed once more, by a packer with other
+# habits.
+links_the_same() {
+    local folder
+    for folder in twin its/other/twin; do
+        mkdir -p "$scratch/broken/$folder" && cp -r kest "$scratch/broken/$folder/" &&
+            CCACHE_DISABLE=1 link_broken "$folder" kest/exports/TransactedExports.cpp || return
+    done
+    cmp "$scratch/broken/twin/$target_name" "$scratch/broken/its/other/twin/$target_name"
+}
+check "another folder gives the same library" links_the_same
+
+packs_the_same() {
+    local again
+    (umask 077 && TZ=Pacific/Auckland scripts/packages.sh "$platform" "$scratch/again") &&
+        test -n "$(ls "$scratch/again")" || return
+    for again in "$scratch/again"/*; do
+        cmp "$again" "build/packages/${again##*/}" || return
+    done
+}
+check "packing once more gives the same packages" packs_the_same

@@ -53,3 +53,17 @@ tells_why() {
         same "old" "$(cat "$place/target/old.txt")" &&
         same $'target/old.txt' "$(cd "$place" && find . -type f ! -name '*.log' -printf '%P\n')"
 }
+
+# The file that README.md shows under that name.
+readme_file() {
+    sed -nE "/^\`\`\`[a-z]+ $1\$/,/^\`\`\`\$/ { /^\`\`\`/d; p }" README.md >"$2/$1" && test -s "$2/$1"
+}
+
+# README.md's ten lines, built in the folder $1, copy a tree in an empty folder.
+ten_lines_copy() {
+    local place
+    place=$(mktemp -d -p "$scratch")
+    make_tree "$place/documents"
+    host_in "$place" "$1" host && same "copied" "$(cat "$scratch/output")" &&
+        diff -r "$place/documents" "$place/backup"
+}

@@ -17,7 +17,7 @@ for folder in proc dev; do
 done
 mount -t tmpfs kest "$scratch/root/tmp"
 mkdir -p "$scratch/root/srv/kest" "$scratch/root/srv/packages"
-cp -r package examples "$scratch/root/srv/kest/"
+cp -r package examples README.md "$scratch/root/srv/kest/"
 cp "$1"/*.deb "$scratch/root/srv/packages/"
 shift
 exec env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 HOME=/tmp \

@@ -58,6 +58,24 @@ check "it copies a tree" copies "$scratch/pc-c-host" c-host
 check "cpp-host builds with pkg-config" build_with_pkg_config cpp-host g++ main.cpp
 check "it copies a tree" copies "$scratch/pc-cpp-host" cpp-host
 
+# The ten lines of README.md, with its CMake file and without.
+mkdir "$scratch/ten" "$scratch/ten/pc"
+ten_lines_with_cmake() {
+    readme_file host.cpp "$scratch/ten" && readme_file CMakeLists.txt "$scratch/ten" &&
+        cmake -S "$scratch/ten" -B "$scratch/ten/build" && cmake --build "$scratch/ten/build"
+}
+ten_lines_with_pkg_config() {
+    # shellcheck disable=SC2046
+    c++ -std=c++17 "$scratch/ten/host.cpp" $(pkg-config --cflags --libs kest) -o "$scratch/ten/pc/host"
+}
+check "README.md's ten lines build with find_package" ten_lines_with_cmake
+check "they copy a tree" ten_lines_copy "$scratch/ten/build"
+check "README.md's ten lines build with pkg-config" ten_lines_with_pkg_config
+check "they copy a tree" ten_lines_copy "$scratch/ten/pc"
+
+check "kest-history builds with find_package" build_with_cmake history
+check "it keeps a history" examples/history/test.sh "$scratch/history/kest-history"
+
 # A host that is not built at all.
 mkdir "$scratch/python"
 ln -s "$PWD/examples/python-host/python-host.py" "$scratch/python/python-host"

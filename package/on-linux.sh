@@ -52,9 +52,12 @@ host_path() {
     printf '%s' "$1"
 }
 
-# A key of the registry with one subkey and its value, in the folder $1.
+# A key of the registry with one subkey and its value, in the folder $1, beside the two keys that the
+# library reads while it is being loaded.
 make_registry_value() {
     printf '%s\n' 'Windows Registry Editor Version 5.00' '' \
+        '[HKEY_CLASSES_ROOT\Installer\Products]' '' \
+        '[HKEY_LOCAL_MACHINE\Software\Microsoft\Windows\CurrentVersion\Installer\Folders]' '' \
         '[HKEY_CURRENT_USER\Software\KestContract\one]' '"Name"="x"' >"$1/registry"
 }
 

@@ -7,7 +7,7 @@ holds_what_is_installed() {
         "$(cd "$kest" && find . -type f | sort)"
 }
 check "the archive holds what an install holds" holds_what_is_installed
-for text in README GPL-3 gcc-mingw-w64-base mingw-w64-x86-64-dev; do
+for text in README GPL-3 gcc-mingw-w64-base mingw-w64-x86-64-dev libcli11-dev; do
     check "it holds licences/$text.txt" test -s "$kest/licences/$text.txt"
 done
 
@@ -35,6 +35,15 @@ debug_information_fits() {
 for file in bin/Kest.dll bin/kest.exe; do
     check "the debug information of $file fits it" debug_information_fits "$file"
 done
+
+# The ten lines of README.md, with nothing but the unpacked archive and the compiler.
+ten_lines_build() {
+    mkdir "$scratch/ten" && readme_file host.cpp "$scratch/ten" &&
+        x86_64-w64-mingw32-g++-posix -std=c++17 "$scratch/ten/host.cpp" -I"$kest/include" \
+            -L"$kest/lib" -lKest -o "$scratch/ten/host.exe"
+}
+check "README.md's ten lines build" ten_lines_build
+check "they copy a tree" ten_lines_copy "$scratch/ten"
 
 # Another tool chain's import library is made of the list.
 links_by_the_list() {

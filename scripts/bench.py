@@ -88,7 +88,7 @@ def run_benchmarks(figures, pattern, repetitions, seconds, exclude=None):
                "--benchmark_enable_random_interleaving=true"]
     if exclude:
         listed = run([f"{BUILD}/bench/kest_bench", "--benchmark_list_tests=true"]).split("\n")
-        chosen = [re.escape(name) for name in listed
+        chosen = [re.sub(r"([.\[\](){}*+?|^$\\])", r"\\\1", name) for name in listed
                   if name and re.search(pattern, name) and not re.search(exclude, name)]
         if not chosen:
             return

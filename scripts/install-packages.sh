@@ -1,7 +1,7 @@
 #!/bin/bash
 # Installs the Debian packages that a goal of the Makefile needs and that are not there yet, and
-# nothing else: install-packages.sh run|test|docs|bench|bench-trees|powercut|trace-page|fuzz|analyze|coverage|
-# valgrind|format. Says what it does; when nothing is missing it does nothing and says nothing.
+# nothing else: install-packages.sh run|test|docs|packages|bench|bench-trees|powercut|trace-page|fuzz|
+# analyze|coverage|valgrind|format. Says what it does; when nothing is missing it does nothing and says nothing.
 set -euo pipefail
 
 run=(g++ make cmake ninja-build libboost-dev libcli11-dev)
@@ -19,13 +19,20 @@ test)
         g++-mingw-w64-x86-64-posix wine64 wine
         # What holds for every value.
         librapidcheck-dev
+        # A terminal for the command.
+        tmux
         # What tests call: extended attributes, the package's hosts, and what kills and power cuts need.
         attr "${powercut[@]}"
+        # The packages: what makes them, and what looks at them from outside.
+        dpkg-dev lintian abigail-tools
         # The documents: the reference, and the scripts that hold them against the sources.
         doxygen python3)
     ;;
 docs)
     wanted=(doxygen)
+    ;;
+packages)
+    wanted=("${run[@]}" g++-mingw-w64-x86-64-posix dpkg-dev)
     ;;
 powercut)
     wanted=("${run[@]}" "${powercut[@]}")
@@ -57,7 +64,7 @@ format)
     wanted=(clang-format)
     ;;
 *)
-    echo "usage: install-packages.sh run|test|docs|bench|bench-trees|powercut|trace-page|fuzz|analyze|coverage|valgrind|format" >&2
+    echo "usage: install-packages.sh run|test|docs|packages|bench|bench-trees|powercut|trace-page|fuzz|analyze|coverage|valgrind|format" >&2
     exit 2
     ;;
 esac

@@ -1,10 +1,11 @@
 #!/bin/bash
-# Packs what was built: packages.sh linux|windows [CHECKOUT]. The Debian packages, or the archives for
-# Windows, are in build/packages afterwards. Two runs on the same sources give the same files, byte by
-# byte, wherever and whenever they take place: package/reproducible.sh sees to it.
+# Packs what was built: packages.sh linux|windows [FOLDER]. The Debian packages, or the archives for
+# Windows, are in FOLDER afterwards, by default build/packages. Two runs on the same sources give the
+# same files, byte by byte, wherever and whenever they take place: package/reproducible.sh sees to it.
 set -euo pipefail
-cd "${2:-$(dirname "${BASH_SOURCE[0]}")/..}"
-platform=${1:?usage: packages.sh linux|windows [CHECKOUT]}
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+platform=${1:?usage: packages.sh linux|windows [FOLDER]}
+folder=${2:-build/packages}
 build=build/$platform
 case $platform in
 linux)
@@ -14,7 +15,7 @@ windows)
     kind=zip
     ;;
 *)
-    echo "usage: packages.sh linux|windows [CHECKOUT]" >&2
+    echo "usage: packages.sh linux|windows [FOLDER]" >&2
     exit 2
     ;;
 esac
@@ -29,7 +30,7 @@ umask 022
 # custom and stands in ours already; it knows no Multi-Arch; and the list of a debug package names files
 # by where they were built, and has no copyright.
 mend_debian_package() {
-    local tree=$work/tree name
+    local tree=$work/tree name level=6
     rm -rf "$tree"
     dpkg-deb --raw-extract "$1" "$tree"
     sed -i '/^$/d' "$tree/DEBIAN/control"
@@ -39,27 +40,28 @@ mend_debian_package() {
     *-dbgsym)
         mkdir -p "$tree/usr/share/doc"
         ln -s "${name%-dbgsym}" "$tree/usr/share/doc/$name"
+        level=1  # Large, and seldom fetched.
         (cd "$tree" && find usr -type f -exec md5sum {} +) | sort -k 2 >"$tree/DEBIAN/md5sums"
         ;;
     libkest*)
         echo "Multi-Arch: same" >>"$tree/DEBIAN/control"
         ;;
     esac
-    dpkg-deb --root-owner-group --build "$tree" "$2"
+    dpkg-deb --root-owner-group -z$level --build "$tree" "$2"
 }
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cpack --config "$build/CPackConfig.cmake" -B "$work"
-mkdir -p build/packages
-rm -f build/packages/*."$kind"
+mkdir -p "$folder"
+rm -f "$folder"/*."$kind"
 case $platform in
 linux)
     for package in "$work"/*.deb "$work"/*.ddeb; do
-        mend_debian_package "$package" "build/packages/$(basename "${package/%.ddeb/.deb}")"
+        mend_debian_package "$package" "$folder/$(basename "${package/%.ddeb/.deb}")"
     done
     ;;
 windows)
-    mv "$work"/*.zip build/packages/
+    mv "$work"/*.zip "$folder/"
     ;;
 esac

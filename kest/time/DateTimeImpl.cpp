@@ -1,7 +1,9 @@
 #include "kest/time/DateTimeImpl.h"
 
+#include <bit>
 #include <boost/lexical_cast.hpp>
 #include <boost/throw_exception.hpp>
+#include <cstring>
 #include <exception>
 #include <limits>
 #include <locale>
@@ -28,10 +30,11 @@ constexpr SYSTEMTIME kInvalid = {65535, 65535, 65535, 65535, 65535, 65535, 65535
 
 /// FileTimeToSystemTime on a signed count; false when the system refuses.
 bool fromTicks(std::int64_t ticks, SYSTEMTIME& time) {
-    const auto bits = static_cast<std::uint64_t>(ticks);
-    FILETIME fileTime{};
-    fileTime.dwLowDateTime = static_cast<DWORD>(bits);
-    fileTime.dwHighDateTime = static_cast<DWORD>(bits >> 32);
+    // Both halves at once, as the system reads them; the lower one comes first. Written one after
+    // the other they would not have arrived yet.
+    static_assert(std::endian::native == std::endian::little && sizeof(FILETIME) == sizeof(ticks));
+    FILETIME fileTime;
+    std::memcpy(&fileTime, &ticks, sizeof(fileTime));
     return os().FileTimeToSystemTime(&fileTime, &time) != FALSE;
 }
 

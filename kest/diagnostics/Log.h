@@ -47,6 +47,7 @@ public:
     LogStatement(const LogStatement&) = delete;
     LogStatement& operator=(const LogStatement&) = delete;
 
+    /// It has come to its own end: nothing is to be done any more.
     void end() { m_hasEnded = true; }
 
 private:

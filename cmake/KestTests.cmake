@@ -72,7 +72,7 @@ kest_add_tests(kest_tests)
 if(NOT KEST_SANITIZERS)
     add_test(NAME planted_libraries
              COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/scripts/planted-libraries-test.sh
-                     $<TARGET_FILE:kest_command> ${CMAKE_C_COMPILER} ${CMAKE_CROSSCOMPILING_EMULATOR})
+                     ${CMAKE_BINARY_DIR} ${CMAKE_C_COMPILER} ${CMAKE_CROSSCOMPILING_EMULATOR})
     set_tests_properties(planted_libraries PROPERTIES TIMEOUT 300)
 endif()
 

@@ -2,15 +2,21 @@
 # Proves that the command loads nothing from where it is started or from the search path of programs:
 # both are full of libraries that say so when they are loaded, under every name that might be asked for.
 #
-#   planted-libraries-test.sh PROGRAM [COMPILER [RUNNER]]
+#   planted-libraries-test.sh BUILD [COMPILER [RUNNER]]
+#
+# The command is the installed one. In the build's own folder it also looks into the current one: CMake
+# fills the place for the path of an installed library with colons.
 set -euo pipefail
-program=$(readlink -f "${1:?usage: planted-libraries-test.sh PROGRAM [COMPILER [RUNNER]]}")
+build=$(readlink -f "${1:?usage: planted-libraries-test.sh BUILD [COMPILER [RUNNER]]}")
 compiler=${2:-cc}
 runner=${3:+$(readlink -f "$3")}
 world=$(mktemp -d)
 trap 'rm -rf "$world"' EXIT
 mkdir "$world/planted" "$world/from"
 echo content >"$world/from/file"
+cmake --install "$build" --prefix "$world/installed" >/dev/null
+program=$world/installed/bin/kest
+[[ -e $program ]] || program+=.exe
 
 if [[ $program == *.exe ]]; then
     cat >"$world/planted.c" <<'SOURCE'

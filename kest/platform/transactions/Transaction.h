@@ -175,6 +175,7 @@ private:
     DWORD locateText(const std::wstring& text, Place& place);
     DWORD locateDirectory(const std::wstring& text, ViewPtr& view);
     DWORD openText(const std::wstring& text, ViewPtr& view);
+    bool isElsewhere(const std::wstring& text, const std::wstring& canonical) const;
     DWORD openChanged(const std::wstring& text, const std::wstring& canonical, bool& isChanged,
                       ViewPtr& view);
     DWORD stepInto(const ViewPtr& parent, const std::wstring& name, const std::wstring& text,
@@ -265,6 +266,11 @@ private:
     Kind m_lastKind = Kind::File;
     std::uint64_t m_lastSearch = 0;
     std::uint64_t m_searchCount = 0;
+    /// The directory that is known to be one and no link, because a search gave it as one last or it
+    /// is being removed as one: its text, and where it stands. It is entered as that or not at all,
+    /// whatever a rival has put in its place since.
+    std::wstring m_enteredText;
+    std::wstring m_enteredCanonical;
     /// The directory that a search has just read to its end, and how many entries the disk has
     /// there; -1 when some of them are hidden.
     std::wstring m_listedDirectory;

@@ -424,6 +424,8 @@ DWORD Transaction::removeDirectory(const wchar_t* path) {
     if (stands.staged) {
         return remove(place, stands, kind);
     }
+    m_enteredText = join(place.parent->text, place.name);
+    m_enteredCanonical = canonical;
     error = checkEmpty(place);
     if (error != ERROR_SUCCESS) {
         return error;

@@ -105,6 +105,10 @@ DWORD Transaction::findNext(HANDLE handle, Search& search, WIN32_FIND_DATAW& dat
         m_lastDirectory = search.m_view;
         m_lastName = record.name;
         m_lastKind = record.kind;
+        if (record.kind == Kind::Directory) {
+            m_enteredText = join(search.m_text, record.name);
+            m_enteredCanonical = join(search.m_canonical, record.name);
+        }
         m_lastSearch = search.m_number;
         return fill(record, data);
     }

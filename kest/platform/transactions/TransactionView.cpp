@@ -333,9 +333,28 @@ DWORD Transaction::openText(const std::wstring& text, ViewPtr& view) {
     if (error != ERROR_SUCCESS || isChanged) {
         return error;
     }
+    if (isElsewhere(text, found->canonical)) {
+        return ERROR_CANT_RESOLVE_FILENAME;
+    }
     remember(found);
     view = found;
     return ERROR_SUCCESS;
+}
+
+/// Whether a directory that is opened again by its text is not where it was found: a rival has put
+/// a link in its place or in the place of one above it. What is done there is meant for another
+/// place.
+bool Transaction::isElsewhere(const std::wstring& text, const std::wstring& canonical) const {
+    const auto differs = [&](const std::wstring& known) {
+        return known != canonical && foldPath(known) != foldPath(canonical);
+    };
+    if (text == m_enteredText) {
+        return differs(m_enteredCanonical);
+    }
+    return std::any_of(m_searches.begin(), m_searches.end(), [&](const auto& entry) {
+        const Search& search = *entry.second;
+        return !search.m_staged && search.m_text == text && differs(search.m_canonical);
+    });
 }
 
 DWORD Transaction::openChanged(const std::wstring& text, const std::wstring& canonical,
@@ -393,6 +412,9 @@ DWORD Transaction::stepInto(const ViewPtr& parent, const std::wstring& name,
         if (stands.staged) {
             // Work through a staged link would change its target at once.
             return ERROR_NOT_SUPPORTED;
+        }
+        if (text == m_enteredText) {
+            return error;
         }
         const std::wstring link = found->canonical;
         error = m_disk.openDirectory(link, found->directory, found->canonical);

@@ -126,6 +126,7 @@ test_package() {
 
 build_and_test linux
 where_allowed "Kills" kills scripts/crash.sh short
+where_allowed "Failing system calls" faults scripts/faults.sh short
 where_allowed "Power cuts" power-cuts power_cuts
 where_allowed "Trace page" trace-page trace_page
 build_and_test linux-asan in-memory

@@ -216,25 +216,31 @@ bool Recorder::isStreamSet() const {
 void Recorder::flush() {
     // A log statement inside a host's insertion operator ends here while the piece is half written.
     const StreamGuard::Suspension suspension;
-    bool isCheckDue = false;
     StreamLock* held = nullptr;
-    {
-        const StreamGuard guard;
-        if (isLineOwn() && traceFile().isPlain()) {
-            traceFile().writeLine(lineInProgress->text);
-        } else {
-            gatherLine();
-            if (std::wostream* const out = output()) {
-                out->flush();
+    try {
+        bool isCheckDue = false;
+        {
+            const StreamGuard guard;
+            if (isLineOwn() && traceFile().isPlain()) {
+                traceFile().writeLine(lineInProgress->text);
+            } else {
+                gatherLine();
+                if (std::wostream* const out = output()) {
+                    out->flush();
+                }
             }
+            isCheckDue = countFlush();
+            held = streamLock;
         }
-        isCheckDue = countFlush();
-        held = streamLock;
-    }
-    if (isCheckDue) {
-        rollOver();
-        const StreamGuard guard;
-        held = streamLock;
+        if (isCheckDue) {
+            rollOver();
+            const StreamGuard guard;
+            held = streamLock;
+        }
+    } catch (...) {
+        // The line is lost, but other threads must be able to begin theirs.
+        endLine();
+        throw;
     }
     if (held != nullptr) {
         held->unlock();

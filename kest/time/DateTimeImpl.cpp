@@ -6,9 +6,8 @@
 #include <cstring>
 #include <exception>
 #include <limits>
-#include <locale>
 #include <ostream>
-#include <sstream>
+#include <string>
 #include <typeinfo>
 
 #include "kest/diagnostics/SystemErrors.h"
@@ -155,11 +154,9 @@ std::wstring DateTimeImpl::timestampString() const {
     if (!toTicks(ticks)) {
         return std::wstring();
     }
-    std::wostringstream text;
-    // A global locale of the host's must not group the digits.
-    text.imbue(std::locale::classic());
-    text << ticks / kTicksPerSecond;
-    return text.str();
+    // No stream: it would give a part of the digits when memory runs out, and a global locale of the
+    // host's would group them.
+    return std::to_wstring(ticks / kTicksPerSecond);
 }
 
 std::int64_t DateTimeImpl::getSecondsSinceEpoch() const {

@@ -446,7 +446,7 @@ const badRows = () => view.filter(isBad);
 // ---- The picture ----
 
 const overview = byId("overview"), lanesBox = byId("lanes"), lanesAll = byId("lanes-all"), lanesSeen = byId("lanes-seen");
-const kGutter = 176, kAxis = 24, kDensity = 17, kBracket = 15, kBracketLow = 4, kBracketReadable = 12, kGap = 5, kBracketsSeen = 12;
+const kGutter = 190, kAxis = 24, kDensity = 17, kBracket = 15, kBracketLow = 4, kBracketReadable = 12, kGap = 5, kBracketsSeen = 12;
 const levelsOf = (lane) => Math.min(lane.deepest, kBracketsSeen);
 // Those of a file stand together.
 const sortedLanes = [...lanes].sort((left, right) => left.file - right.file || left.index - right.index);
@@ -508,8 +508,8 @@ function zoom(factor, around = (range.from + range.to) / 2) {
   setRange(around - (around - range.from) * factor, around + (range.to - around) * factor);
 }
 function zoomTo(call) {
-  const length = Math.max(when[call.end] - when[call.begin], 10);
-  setRange(when[call.begin] - length * .1, when[call.end] + length * .1);
+  const middle = (when[call.begin] + when[call.end]) / 2, half = Math.max((when[call.end] - when[call.begin]) * .6, 5);
+  setRange(middle - half, middle + half);
 }
 const moveBy = (share) => setRange(range.from + (range.to - range.from) * share, range.to + (range.to - range.from) * share);
 
@@ -740,6 +740,14 @@ function drawHits(context, lane, y, width) {
   }
 }
 
+// As much of a text as has room.
+function fitted(context, text, width) {
+  if (context.measureText(text).width <= width) return text;
+  let size = Math.min(text.length, 60);
+  while (size > 0 && context.measureText(text.slice(0, size) + "\u2026").width > width) --size;
+  return size ? text.slice(0, size) + "\u2026" : "";
+}
+
 function drawGutter(context, lane, y) {
   context.fillStyle = colours.panel;
   context.fillRect(0, y - 2, kGutter, kDensity + 4 + levelsOf(lane) * bracketHeightOf(lane));
@@ -756,12 +764,7 @@ function drawGutter(context, lane, y) {
   context.textAlign = "left";
   if (data.files.length > 1) {
     const from = 36 + context.measureText(threadName(lane)).width, to = kGutter - 18 - context.measureText(number.format(lane.rows.length)).width;
-    context.save();
-    context.beginPath();
-    context.rect(from, y, Math.max(0, to - from), kDensity);
-    context.clip();
-    context.fillText(visible(data.files[lane.file]), from, y + kDensity / 2 + .5);
-    context.restore();
+    context.fillText(fitted(context, visible(data.files[lane.file]), to - from), from, y + kDensity / 2 + .5);
   }
 }
 

@@ -479,7 +479,7 @@ bool Recorder::insertQuickly(std::string_view bytes) {
             setPendingMarker(kNoMarker);
             return true;
         }
-        // Most names are the module's, which has no separators.
+        // A name beyond ASCII, or a long one.
         wchar_t name[kShortName];
         std::transform(bytes.begin(), bytes.end(), name,
                        [](char byte) { return static_cast<unsigned char>(byte); });

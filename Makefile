@@ -63,6 +63,37 @@ fuzz:
 	@cmake --preset fuzz >/dev/null && cmake --build --preset fuzz
 	@scripts/fuzz.sh
 
+# What is found after any system call of a change has failed, on four file systems. Takes a quarter of an
+# hour; needs root.
+faults:
+	@scripts/install-packages.sh powercut
+	@cmake --preset linux >/dev/null
+	@cmake --build --preset linux --target kest_command kest_tests
+	@build/linux/kest_tests --gtest_filter='*Matrix*' --gtest_brief=1
+	@scripts/faults.sh
+
+# Mistakes that can be found without running anything.
+analyze:
+	@scripts/install-packages.sh analyze
+	@scripts/analyze.sh
+
+# Which lines no test reaches.
+coverage:
+	@scripts/install-packages.sh coverage
+	@scripts/coverage.sh
+
+# What is lost on purpose, and that nothing else is.
+valgrind:
+	@scripts/install-packages.sh valgrind
+	@scripts/valgrind.sh
+
+# The Windows tests once more, in a build in which every undefined behaviour ends the program.
+hardened:
+	@scripts/install-packages.sh test
+	@cmake --preset windows-hardened >/dev/null && cmake --build --preset windows-hardened
+	@cmake/wine-prefix.sh start && ctest --preset windows-hardened -j "$$(nproc)"; \
+	    status=$$?; cmake/wine-prefix.sh stop; exit $$status
+
 # Copies, replacements and deletions of whole trees against the system's own commands, on file systems
 # in images: needs root, 15 GiB of disk and a quiet machine. TREES=--fs=ext4 and the like choose.
 bench-trees:

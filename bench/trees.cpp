@@ -18,6 +18,9 @@ int main(int argc, char** argv) {
     const char* const trace = argv[argc - 1];
     if (*trace != '\0') {
         Tallowmere::Recorder::instance()->setFile(Tallowmere::fromNative(trace).c_str());
+    } else {
+        // Without a stream the trace is discarded.
+        Tallowmere::Recorder::instance()->setStream(nullptr, nullptr, false);
     }
     try {
         if (copies) {

@@ -33,6 +33,13 @@ elseif(NOT WIN32)
         $<$<CXX_COMPILER_ID:GNU>:-Wno-attribute-warning>)
 endif()
 
+if(KEST_TRAPS)
+    # Without a run-time of the sanitizer, which there is none of for Windows: the program ends with the
+    # processor's trap, where a test is a failure (see UnderWineTest.cpp).
+    add_compile_options(-fsanitize=undefined -fno-sanitize=vptr -fsanitize-undefined-trap-on-error)
+    add_compile_definitions(_GLIBCXX_ASSERTIONS)
+endif()
+
 if(MINGW)
     # The stack protector's part of the run-time, inside: one DLL less to ship.
     target_link_libraries(kest_options INTERFACE -Wl,-Bstatic -lssp -Wl,-Bdynamic)
@@ -84,11 +91,12 @@ function(kest_system_libraries target)
     endif()
 endfunction()
 
-# For what is shipped. Calls between libraries are bound at the start and cannot be redirected later
-# (the Windows linker has its like on by default).
+# For what is shipped. Calls between libraries are bound at the start and cannot be redirected later, and
+# a name that nobody defines is found when the library is linked (the Windows linker has its like on by
+# default).
 function(kest_harden target)
     if(NOT WIN32 AND NOT KEST_SANITIZERS)
-        target_link_options(${target} PRIVATE -Wl,-z,relro,-z,now)
+        target_link_options(${target} PRIVATE -Wl,-z,relro,-z,now,-z,defs)
     endif()
 endfunction()
 

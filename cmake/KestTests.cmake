@@ -68,6 +68,14 @@ foreach(target IN ITEMS kest_plain_tests kest_tests)
 endforeach()
 kest_add_tests(kest_tests)
 
+# What the command loads while libraries of others lie about.
+if(NOT KEST_SANITIZERS)
+    add_test(NAME planted_libraries
+             COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/scripts/planted-libraries-test.sh
+                     $<TARGET_FILE:kest_command> ${CMAKE_C_COMPILER} ${CMAKE_CROSSCOMPILING_EMULATOR})
+    set_tests_properties(planted_libraries PROPERTIES TIMEOUT 300)
+endif()
+
 if(MINGW AND CMAKE_CROSSCOMPILING_EMULATOR)
     # That a failure under Wine is seen as one.
     add_executable(kest_under_wine_test ${CMAKE_CURRENT_LIST_DIR}/UnderWineTest.cpp)

@@ -14,6 +14,9 @@ int main(int count, char** arguments) {
         int* volatile nowhere = nullptr;
         *nowhere = 1;
     }
+    if (how == "trap") {
+        __builtin_trap();
+    }
     if (how == "abort") {
         std::abort();
     }

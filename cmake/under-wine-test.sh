@@ -21,6 +21,7 @@ expect 0 exit 0
 expect 1 exit 1
 expect 77 exit 77
 expect 5 crash
+expect 29 trap
 expect 3 abort
 expect 3 throw
 

@@ -73,6 +73,9 @@ check "they copy a tree" ten_lines_copy "$scratch/ten/build"
 check "README.md's ten lines build with pkg-config" ten_lines_with_pkg_config
 check "they copy a tree" ten_lines_copy "$scratch/ten/pc"
 
+check "kest-history builds with find_package" build_with_cmake history
+check "it keeps a history" examples/history/test.sh "$scratch/history/kest-history"
+
 # A host that is not built at all.
 mkdir "$scratch/python"
 ln -s "$PWD/examples/python-host/python-host.py" "$scratch/python/python-host"

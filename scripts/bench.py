@@ -88,7 +88,7 @@ def run_benchmarks(figures, pattern, repetitions, seconds, exclude=None):
                "--benchmark_enable_random_interleaving=true"]
     if exclude:
         listed = run([f"{BUILD}/bench/kest_bench", "--benchmark_list_tests=true"]).split("\n")
-        chosen = [re.escape(name) for name in listed
+        chosen = [re.sub(r"([.\[\](){}*+?|^$\\])", r"\\\1", name) for name in listed
                   if name and re.search(pattern, name) and not re.search(exclude, name)]
         if not chosen:
             return
@@ -113,8 +113,10 @@ def children_cpu():
 
 
 def traced_copies(figures, rounds):
-    """Trees of 4,000 files of 4 KiB, copied with a trace and without: whole processes."""
-    with tempfile.TemporaryDirectory(prefix="kest-bench-", dir=os.environ.get("KEST_BENCH_DIR", "/var/tmp")) as place:
+    """Trees of 4,000 files of 4 KiB, copied with a trace and without: whole processes. In memory if
+    possible, where a copy takes least and the trace weighs most."""
+    memory = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None
+    with tempfile.TemporaryDirectory(prefix="kest-bench-", dir=memory) as place:
         content = os.urandom(4096)
         for folder in range(80):
             os.makedirs(f"{place}/tree/folder{folder:02}")
@@ -126,7 +128,6 @@ def traced_copies(figures, rounds):
             random.shuffle(ways)
             for variant, trace in ways:
                 shutil.rmtree(f"{place}/copy", ignore_errors=True)
-                os.sync()
                 cpu, start = children_cpu(), time.perf_counter()
                 subprocess.run([f"{BUILD}/bench/kest_trees", "copy", f"{place}/tree", f"{place}/copy", trace],
                                check=True, stdout=subprocess.DEVNULL)
@@ -183,7 +184,9 @@ def load_with_registry(rounds):
     rows = []
     for keys in (0, 1000, 100_000, 1_000_000):
         with tempfile.NamedTemporaryFile("w", suffix=".reg") as text:
-            text.write("Windows Registry Editor Version 5.00\n\n")
+            # What every machine has, or loading has something to complain about.
+            text.write("Windows Registry Editor Version 5.00\n\n[HKEY_CLASSES_ROOT\\Installer\\Products]\n"
+                       "[HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Windows\\CurrentVersion\\Installer\\Folders]\n")
             for key in range(keys):
                 text.write(f"[HKEY_LOCAL_MACHINE\\Software\\Vendor\\Product\\Key {key}]\n\"Name\"=\"value {key}\"\n")
             text.flush()
@@ -194,6 +197,13 @@ def load_with_registry(rounds):
                 times.append((time.perf_counter() - start) * 1e9)
             rows.append((f"{keys:,}", bench_report.shown_time(statistics.median(times))))
     return rows
+
+
+def load_under_wine():
+    """What Windows' loader takes under Wine; nothing where that, or Kest.dll, is not there."""
+    made = subprocess.run([f"{HERE}/bench-wine.sh"], capture_output=True, text=True, stdin=subprocess.DEVNULL)
+    rows = [line.split("\t") for line in made.stdout.splitlines() if "\t" in line]
+    return [(what, bench_report.shown_time(float(microseconds) * 1000)) for what, microseconds in rows]
 
 
 def binary_sizes():
@@ -281,7 +291,7 @@ def main():
     options.add_argument("--repetitions", type=int, default=7)
     chosen = options.parse_args()
     begun = time.time()
-    figures, counts, loaded, tree_rows = Figures(), {}, [], None
+    figures, counts, loaded, under_wine, tree_rows = Figures(), {}, [], [], None
 
     pattern = chosen.only or "."
     say("Single calls ...")
@@ -291,10 +301,11 @@ def main():
         run_benchmarks(figures, chosen.only or LONG, 3, 0.02, f"^(?!{LONG[1:]})")
     if not chosen.only:
         say("Copies with a trace and without ...")
-        traced_copies(figures, 9)
+        traced_copies(figures, 15)
         say("Loading ...")
         load_times(figures, 200)
         loaded = load_with_registry(15)
+        under_wine = load_under_wine()
         if shutil.which("valgrind"):
             say("Instructions ...")
             counts = count_instructions()
@@ -353,6 +364,11 @@ def main():
     if loaded:
         report.section("Loading with a registry", "A fresh process that is linked with the library; the registry's text has that many keys.")
         report.table(["keys", "from start to end"], loaded)
+    if under_wine:
+        report.section("Loading under Wine", "LoadLibrary in a fresh process. The library reads the list of installed programs while it is loaded.")
+        report.table(["what", "time"], under_wine)
+    elif not chosen.only:
+        report.section("Loading under Wine", "Not measured: it needs Wine, MinGW-w64 and build/windows/bin/Kest.dll (make test builds it).")
     sizes = binary_sizes() if not chosen.only else []
     if sizes:
         report.section("Size", "Without what is for debuggers alone.")

@@ -30,7 +30,7 @@ svg text.name { fill: var(--ink); }
 .f0 { fill: var(--c0); } .f1 { fill: var(--c1); } .f2 { fill: var(--c2); } .f3 { fill: var(--c3); }
 .s0 { stroke: var(--c0); } .s1 { stroke: var(--c1); } .s2 { stroke: var(--c2); } .s3 { stroke: var(--c3); }
 .s0, .s1, .s2, .s3 { fill: none; stroke-width: 2; stroke-linejoin: round; }
-.charts { display: grid; grid-template-columns: repeat(auto-fit, minmax(24rem, 1fr)); gap: 2rem 1.5rem; }
+.charts { display: grid; grid-template-columns: repeat(auto-fit, minmax(25rem, 1fr)); gap: 2rem 1.5rem; }
 figure { margin: 0; } figcaption { font-weight: 600; color: var(--ink); margin-bottom: .3rem; }
 """
 
@@ -98,7 +98,7 @@ def decades(least, most):
 
 def growth_chart(series):
     """series: [(variant, [(size, nanoseconds)])], ours first. Both scales are logarithmic."""
-    left, right, top, width, height = 58, 150, 10, 270, 190
+    left, right, top, width, height = 58, 220, 10, 230, 190
     sizes = [size for _, points in series for size, _ in points]
     times = [time for _, points in series for _, time in points]
     across, up = decades(min(sizes), max(sizes)), decades(min(times), max(times))

@@ -19,6 +19,8 @@ test)
         g++-mingw-w64-x86-64-posix wine64 wine
         # What holds for every value.
         librapidcheck-dev
+        # A terminal for the command.
+        tmux
         # What tests call: extended attributes, the package's hosts, and what kills and power cuts need.
         attr "${powercut[@]}"
         # The packages: what makes them, and what looks at them from outside.

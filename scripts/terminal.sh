@@ -93,7 +93,7 @@ cp -a "$place/home/photos" "$place/home/backup"
 echo "an older one" >"$place/home/backup/older"
 before=$(fingerprint)
 
-"${tmux[@]}" new-session -d -x 80 -y 16 -c "$place/home" \
+"${tmux[@]}" new -d -x 80 -y 16 -c "$place/home" \
     env PATH="$place/bin:$PATH" PS1='$ ' TERM=screen-256color bash --norc --noprofile
 total=$(sed -E ':a;s/([0-9])([0-9]{3})($|,)/\1,\2\3/;ta' <<<"$files")
 

@@ -71,6 +71,13 @@ power_cuts() {
     scripts/powercut.sh short
 }
 
+# In a browser, if there is one. The limit is for a machine that is busy; `make trace-page` has the real
+# one.
+trace_page() {
+    cmake --build --preset linux --target kest_command kest_trace_sample || return 1
+    TRACE_PAGE_LIMIT=5000 scripts/trace-page-test.sh
+}
+
 build() {
     cmake --preset "$1" -DKEST_BUILD_TESTS=ON && cmake --build --preset "$1"
 }
@@ -119,7 +126,9 @@ test_package() {
 
 build_and_test linux
 where_allowed "Kills" kills scripts/crash.sh short
+where_allowed "Failing system calls" faults scripts/faults.sh short
 where_allowed "Power cuts" power-cuts power_cuts
+where_allowed "Trace page" trace-page trace_page
 build_and_test linux-asan in-memory
 build_and_test linux-tsan in-memory
 echo

@@ -19,6 +19,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <ctime>
 #include <exception>
 #include <filesystem>
 #include <fstream>
@@ -57,8 +58,8 @@ bool isInside(const path& inner, const path& outer) {
 
 std::wstring property(const Tallowmere::Configurable& settings, const wchar_t* name) {
     // A property holds the file's bytes, one in each character.
-    const std::wstring bytes = Tallowmere::chomp(settings.getProperty(name));
-    return fromNative(Tallowmere::convertToString(bytes.c_str()));
+    const std::string bytes = Tallowmere::convertToString(settings.getProperty(name).c_str());
+    return Tallowmere::chomp(fromNative(bytes));
 }
 
 struct Settings {
@@ -145,15 +146,17 @@ void keep(const Settings& settings) {
         fail(L"there is no folder " + wide(settings.folder));
     }
     Tallowmere::createDirectory(wide(settings.history));
-    std::wstring snapshot;
+    char snapshot[32] = "";
     do {
         // Two of one second would have one name: the later one waits for the next second.
-        std::this_thread::sleep_for(std::chrono::milliseconds(snapshot.empty() ? 0 : 50));
-        snapshot = DateTime().toString(false, L"'@GMT-'yyyy.MM.dd", L"HH.mm.ss", false);
-        snapshot.replace(snapshot.find(L", "), 2, L"-");
+        std::this_thread::sleep_for(std::chrono::milliseconds(snapshot[0] == '\0' ? 0 : 50));
+        // Not by DateTime::toString, which writes the year of the calendar that the user's country
+        // has.
+        const std::time_t now = std::time(nullptr);
+        std::strftime(snapshot, sizeof snapshot, "@GMT-%Y.%m.%d-%H.%M.%S", std::gmtime(&now));
     } while (Tallowmere::exists(wide(settings.history / snapshot).c_str()));
     Tallowmere::CopyDirectoryTransacted(wide(settings.folder), wide(settings.history / snapshot));
-    std::cout << "kept: " << shown(snapshot) << '\n';
+    std::cout << "kept: " << shown(fromNative(snapshot)) << '\n';
 }
 
 void list(const Settings& settings) {

@@ -63,6 +63,12 @@ refused "no settings" "fopen nowhere.xml failed: $not_found" list nowhere.xml
 compare "wrong use makes nothing" "" "$(tree .)"
 
 # What is not there yet.
+# The last byte of "à" is a blank in Latin-1.
+settings 'voilà' 'kept/à' trace.log
+mkdir 'voilà'
+"${history[@]}" keep settings.xml >said 2>&1 || compare "a name that ends in à" 0 "$? $(cat said)"
+compare "a name that ends in à: the history" "à" "$(ls kept)"
+rm -r 'voilà' kept trace.log said
 settings 'Dokumente Ж' 'kept/Verlauf Ж' trace.log
 expect "no history yet" 0 "" "" list settings.xml
 refused "nothing to bring back" "there is no snapshot of that time or before" \

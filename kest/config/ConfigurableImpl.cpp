@@ -57,6 +57,19 @@ std::FILE* openForReading(const std::wstring& fileName) {
     return file;
 }
 
+/// Where "</", `name` and ">" stand one behind the other for the first time from `from` on.
+std::size_t findClosingTag(std::wstring_view line, std::wstring_view name, std::size_t from) {
+    for (std::size_t at = line.find(L"</", from); at != std::wstring_view::npos;
+         at = line.find(L"</", at + 1)) {
+        const std::wstring_view rest = line.substr(at + 2);
+        if (rest.size() > name.size() && rest[name.size()] == L'>' &&
+            rest.substr(0, name.size()) == name) {
+            return at;
+        }
+    }
+    return std::wstring_view::npos;
+}
+
 }  // namespace
 
 // Our choice: a null name is an empty one, which no file has, so the failure is the ordinary one.
@@ -91,9 +104,7 @@ void ConfigurableImpl::takeLine(const wchar_t* text) {
         return;
     }
     std::wstring name(line.substr(open + 1, close - open - 1));
-    std::wstring closingTag = L"</";
-    closingTag.append(name).push_back(L'>');
-    const std::size_t end = line.find(closingTag, close);
+    const std::size_t end = findClosingTag(line, name, close);
     if (end == std::wstring_view::npos) {
         return;
     }

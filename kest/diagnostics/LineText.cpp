@@ -37,7 +37,9 @@ __m128i load(const wchar_t* block) {
     return units;
 }
 
-/// Writes a block's bytes; false, with nothing written, when it is not ASCII.
+/// Writes a block's bytes; false, with nothing written, when it is not ASCII, or when it has a null
+/// character in it that is not to be written.
+template <bool stopsAtNull>
 bool narrow(const wchar_t* block, char* out) {
     __m128i bytes;
     __m128i all;
@@ -58,19 +60,26 @@ bool narrow(const wchar_t* block, char* out) {
     if (_mm_movemask_epi8(_mm_cmpeq_epi8(all, _mm_setzero_si128())) != 0xFFFF) {
         return false;
     }
+    if (stopsAtNull && _mm_movemask_epi8(_mm_cmpeq_epi8(bytes, _mm_setzero_si128())) != 0) {
+        return false;
+    }
     std::memcpy(out, &bytes, sizeof(bytes));
     return true;
 }
 
 #else
 
-/// Writes a block's bytes; false, with nothing written, when it is not ASCII.
+/// Writes a block's bytes; false, with nothing written, when it is not ASCII, or when it has a null
+/// character in it that is not to be written.
+template <bool stopsAtNull>
 bool narrow(const wchar_t* block, char* out) {
     std::uint32_t all = 0;
+    bool hasNull = false;
     for (std::size_t i = 0; i < kBlock; ++i) {
         all |= static_cast<std::uint32_t>(block[i]);
+        hasNull |= block[i] == L'\0';
     }
-    if (all >= 0x80) {
+    if (all >= 0x80 || (stopsAtNull && hasNull)) {
         return false;
     }
     for (std::size_t i = 0; i < kBlock; ++i) {
@@ -124,6 +133,16 @@ void LineText::appendUnit(wchar_t unit) {
 }
 
 void LineText::append(std::wstring_view text) {
+    appendText<false>(text);
+}
+
+void LineText::appendToNull(std::wstring_view text) {
+    appendText<true>(text);
+}
+
+template <bool stopsAtNull>
+void LineText::appendText(std::wstring_view text) {
+    constexpr std::uint32_t kLeast = stopsAtNull ? 1 : 0;
     const wchar_t* unit = text.data();
     const wchar_t* const end = unit + text.size();
     while (unit != end) {
@@ -131,7 +150,8 @@ void LineText::append(std::wstring_view text) {
         if (m_highSurrogate == 0) {
             char* out = room(static_cast<std::size_t>(end - unit));
             const char* const begin = out;
-            while (static_cast<std::size_t>(end - unit) >= kBlock && narrow(unit, out)) {
+            while (static_cast<std::size_t>(end - unit) >= kBlock &&
+                   narrow<stopsAtNull>(unit, out)) {
                 unit += kBlock;
                 out += kBlock;
             }
@@ -139,16 +159,19 @@ void LineText::append(std::wstring_view text) {
             // and writes the units before it once more.
             const auto left = static_cast<std::size_t>(end - unit);
             if (left != 0 && left < kBlock && out != begin &&
-                narrow(end - kBlock, out + left - kBlock)) {
+                narrow<stopsAtNull>(end - kBlock, out + left - kBlock)) {
                 unit = end;
                 out += left;
             }
-            while (unit != end && static_cast<std::uint32_t>(*unit) < 0x80) {
+            while (unit != end && static_cast<std::uint32_t>(*unit) - kLeast < 0x80 - kLeast) {
                 *out++ = static_cast<char>(*unit++);
             }
             m_size += static_cast<std::size_t>(out - begin);
         }
         if (unit != end) {
+            if (stopsAtNull && *unit == L'\0') {
+                return;
+            }
             appendUnit(*unit++);
         }
     }

@@ -27,6 +27,8 @@ public:
         }
     }
     void append(std::wstring_view text);
+    /// The same up to the first null character.
+    void appendToNull(std::wstring_view text);
     /// Each byte is the character of its value.
     void appendBytes(std::string_view bytes);
     /// The first `size` of `bytes`, which are ASCII. The others are written over later: a copy
@@ -62,6 +64,8 @@ public:
     }
 
 private:
+    template <bool stopsAtNull>
+    void appendText(std::wstring_view text);
     void replaceHalf();
     void appendCharacter(std::uint32_t character);
     void appendUnit(wchar_t unit);

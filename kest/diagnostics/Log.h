@@ -22,12 +22,48 @@
 /// Behind them.
 #define KEST_LOG_STATEMENT(severity, pieces)                                       \
     do {                                                                           \
+        ::Tallowmere::detail::LogStatement kestStatement;                          \
         ::Tallowmere::Recorder::instance()->begin(severity, KEST_MODULE, __LINE__) \
             << pieces << '\n';                                                     \
         ::Tallowmere::Recorder::instance()->flush();                               \
+        kestStatement.end();                                                       \
     } while (false)
 
 namespace Tallowmere {
+
+namespace detail {
+
+/// A log statement while it is carried out. Left by an exception (memory has run out, or a host's
+/// insertion operator throws) it ends its line there, or every other thread would wait for ever to
+/// begin one.
+class LogStatement {
+public:
+    LogStatement() = default;
+    ~LogStatement() {
+        if (!m_hasEnded) {
+            endBrokenLine();
+        }
+    }
+    LogStatement(const LogStatement&) = delete;
+    LogStatement& operator=(const LogStatement&) = delete;
+
+    void end() { m_hasEnded = true; }
+
+private:
+    static void endBrokenLine() noexcept {
+#ifdef __cpp_exceptions
+        try {
+            Recorder::instance()->flush();
+        } catch (...) {
+            // The exception that has left the statement is on its way already.
+        }
+#endif
+    }
+
+    bool m_hasEnded = false;
+};
+
+}  // namespace detail
 
 /// Traces entry to and exit from a function: declare one at the top of the function's body.
 class KEST_API FunctionTrace {

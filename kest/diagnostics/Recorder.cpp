@@ -216,25 +216,31 @@ bool Recorder::isStreamSet() const {
 void Recorder::flush() {
     // A log statement inside a host's insertion operator ends here while the piece is half written.
     const StreamGuard::Suspension suspension;
-    bool isCheckDue = false;
     StreamLock* held = nullptr;
-    {
-        const StreamGuard guard;
-        if (isLineOwn() && traceFile().isPlain()) {
-            traceFile().writeLine(lineInProgress->text);
-        } else {
-            gatherLine();
-            if (std::wostream* const out = output()) {
-                out->flush();
+    try {
+        bool isCheckDue = false;
+        {
+            const StreamGuard guard;
+            if (isLineOwn() && traceFile().isPlain()) {
+                traceFile().writeLine(lineInProgress->text);
+            } else {
+                gatherLine();
+                if (std::wostream* const out = output()) {
+                    out->flush();
+                }
             }
+            isCheckDue = countFlush();
+            held = streamLock;
         }
-        isCheckDue = countFlush();
-        held = streamLock;
-    }
-    if (isCheckDue) {
-        rollOver();
-        const StreamGuard guard;
-        held = streamLock;
+        if (isCheckDue) {
+            rollOver();
+            const StreamGuard guard;
+            held = streamLock;
+        }
+    } catch (...) {
+        // The line is lost, but other threads must be able to begin theirs.
+        endLine();
+        throw;
     }
     if (held != nullptr) {
         held->unlock();
@@ -243,7 +249,11 @@ void Recorder::flush() {
 }
 
 Recorder& Recorder::begin(const wchar_t* severity, const char* file, int line) {
-    insertConstantText(severity);
+    if (pendingMarker() == kNoMarker && tagOf(severity) == Tag::Severity) {
+        beginColumns(severity[5] == L'\0' ? L"" : severity + 6);
+    } else {
+        insertConstantText(severity);
+    }
     if (file != nullptr && isLineGathered() && markerState == kNoMarker &&
         lineInProgress->location.takeName(file)) {
         lineInProgress->appendColumn(line);
@@ -253,7 +263,11 @@ Recorder& Recorder::begin(const wchar_t* severity, const char* file, int line) {
 }
 
 Recorder& Recorder::operator<<(const std::wstring& text) {
-    insertConstantText(text.c_str());
+    if (isLineGathered() && markerState == kNoMarker && tagOf(text.c_str()) == Tag::None) {
+        lineInProgress->text.appendToNull(text);
+    } else {
+        insertConstantText(text.c_str());
+    }
     return *this;
 }
 
@@ -349,6 +363,7 @@ void Recorder::takeName(std::wstring_view name) {
     }
     ThreadMarkers& own = threadMarkers(serial);
     own.sourceLength = static_cast<std::uint8_t>(name.copy(own.source, ThreadMarkers::kSourceSize));
+    own.statement = 0;
     own.isSourceNewer = true;
 }
 
@@ -437,6 +452,12 @@ void Recorder::gatherLine() {
     }
 }
 
+/// Apart, so that the usual piece needs nothing of what this one does.
+void Recorder::gatherLongLine() {
+    const StreamGuard guard;
+    gatherLine();
+}
+
 template <class Append>
 bool Recorder::insertGathered(Append append) {
     if (!isLineGathered()) {
@@ -447,8 +468,7 @@ bool Recorder::insertGathered(Append append) {
     }
     append(lineInProgress->text);
     if (lineInProgress->text.bytes().size() >= kLineAtMost) {
-        const StreamGuard guard;
-        gatherLine();
+        gatherLongLine();
     }
     return true;
 }
@@ -698,7 +718,14 @@ void Recorder::endLine() {
         // A marker that still waits takes the thread's next value, in a line or not.
         ThreadMarkers& own = threadMarkers(serial);
         own.markerState = markerState;
-        own.sourceLength = static_cast<std::uint8_t>(copySource(own.source));
+        const std::uint64_t statement = lineInProgress->source == TraceLine::Source::Column
+                                            ? lineInProgress->statement->number
+                                            : 0;
+        // Mostly it has that name already.
+        if (statement == 0 || own.statement != statement) {
+            own.sourceLength = static_cast<std::uint8_t>(copySource(own.source));
+            own.statement = statement;
+        }
         own.isSourceNewer = false;
         markerState = kNoMarker;
         lineOwner.store(0, std::memory_order_relaxed);

@@ -128,6 +128,7 @@ private:
     bool isLineGathered() const;
     bool isLineOwn() const;
     void gatherLine();
+    void gatherLongLine();
 
     static void prepare(std::wostringstream& stream);
     bool isFileNameExpected() const;

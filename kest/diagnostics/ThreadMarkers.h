@@ -22,10 +22,20 @@ struct ThreadMarkers {
     bool isSourceNewer;
     std::uint8_t sourceLength;
     wchar_t source[kSourceSize];
+    /// The number of the statement whose column the name is (see LocationMemo); 0 for none.
+    std::uint64_t statement;
 };
 
+extern thread_local constinit ThreadMarkers t_markers;
+
 /// The calling thread's, empty if it was used with another Recorder last.
-ThreadMarkers& threadMarkers(std::uint64_t recorder);
+inline ThreadMarkers& threadMarkers(std::uint64_t recorder) {
+    if (t_markers.recorder != recorder) {
+        t_markers = {};
+        t_markers.recorder = recorder;
+    }
+    return t_markers;
+}
 
 /// What each piece of a trace line asks of its thread: in the library's own part of the thread's
 /// memory, so that it costs no call.

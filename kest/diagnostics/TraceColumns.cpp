@@ -1,6 +1,7 @@
 #include "kest/diagnostics/TraceColumns.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 
 namespace Tallowmere {
@@ -156,6 +157,8 @@ void LocationMemo::fill(Entry& entry, int line) const {
     (void)column.text().copy(entry.name, kSource);
     std::memcpy(entry.m_source, m_source, kSourceRoom);
     entry.m_line = line;
+    static std::atomic<std::uint64_t> s_last{0};
+    entry.number = ++s_last;
 }
 
 }  // namespace Tallowmere

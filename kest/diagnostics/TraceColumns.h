@@ -77,6 +77,8 @@ public:
     struct Entry {
         ColumnBytes column;
         wchar_t name[kSource];
+        /// No other entry has or had it.
+        std::uint64_t number;
 
     private:
         friend LocationMemo;

@@ -1,5 +1,5 @@
 #include "kest/c_api.h"
-#include "kest/diagnostics/Recorder.h"
+#include "kest/diagnostics/Log.h"
 #include "kest/exports/ExportLock.h"
 
 using Tallowmere::Recorder;
@@ -35,8 +35,11 @@ extern "C" void logMessage(wchar_t* file, int line, int severity, wchar_t* messa
             s_exportLock.release();
             return;
     }
+    // The Recorder's own lock is given back even so: threads that log by themselves go on.
+    Tallowmere::detail::LogStatement statement;
     // Changeable wide text is never taken for a marker, so `message` is written as it stands.
     *Recorder::instance() << marker << L"!~Fil:" << file << L"!~Lin:" << line << message << '\n';
     Recorder::instance()->flush();
+    statement.end();
     s_exportLock.release();
 }

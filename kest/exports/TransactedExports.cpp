@@ -1,4 +1,5 @@
 #include <exception>
+#include <new>
 #include <string>
 
 #include "kest/c_api.h"
@@ -8,8 +9,8 @@
 
 namespace {
 
-/// Runs an operation on two paths. False, and the reason in `*error`, when it throws an exception of
-/// the standard family; any other passes through to the caller.
+/// Runs an operation on two paths. False, and the reason in `*error`, when it throws an exception
+/// of the standard family; any other passes through to the caller.
 bool perform(void (*operation)(const std::wstring&, const std::wstring&), const wchar_t* source,
              const wchar_t* destination, wchar_t** error) {
     *error = nullptr;
@@ -22,7 +23,12 @@ bool perform(void (*operation)(const std::wstring&, const std::wstring&), const 
     } catch (const std::exception& failure) {
         // Deliberate: the message has lost the upper bytes of its characters on its way through
         // what(), and gets each byte from 0x80 on back as 0xFF80 and up.
-        *error = Tallowmere::allocateString(failure.what());
+        try {
+            *error = Tallowmere::allocateString(failure.what());
+        } catch (const std::bad_alloc&) {
+            // Our choice: without memory for the text it stays null, and the result alone tells. A
+            // caller in C could not catch anything.
+        }
         return false;
     }
 }

@@ -15,6 +15,8 @@ public:
     Program(const std::wstring& name, const std::wstring& extensions);
     Program(const std::wstring& name, const std::vector<std::wstring>& extensions);  ///< The same.
     virtual ~Program();
+    /// Makes this one the same as another in all four fields. (A new one is made by clone.)
+    Program& operator=(const Program&) = default;
 
     /// Whether the name of an installed product contains this program's name, in the same case. The
     /// products are those that were installed when the library was loaded.
@@ -44,8 +46,6 @@ protected:
     Program(const Program&);  ///< For clone.
 
 private:
-    Program& operator=(const Program&) = delete;
-
     std::wstring path;
     std::wstring name;
     std::wstring options;

@@ -60,6 +60,18 @@ TEST(Program, CloneHasAllOfIt) {
     EXPECT_EQ((Texts{L"doc", L"txt"}), clone->getExtensions());
 }
 
+TEST(Program, AssigningCopiesAllFourFields) {
+    Program program(L"name", L"doc, txt");
+    program.setPath(L"path");
+    program.setOptions(L"options");
+    Program other(L"other", L"");
+    other = program;
+    program.setPath(L"changed");
+    EXPECT_EQ(L"name", other.getName());
+    EXPECT_EQ(L"path options", other.getCommand());
+    EXPECT_EQ((Texts{L"doc", L"txt"}), other.getExtensions());
+}
+
 TEST(Program, AsksADerivedClassForItsOptions) {
     class Derived : public Program {
     public:
@@ -73,7 +85,7 @@ TEST(Program, AsksADerivedClassForItsOptions) {
 
 static_assert(std::has_virtual_destructor_v<Program>);
 static_assert(!std::is_copy_constructible_v<Program>);
-static_assert(!std::is_copy_assignable_v<Program>);
+static_assert(std::is_copy_assignable_v<Program>);
 
 }  // namespace
 }  // namespace Tallowmere

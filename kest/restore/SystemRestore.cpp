@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <exception>
+#include <new>
 #include <optional>
 #include <string>
 
@@ -163,9 +164,13 @@ bool restoreSystem(unsigned long sequenceNumber, wchar_t** error) {
         return true;
     } catch (const std::exception& failure) {
         wmi::cleanPointers(nullptr, locator, services);
-        // Stays so when there is no memory for the text either.
         *error = nullptr;
-        *error = allocateString(failure.what());
+        try {
+            *error = allocateString(failure.what());
+        } catch (const std::bad_alloc&) {
+            // Our choice: without memory for the text it stays null, and the result alone tells. A
+            // caller in C could not catch anything.
+        }
         return false;
     }
 }

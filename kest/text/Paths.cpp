@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cwctype>
-#include <vector>
 
+#include "kest/platform/Characters.h"
 #include "kest/text/HistoryPaths.h"
 #include "kest/text/Strings.h"
 
@@ -46,15 +46,23 @@ wchar_t historyDrive(const std::wstring& path, std::size_t stamp) {
 }  // namespace
 
 std::wstring baseName(const std::wstring& path) {
-    std::vector<std::uint64_t> positions;
-    findStringDelimiters(path, L"\\/", positions);
-    if (positions.size() < 2) {
+    // What stands behind the last entry but one of the list that findStringDelimiters makes of the
+    // set "\\/", looked for from the end. Of a path that does not end in a separator that is all
+    // behind the last one, because the list ends in the path's length.
+    const std::size_t last = path.find_last_of(L"\\/");
+    if (last == kNone) {
         return path;
     }
-    // Deliberate: the last entry is taken for the end of the path, which it is not when separators
-    // are mixed in such an order that the path's length was added behind its closing one: "x\a/b\"
-    // has the base name "".
-    return path.substr(positions[positions.size() - 2] + 1);
+    if (last == path.size() - 1) {
+        // Deliberate: a backslash at the end of a path with a slash in it is followed in that list
+        // by the path's length as well: "x\a/b\" has the base name "".
+        const bool isMixed = path[last] == L'\\' && path.find(L'/') != kNone;
+        if (!isMixed) {
+            const std::size_t before = last == 0 ? kNone : path.find_last_of(L"\\/", last - 1);
+            return before == kNone ? path : path.substr(before + 1);
+        }
+    }
+    return path.substr(last + 1);
 }
 
 std::wstring getFileExtension(const std::wstring& path) {
@@ -84,9 +92,11 @@ std::uint64_t getPathLastComponent(const std::wstring& path) {
 }
 
 std::wstring normalizePath(const std::wstring& path) {
-    std::wstring slashed = path;
-    std::replace(slashed.begin(), slashed.end(), L'\\', L'/');
-    return toLower(slashed);
+    std::wstring normal = path;
+    // First, since the lowering makes a backslash of a character whose lower half is one.
+    std::replace(normal.begin(), normal.end(), L'\\', L'/');
+    platform::lowerNarrow(normal.data(), normal.size());
+    return normal;
 }
 
 wchar_t getDrive(const std::wstring& path) {

@@ -3,6 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <clocale>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "kest/text/Strings.h"
 
 namespace Tallowmere {
 namespace {
@@ -118,6 +123,31 @@ TEST(GetPathLastComponent, FindsTheLastSeparator) {
     };
     for (const auto& c : cases) {
         EXPECT_EQ(c.position, getPathLastComponent(c.path)) << c.path;
+    }
+}
+
+TEST(BaseName, AgreesWithTheDelimiters) {
+    // Every path of up to eight units.
+    std::vector<std::wstring> paths = {L""};
+    for (std::size_t next = 0; next < paths.size(); ++next) {
+        const std::wstring path = paths[next];
+        std::vector<std::uint64_t> positions;
+        findStringDelimiters(path, L"\\/", positions);
+        const std::wstring expected =
+            positions.size() < 2 ? path : path.substr(positions[positions.size() - 2] + 1);
+        ASSERT_EQ(expected, baseName(path)) << path;
+        for (const wchar_t unit : {L'a', L'\\', L'/'}) {
+            if (path.size() < 8) {
+                paths.push_back(path + unit);
+            }
+        }
+    }
+}
+
+TEST(NormalizePath, TurnsSeparatorsBeforeItLowers) {
+    if constexpr (sizeof(wchar_t) > 2) {
+        // A character whose lower half is a backslash becomes one, and stays it.
+        EXPECT_EQ(L"/\\", normalizePath(std::wstring(L"\\") + static_cast<wchar_t>(0x1005C)));
     }
 }
 

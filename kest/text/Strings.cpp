@@ -1,11 +1,11 @@
 #include "kest/text/Strings.h"
 
 #include <algorithm>
+#include <bitset>
 #include <boost/lexical_cast.hpp>
 #include <cstddef>
 #include <cstring>
 #include <string_view>
-#include <utility>
 
 #include "kest/platform/Calls.h"
 #include "kest/platform/Characters.h"
@@ -54,6 +54,23 @@ std::vector<Delimiter> distinctDelimiters(std::wstring_view set) {
     return members;
 }
 
+std::size_t lowHalf(wchar_t unit) {
+    return static_cast<unsigned char>(unit);
+}
+
+/// `text` without the white space at both its ends.
+std::wstring_view withoutSpace(std::wstring_view text) {
+    std::size_t first = 0;
+    while (first < text.size() && platform::isSpaceCharacter(text[first])) {
+        ++first;
+    }
+    std::size_t end = text.size();
+    while (end > first && platform::isSpaceCharacter(text[end - 1])) {
+        --end;
+    }
+    return text.substr(first, end - first);
+}
+
 /// Whether `field` is the decimal number of one byte.
 bool isOctet(const std::wstring& field) {
     const std::string text = convertToString(field.c_str());
@@ -75,52 +92,56 @@ bool isOctet(const std::wstring& field) {
 }  // namespace
 
 std::wstring toLower(const std::wstring& text) {
-    std::wstring lower;
-    lower.reserve(text.size());
-    for (const wchar_t unit : text) {
-        // Deliberate: the narrow lowering, cut to 16 bits. Letters beyond ASCII keep their case
-        // unless the host's locale says otherwise, and where units are wider than 16 bits a
-        // character above U+FFFF loses its upper bits, so two names that differ in those alone
-        // compare as equal.
-        lower.push_back(
-            static_cast<wchar_t>(static_cast<std::uint16_t>(platform::lowerNarrow(unit))));
-    }
+    // Deliberate: the narrow lowering, cut to 16 bits. Letters beyond ASCII keep their case unless
+    // the host's locale says otherwise, and where units are wider than 16 bits a character above
+    // U+FFFF loses its upper bits, so two names that differ in those alone compare as equal.
+    std::wstring lower = text;
+    platform::lowerNarrow(lower.data(), lower.size());
     return lower;
 }
 
 std::wstring chomp(const std::wstring& text) {
-    std::size_t first = 0;
-    while (first < text.size() && platform::isSpaceCharacter(text[first])) {
-        ++first;
-    }
-    if (first == text.size()) {
-        return {};
-    }
-    std::size_t last = text.size() - 1;
-    while (platform::isSpaceCharacter(text[last])) {
-        --last;
-    }
-    return text.substr(first, last - first + 1);
+    return std::wstring(withoutSpace(text));
 }
 
 void findStringDelimiters(const std::wstring& text, wchar_t delimiter,
                           std::vector<std::uint64_t>& positions) {
-    const wchar_t set[] = {delimiter, L'\0'};
-    findStringDelimiters(text, set, positions);
+    positions.clear();
+    if (delimiter == L'\0') {
+        // It ends the set, which is empty then.
+        return;
+    }
+    for (std::size_t at = text.find(delimiter); at != std::wstring::npos;
+         at = text.find(delimiter, at + 1)) {
+        positions.push_back(at);
+    }
+    if (!positions.empty() && positions.back() != text.size() - 1) {
+        positions.push_back(text.size());
+    }
 }
 
 void findStringDelimiters(const std::wstring& text, const wchar_t* delimiters,
                           std::vector<std::uint64_t>& positions) {
     positions.clear();
     std::vector<Delimiter> members = distinctDelimiters(delimiters);
+    // Most units are none of them, and most of those show it in their lower half.
+    std::bitset<256> lowHalves;
+    for (const Delimiter& member : members) {
+        lowHalves.set(lowHalf(member.unit));
+    }
     // One pass over the text, however many delimiters there are: the list comes out sorted.
     for (std::size_t at = 0; at < text.size(); ++at) {
+        const wchar_t unit = text[at];
+        if (!lowHalves[lowHalf(unit)]) {
+            continue;
+        }
         const auto found = std::lower_bound(
-            members.begin(), members.end(), text[at],
-            [](const Delimiter& member, wchar_t unit) { return member.unit < unit; });
-        if (found != members.end() && found->unit == text[at]) {
+            members.begin(), members.end(), unit,
+            [](const Delimiter& member, wchar_t sought) { return member.unit < sought; });
+        if (found != members.end() && found->unit == unit) {
             found->last = at;
-            positions.insert(positions.end(), found->times, at);
+            positions.push_back(at);
+            positions.insert(positions.end(), found->times - 1, at);
         }
     }
     if (positions.empty()) {
@@ -143,21 +164,19 @@ void findStringDelimiters(const std::wstring& text, const wchar_t* delimiters,
 
 void split(const std::wstring& text, wchar_t delimiter, std::vector<std::wstring>& fields) {
     fields.clear();
-    std::vector<std::uint64_t> positions;
-    findStringDelimiters(text, delimiter, positions);
-    const auto append = [&fields](const std::wstring& piece) {
-        std::wstring field = chomp(piece);
+    // The fields between the positions of findStringDelimiters, which finds none of a null
+    // character. What follows the last one is a field, too, or empty and no field.
+    std::wstring_view rest = text;
+    for (;;) {
+        const std::size_t end = delimiter == L'\0' ? std::wstring_view::npos : rest.find(delimiter);
+        const std::wstring_view field = withoutSpace(rest.substr(0, end));
         if (!field.empty()) {
-            fields.push_back(std::move(field));
+            fields.emplace_back(field);
         }
-    };
-    if (positions.empty()) {
-        append(text);
-        return;
-    }
-    append(text.substr(0, positions.front()));
-    for (std::size_t i = 0; i + 1 < positions.size(); ++i) {
-        append(text.substr(positions[i] + 1, positions[i + 1] - positions[i] - 1));
+        if (end == std::wstring_view::npos) {
+            return;
+        }
+        rest.remove_prefix(end + 1);
     }
 }
 

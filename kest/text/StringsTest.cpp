@@ -179,6 +179,43 @@ TEST(FindStringDelimiters, TakesNoLongerForManyDelimiters) {
     EXPECT_EQ(Positions{1000000}, positions);
 }
 
+TEST(FindStringDelimiters, AgreesWithTheSetOfOne) {
+    std::mt19937 random(2);
+    for (int i = 0; i < 20000; ++i) {
+        const std::wstring text = randomText(random, 12, L"aab\u00E9");
+        const wchar_t delimiter = L"ab\u00E9\0"[random() % 4];
+        Positions positions{7};
+        findStringDelimiters(text, delimiter, positions);
+        const std::wstring set(delimiter == L'\0' ? 0 : 1, delimiter);
+        ASSERT_EQ(delimitersByDefinition(text, set), positions) << text;
+    }
+}
+
+TEST(Split, AgreesWithTheDelimiters) {
+    std::mt19937 random(3);
+    for (int i = 0; i < 20000; ++i) {
+        const std::wstring text = randomText(random, 14, L"a b,,\t\u3000");
+        const wchar_t delimiter = L", a\0"[random() % 4];
+        Positions positions;
+        findStringDelimiters(text, delimiter, positions);
+        Fields expected;
+        std::size_t begin = 0;
+        if (positions.empty()) {
+            positions.push_back(text.size());
+        }
+        for (const std::uint64_t position : positions) {
+            const std::wstring field = chomp(text.substr(begin, position - begin));
+            if (!field.empty()) {
+                expected.push_back(field);
+            }
+            begin = position + 1;
+        }
+        Fields fields{L"before"};
+        split(text, delimiter, fields);
+        ASSERT_EQ(expected, fields) << text;
+    }
+}
+
 TEST(Split, CutsTrimsAndDropsWhatIsEmpty) {
     const struct {
         std::wstring text;

@@ -1,12 +1,13 @@
 #include "kest/time/DateTimeImpl.h"
 
+#include <bit>
 #include <boost/lexical_cast.hpp>
 #include <boost/throw_exception.hpp>
+#include <cstring>
 #include <exception>
 #include <limits>
-#include <locale>
 #include <ostream>
-#include <sstream>
+#include <string>
 #include <typeinfo>
 
 #include "kest/diagnostics/SystemErrors.h"
@@ -28,10 +29,11 @@ constexpr SYSTEMTIME kInvalid = {65535, 65535, 65535, 65535, 65535, 65535, 65535
 
 /// FileTimeToSystemTime on a signed count; false when the system refuses.
 bool fromTicks(std::int64_t ticks, SYSTEMTIME& time) {
-    const auto bits = static_cast<std::uint64_t>(ticks);
-    FILETIME fileTime{};
-    fileTime.dwLowDateTime = static_cast<DWORD>(bits);
-    fileTime.dwHighDateTime = static_cast<DWORD>(bits >> 32);
+    // Both halves at once, as the system reads them; the lower one comes first. Written one after
+    // the other they would not have arrived yet.
+    static_assert(std::endian::native == std::endian::little && sizeof(FILETIME) == sizeof(ticks));
+    FILETIME fileTime;
+    std::memcpy(&fileTime, &ticks, sizeof(fileTime));
     return os().FileTimeToSystemTime(&fileTime, &time) != FALSE;
 }
 
@@ -152,11 +154,9 @@ std::wstring DateTimeImpl::timestampString() const {
     if (!toTicks(ticks)) {
         return std::wstring();
     }
-    std::wostringstream text;
-    // A global locale of the host's must not group the digits.
-    text.imbue(std::locale::classic());
-    text << ticks / kTicksPerSecond;
-    return text.str();
+    // No stream: it would give a part of the digits when memory runs out, and a global locale of the
+    // host's would group them.
+    return std::to_wstring(ticks / kTicksPerSecond);
 }
 
 std::int64_t DateTimeImpl::getSecondsSinceEpoch() const {

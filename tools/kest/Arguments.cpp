@@ -14,6 +14,8 @@
 namespace Tallowmere::command {
 namespace {
 
+constexpr wchar_t kTrace[] = L"--trace";
+
 bool isLetter(wchar_t c) {
     return (c >= L'a' && c <= L'z') || (c >= L'A' && c <= L'Z');
 }
@@ -24,21 +26,50 @@ bool isWord(std::wstring_view text) {
                        [](wchar_t c) { return isLetter(c) || c == L'-'; });
 }
 
+/// For ASCII.
+std::string narrow(std::wstring_view text) {
+    std::string bytes;
+    for (const wchar_t c : text) {
+        bytes += static_cast<char>(c);
+    }
+    return bytes;
+}
+
+/// Whether an option of that name, of some verb or of all, takes a value.
+bool takesValue(const std::wstring& name) {
+    return name == kTrace || std::any_of(verbs().begin(), verbs().end(), [&](const Verb& verb) {
+               return std::any_of(verb.options.begin(), verb.options.end(),
+                                  [&](const Option& option) {
+                                      return option.value != nullptr && name == option.name;
+                                  });
+           });
+}
+
 /// The arguments as the parser sees them. It works on bytes and has meanings of its own for some
-/// texts ("[a,b]" is two, "{}" none, "-1" a number), so only words and names of options reach it;
-/// for anything else it gets a token, which names the argument by its number.
+/// texts ("[a,b]" is two, "{}" none, "-1" a number), and in a subcommand it forgets that "--" ends
+/// the options. So only words and names of options reach it; for anything else it gets a token,
+/// which names the argument by its number.
 class Tokens {
 public:
-    explicit Tokens(const std::vector<std::wstring>& arguments) : m_arguments(arguments) {}
+    explicit Tokens(const std::vector<std::wstring>& arguments) : m_arguments(arguments) {
+        bool optionsEnded = false;
+        for (std::size_t i = 0; i < arguments.size(); ++i) {
+            if (optionsEnded) {
+                m_tokens.push_back(numbered(i));
+            } else if (arguments[i] == L"--") {
+                optionsEnded = true;
+            } else {
+                m_tokens.push_back(tokenOf(i));
+                if (takesValue(arguments[i]) && i + 1 < arguments.size()) {
+                    // Whatever it is.
+                    m_tokens.push_back(numbered(++i));
+                }
+            }
+        }
+    }
 
     /// The tokens, the last argument first, as the parser wants them.
-    std::vector<std::string> reversed() const {
-        std::vector<std::string> tokens;
-        for (std::size_t i = m_arguments.size(); i-- > 0;) {
-            tokens.push_back(tokenOf(i));
-        }
-        return tokens;
-    }
+    std::vector<std::string> reversed() const { return {m_tokens.rbegin(), m_tokens.rend()}; }
 
     /// The argument, or the part behind its "=", for which the token stands.
     std::wstring decode(const std::string& token) const {
@@ -57,12 +88,11 @@ public:
 private:
     std::string tokenOf(std::size_t index) const {
         const std::wstring& argument = m_arguments[index];
-        const std::string number = std::to_string(index);
-        if (isWord(argument) || argument == L"-" || argument == L"--") {
+        if (isWord(argument)) {
             return narrow(argument);
         }
-        if (argument.empty() || argument.front() != L'-') {
-            return "#" + number;
+        if (argument.size() < 2 || argument.front() != L'-') {
+            return numbered(index);
         }
         const std::size_t hyphens = argument.find_first_not_of(L'-');
         const std::size_t equals = argument.find(L'=');
@@ -70,41 +100,27 @@ private:
             isWord(std::wstring_view(argument).substr(0, equals).substr(hyphens))) {
             return equals == std::wstring::npos || hyphens == 1
                        ? narrow(argument.substr(0, equals))
-                       : narrow(argument.substr(0, equals)) + "==" + number;
+                       : narrow(argument.substr(0, equals)) + "==" + std::to_string(index);
         }
         // An option by its look, and none that there is.
-        return "--#" + number;
+        return "--" + numbered(index);
     }
 
-    static std::string narrow(std::wstring_view text) {
-        std::string bytes;
-        for (const wchar_t c : text) {
-            bytes += static_cast<char>(c);
-        }
-        return bytes;
-    }
+    static std::string numbered(std::size_t index) { return "#" + std::to_string(index); }
 
     const std::vector<std::wstring>& m_arguments;
+    std::vector<std::string> m_tokens;
 };
 
-std::string narrowName(const wchar_t* name) {
-    const std::wstring_view text(name);
-    std::string bytes;
-    for (const wchar_t c : text) {
-        bytes += static_cast<char>(c);
-    }
-    return bytes;
-}
-
-/// What is wrong with the operands of a verb; empty when nothing is.
-std::wstring mistakeIn(const Verb& verb, const Operands& operands) {
+/// What is wrong with what a verb is given; empty when nothing is.
+std::wstring mistakeIn(const Verb& verb, const Operands& operands, const Options& options) {
     if (operands.size() < std::size(verb.missing) && verb.missing[operands.size()] != nullptr) {
         return verb.missing[operands.size()];
     }
     if (operands.size() > verb.most) {
         return L"one argument too many: " + operands[verb.most];
     }
-    return verb.mistake == nullptr ? L"" : verb.mistake(operands);
+    return verb.mistake == nullptr ? L"" : verb.mistake(operands, options);
 }
 
 /// The parser, with a subcommand for each verb.
@@ -131,8 +147,14 @@ public:
             Parsed& parsed = m_verbs.emplace_back();
             parsed.verb = &verb;
             parsed.app = verb.action == nullptr ? named : add(*named, verb.action);
-            for (const Flag& flag : verb.flags) {
-                parsed.flags.push_back(parsed.app->add_flag(narrowName(flag.name)));
+            for (const Option& option : verb.options) {
+                CLI::Option* const added = option.value == nullptr
+                                               ? parsed.app->add_flag(narrow(option.name))
+                                               : parsed.app->add_option(narrow(option.name));
+                if (option.value != nullptr) {
+                    added->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+                }
+                parsed.options.push_back(added);
             }
             parsed.app->add_option("operands", parsed.operands);
         }
@@ -153,9 +175,10 @@ public:
             return L"--version";
         }
         for (const Parsed& parsed : m_verbs) {
-            for (std::size_t i = 0; i < parsed.flags.size(); ++i) {
-                if (hasValue(*parsed.flags[i])) {
-                    return parsed.verb->flags[i].name;
+            for (std::size_t i = 0; i < parsed.options.size(); ++i) {
+                const Option& option = parsed.verb->options[i];
+                if (option.value == nullptr && hasValue(*parsed.options[i])) {
+                    return option.name;
                 }
             }
         }
@@ -187,7 +210,8 @@ public:
     struct Parsed {
         const Verb* verb = nullptr;
         CLI::App* app = nullptr;
-        std::vector<CLI::Option*> flags;
+        /// In the order of the verb's own.
+        std::vector<CLI::Option*> options;
         std::vector<std::string> operands;
     };
 
@@ -206,7 +230,7 @@ private:
     }
 
     static CLI::App* add(CLI::App& parent, const wchar_t* name) {
-        CLI::App* const app = parent.add_subcommand(narrowName(name));
+        CLI::App* const app = parent.add_subcommand(narrow(name));
         app->set_help_flag();
         // The options of every verb are the top's.
         app->fallthrough();
@@ -234,14 +258,15 @@ std::optional<Request> parse(const std::vector<std::wstring>& arguments, Mistake
         return std::nullopt;
     };
     bool isUnknown = false;
-    bool isTraceBare = false;
+    std::string bare;
     try {
         grammar.parse(tokens.reversed());
     } catch (const CLI::ExtrasError&) {
         isUnknown = true;
-    } catch (const CLI::ArgumentMismatch&) {
-        // No other option takes a value.
-        isTraceBare = true;
+    } catch (const CLI::ArgumentMismatch& mismatch) {
+        // An option at the end, without its value; the text begins with its name.
+        const std::string text = mismatch.what();
+        bare = text.substr(0, text.find(':'));
     }
     if (const std::wstring flag = grammar.burdened(); !flag.empty()) {
         return mistaken(flag + L" takes no value");
@@ -264,8 +289,11 @@ std::optional<Request> parse(const std::vector<std::wstring>& arguments, Mistake
     if (const std::optional<std::string> file = grammar.traceFile()) {
         request.traceFile = tokens.decode(*file);
     }
-    if (isTraceBare || request.traceFile == L"") {
+    if (bare == "--trace" || request.traceFile == L"") {
         return mistaken(L"--trace needs a file");
+    }
+    if (!bare.empty()) {
+        return mistaken(tokens.decode(bare) + L" needs a value");
     }
     if (parsed == nullptr) {
         const std::wstring name = request.name;
@@ -281,12 +309,23 @@ std::optional<Request> parse(const std::vector<std::wstring>& arguments, Mistake
     for (const std::string& token : parsed->operands) {
         request.operands.push_back(tokens.decode(token));
     }
-    for (std::size_t i = 0; i < parsed->flags.size(); ++i) {
-        if (parsed->flags[i]->count() != 0) {
-            request.flags.insert(parsed->verb->flags[i].name);
+    for (std::size_t i = 0; i < parsed->options.size(); ++i) {
+        const Option& option = parsed->verb->options[i];
+        if (parsed->options[i]->count() == 0) {
+            continue;
+        }
+        std::vector<std::wstring>& values = request.options[option.name];
+        if (option.value == nullptr) {
+            continue;
+        }
+        for (const std::string& token : parsed->options[i]->results()) {
+            values.push_back(tokens.decode(token));
+            if (values.back().empty()) {
+                return mistaken(std::wstring(option.name) + L" needs a value");
+            }
         }
     }
-    const std::wstring wrong = mistakeIn(*request.verb, request.operands);
+    const std::wstring wrong = mistakeIn(*request.verb, request.operands, request.options);
     if (!wrong.empty()) {
         return mistaken(wrong);
     }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -20,8 +19,7 @@ struct Request {
     /// was named, or null where several have the name.
     const Verb* verb = nullptr;
     Operands operands;
-    /// The verb's own options that were given.
-    std::set<std::wstring> flags;
+    Options options;
     /// Where the trace goes; nowhere without it.
     std::optional<std::wstring> traceFile;
 };

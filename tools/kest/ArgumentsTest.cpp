@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
+
 namespace Tallowmere::command {
 namespace {
 
@@ -15,6 +17,16 @@ Request accepted(const Texts& arguments) {
     EXPECT_EQ(L"", mistake.text);
     EXPECT_TRUE(request.has_value());
     return request.value_or(Request());
+}
+
+/// The names of the options that were given.
+Flags flagsOf(const Texts& arguments) {
+    Flags names;
+    for (const auto& [name, values] : accepted(arguments).options) {
+        EXPECT_EQ(Texts{}, values);
+        names.insert(name);
+    }
+    return names;
 }
 
 std::wstring mistakeIn(const Texts& arguments) {
@@ -62,9 +74,9 @@ TEST(Arguments, ReadsTheVerbsOfRestorePoints) {
     const Request request = accepted({L"restore", L"12"});
     EXPECT_EQ(&restore, request.verb->perform);
     EXPECT_EQ(Texts{L"12"}, request.operands);
-    EXPECT_TRUE(request.flags.empty());
-    EXPECT_EQ((Flags{L"--yes"}), accepted({L"restore", L"--yes", L"0"}).flags);
-    EXPECT_EQ((Flags{L"--yes"}), accepted({L"restore", L"4294967295", L"--yes", L"--yes"}).flags);
+    EXPECT_TRUE(request.options.empty());
+    EXPECT_EQ((Flags{L"--yes"}), flagsOf({L"restore", L"--yes", L"0"}));
+    EXPECT_EQ((Flags{L"--yes"}), flagsOf({L"restore", L"4294967295", L"--yes", L"--yes"}));
     EXPECT_EQ(L"t", accepted({L"restore-points", L"--trace=t"}).traceFile);
 }
 
@@ -121,9 +133,29 @@ TEST(Arguments, TakesTextsAsTheyAreWhateverTheyMeanToTheParser) {
 
 TEST(Arguments, ReadsTheVerbsOwnOptions) {
     EXPECT_EQ((Flags{L"--dry-run", L"--verify"}),
-              accepted({L"copy", L"--verify", L"a", L"--dry-run", L"b"}).flags);
-    EXPECT_EQ(Flags{L"--json"}, accepted({L"registry", L"keys", L"k", L"--json"}).flags);
+              flagsOf({L"copy", L"--verify", L"a", L"--dry-run", L"b"}));
+    EXPECT_EQ(Flags{L"--json"}, flagsOf({L"registry", L"keys", L"k", L"--json"}));
     EXPECT_EQ(L"t", accepted({L"registry", L"--trace=t", L"keys", L"k"}).traceFile);
+}
+
+TEST(Arguments, ReadsOptionsWithValues) {
+    const Request request =
+        accepted({L"trace", L"a.log", L"--severity", L"error", L"--since=2026-11-16", L"--thread",
+                  L"1", L"--thread=T2", L"--text", L"[a=b]", L"--follow", L"--", L"--b.log"});
+    EXPECT_EQ((Texts{L"a.log", L"--b.log"}), request.operands);
+    EXPECT_EQ((Options{{L"--severity", {L"error"}},
+                       {L"--since", {L"2026-11-16"}},
+                       {L"--thread", {L"1", L"T2"}},
+                       {L"--text", {L"[a=b]"}},
+                       {L"--follow", {}}}),
+              request.options);
+    EXPECT_EQ(L"trace needs a file", mistakeIn({L"trace"}));
+    EXPECT_EQ(L"unknown option --tail", mistakeIn({L"trace", L"a.log", L"--tail"}));
+    EXPECT_EQ(L"--follow takes no value", mistakeIn({L"trace", L"a.log", L"--follow=1"}));
+    EXPECT_EQ(L"--text needs a value", mistakeIn({L"trace", L"a.log", L"--text"}));
+    EXPECT_EQ(L"--text needs a value", mistakeIn({L"trace", L"a.log", L"--text="}));
+    EXPECT_EQ(L"--severity needs info, warning, error or critical, not x",
+              mistakeIn({L"trace", L"a.log", L"--severity", L"x"}));
 }
 
 TEST(Arguments, NamesTheVerbThatWasMeant) {
@@ -139,6 +171,13 @@ TEST(Arguments, NamesTheVerbThatWasMeant) {
     EXPECT_EQ(L"registry", accepted({L"registry", L"--help"}).name);
     EXPECT_EQ(&listRegistryKeys, accepted({L"registry", L"keys", L"-h"}).verb->perform);
     EXPECT_EQ(L"", accepted({L"--help"}).name);
+}
+
+TEST(Arguments, EndsTheOptionsWhereverTheHyphensStand) {
+    EXPECT_EQ((Texts{L"a", L"-b"}), accepted({L"copy", L"a", L"--", L"-b"}).operands);
+    EXPECT_EQ((Texts{L"a", L"--"}), accepted({L"copy", L"--verify", L"a", L"--", L"--"}).operands);
+    EXPECT_EQ((Texts{L"k", L"-h"}), accepted({L"registry", L"get", L"k", L"--", L"-h"}).operands);
+    EXPECT_EQ(L"--since", accepted({L"delete", L"a", L"--trace", L"--since", L"--"}).traceFile);
 }
 
 TEST(Arguments, TakesASingleHyphenForAPath) {

@@ -11,7 +11,6 @@
 #include "Help.h"
 #include "Terminal.h"
 #include "TraceTap.h"
-#include "trace/CommandLine.h"
 
 namespace Tallowmere::command {
 namespace {
@@ -32,7 +31,7 @@ int performTraced(const Request& request) {
     }
     TraceTap trace(std::move(file));
     try {
-        return request.verb->perform({request.operands, request.flags, trace}) ? done : failed;
+        return request.verb->perform({request.operands, request.options, trace}) ? done : failed;
     } catch (const OutputFailed&) {
         throw;
     } catch (const std::exception& error) {
@@ -42,9 +41,6 @@ int performTraced(const Request& request) {
 }
 
 int answer(const std::vector<std::wstring>& arguments) {
-    if (!arguments.empty() && arguments[0] == L"trace") {
-        return trace::perform({arguments.begin() + 1, arguments.end()});
-    }
     Mistake mistake;
     const std::optional<Request> request = parse(arguments, mistake);
     if (!request) {

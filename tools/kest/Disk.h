@@ -30,7 +30,11 @@ bool list(const std::wstring& folder, std::vector<Entry>& entries, std::wstring&
 /// when there is none or it cannot be told.
 std::optional<Entry> look(const std::wstring& path, std::wstring& reason);
 
-/// What tells one thing on the disk from every other; nothing when there is none.
+/// Whether a tree can be moved away while folders in it are being listed.
+bool canMoveWhileListed();
+
+/// What tells one thing at a place from what stands there before or after it; nothing when there is
+/// none. Looking is in nobody's way, whatever is being done to it.
 std::optional<std::pair<std::uint64_t, std::uint64_t>> identityOf(const std::wstring& path);
 
 /// Whether it belongs to the user and gives no right to anybody else, as the library's own folders

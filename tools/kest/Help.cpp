@@ -1,25 +1,45 @@
 #include "Help.h"
 
 #include <algorithm>
+#include <string_view>
 
 namespace Tallowmere::command {
 namespace {
 
-constexpr const wchar_t* kTraceMeaning = L"write what the library does into FILE";
+constexpr std::wstring_view kUsage = L"usage: ";
+/// Where a usage goes on that is longer than a line of a usual terminal.
+constexpr std::size_t kWidth = 80;
+constexpr std::size_t kIndent = 12;
+constexpr Option kTrace = {L"--trace", L"write what the library does into FILE", L"FILE"};
 
 std::wstring padded(std::wstring text, std::size_t width) {
     text.resize(std::max(text.size() + 2, width), L' ');
     return text;
 }
 
+/// The option with what it takes.
+std::wstring written(const Option& option) {
+    return option.value == nullptr ? option.name : std::wstring(option.name) + L" " + option.value;
+}
+
 std::wstring usageLine(const Verb& verb) {
     std::wstring text = L"kest " + fullName(verb);
     text += *verb.operands == L'\0' ? L"" : L" ";
     text += verb.operands;
-    for (const Flag& flag : verb.flags) {
-        text.append(L" [").append(flag.name).append(L"]");
+    std::size_t column = kUsage.size() + text.size();
+    std::vector<Option> options = verb.options;
+    options.push_back(kTrace);
+    for (const Option& option : options) {
+        const std::wstring piece = L"[" + written(option) + L"]";
+        if (column + 1 + piece.size() >= kWidth) {
+            text += L"\n" + std::wstring(kIndent, L' ') + piece;
+            column = kIndent + piece.size();
+        } else {
+            text += L" " + piece;
+            column += 1 + piece.size();
+        }
     }
-    return text + L" [--trace FILE]\n";
+    return text + L"\n";
 }
 
 /// The usage of all verbs of that name, one below the other.
@@ -53,7 +73,7 @@ std::wstring overview() {
            L"\n"
            L"Options of every command:\n"
            L"  --trace FILE  " +
-           kTraceMeaning +
+           kTrace.meaning +
            L"\n"
            L"  --help, -h    say how to use the command\n"
            L"  --            what follows is no option, whatever it begins with\n"
@@ -68,12 +88,15 @@ std::wstring helpOf(const Verb& verb) {
     text += summary + L".\n";
     text += verb.text;
     text += L"\nOptions:\n";
-    std::vector<Flag> flags = verb.flags;
-    flags.push_back({L"--trace FILE", kTraceMeaning});
-    flags.push_back({L"--help, -h", L"say this"});
-    for (const Flag& flag : flags) {
-        constexpr std::size_t kColumn = 16;
-        text += padded(std::wstring(L"  ") + flag.name, kColumn) + flag.meaning + L"\n";
+    std::vector<Option> options = verb.options;
+    options.push_back(kTrace);
+    options.push_back({L"--help, -h", L"say this"});
+    std::size_t width = 0;
+    for (const Option& option : options) {
+        width = std::max(width, written(option).size() + 4);
+    }
+    for (const Option& option : options) {
+        text += padded(L"  " + written(option), width) + option.meaning + L"\n";
     }
     text += verb.examples.size() == 1 ? L"\nExample:\n" : L"\nExamples:\n";
     for (const Example& example : verb.examples) {

@@ -1,27 +1,28 @@
 #include "Verbs.h"
 
 #include <algorithm>
+#include <cstdint>
 
 namespace Tallowmere::command {
 namespace {
 
-std::wstring emptyPath(const Operands& operands) {
+std::wstring emptyPath(const Operands& operands, const Options&) {
     // A shell variable that was never set: better told than taken for a tree that is not there.
     const bool isOneEmpty = std::any_of(operands.begin(), operands.end(),
                                         [](const std::wstring& path) { return path.empty(); });
     return isOneEmpty ? L"a path is empty" : L"";
 }
 
-std::wstring emptyCommandLine(const Operands& operands) {
+std::wstring emptyCommandLine(const Operands& operands, const Options&) {
     return operands[0].empty() ? L"the command line is empty" : L"";
 }
 
-std::wstring noNumber(const Operands& operands) {
+std::wstring noNumber(const Operands& operands, const Options&) {
     unsigned long number = 0;
     return readNumber(operands[0], number) ? L"" : L"not a restore point's number: " + operands[0];
 }
 
-constexpr Flag kJson = {L"--json", L"write JSON, for scripts"};
+constexpr Option kJson = {L"--json", L"write JSON, for scripts"};
 
 std::vector<Verb> makeVerbs() {
     return {
@@ -110,6 +111,33 @@ std::vector<Verb> makeVerbs() {
          1,
          &emptyPath,
          &tellWhen},
+        {L"trace",
+         nullptr,
+         L"FILE...",
+         L"read traces: choose lines, sum them up, or make a page of them",
+         L"The lines of several files come in the order of their times. What is no line of a "
+         L"trace\n"
+         L"is shown as such. A TIME is as in the trace, or as 2026-11-16 17:35:54.123, or a part "
+         L"of\n"
+         L"that. --thread, --module, --process and --text may be given several times.\n",
+         {{L"--severity", L"lines of that severity, and worse ones", L"LEVEL"},
+          {L"--since", L"lines from then on", L"TIME"},
+          {L"--until", L"lines up to then", L"TIME"},
+          {L"--thread", L"lines of that thread", L"NUMBER"},
+          {L"--module", L"lines of that module", L"NAME"},
+          {L"--process", L"files with that in their name", L"TEXT"},
+          {L"--text", L"lines with that in their message", L"TEXT"},
+          {L"--follow", L"wait for more at the end"},
+          {L"--summary", L"counts, gaps and threads instead of the lines"},
+          kJson,
+          {L"--html", L"write a page for a browser", L"PAGE"}},
+         {{L"kest trace copy.log --severity warning", L"what went wrong"},
+          {L"kest trace *.log --summary", L"what several processes did"},
+          {L"kest trace copy.log --html copy.html", L"threads as lanes, to be searched"}},
+         {L"trace needs a file"},
+         SIZE_MAX,
+         &mistakeInTraces,
+         &readTraces},
         {L"programs",
          nullptr,
          L"[NAME]",

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstddef>
-#include <set>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -11,20 +11,24 @@ namespace Tallowmere::command {
 
 using Operands = std::vector<std::wstring>;
 
+/// The verb's own options that were given, such as "--json", with their values where they take any.
+using Options = std::map<std::wstring, std::vector<std::wstring>>;
+
 /// What a verb is to work with.
 struct Call {
     const Operands& operands;
-    /// The verb's own options that were given, such as "--json".
-    const std::set<std::wstring>& flags;
+    const Options& options;
     TraceTap& trace;
 
-    bool has(const wchar_t* flag) const { return flags.count(flag) != 0; }
+    bool has(const wchar_t* option) const { return options.count(option) != 0; }
 };
 
-/// An option of a verb; none takes a value.
-struct Flag {
+/// An option of a verb.
+struct Option {
     const wchar_t* name;
     const wchar_t* meaning;
+    /// What its value is, for one that takes a value, and may be given several times; else null.
+    const wchar_t* value = nullptr;
 };
 
 struct Example {
@@ -44,14 +48,15 @@ struct Verb {
     const wchar_t* summary;
     /// What its help says beyond that, in lines; may be empty.
     const wchar_t* text;
-    std::vector<Flag> flags;
+    std::vector<Option> options;
     std::vector<Example> examples;
     /// What is wrong with no operand, and with one; null where that is enough.
     const wchar_t* missing[2];
     /// The largest number of operands.
     std::size_t most;
-    /// What is wrong with operands of the right number, empty for nothing; null where all will do.
-    std::wstring (*mistake)(const Operands& operands);
+    /// What is wrong with operands of the right number, or with the options; empty for nothing,
+    /// null where all will do.
+    std::wstring (*mistake)(const Operands& operands, const Options& options);
     /// False, with the reason on standard error, when it could not be done. Throws what the library
     /// throws, and OutputFailed.
     bool (*perform)(const Call& call);
@@ -65,6 +70,9 @@ std::wstring fullName(const Verb& verb);
 
 /// "get, keys or values": the actions of the verbs of one name.
 std::wstring actionsOf(const std::wstring& name);
+
+/// What is wrong with what readTraces is to do; empty for nothing.
+std::wstring mistakeInTraces(const Operands& operands, const Options& options);
 
 /// The number of a restore point: digits alone, of a number that 32 bits hold.
 bool readNumber(const std::wstring& text, unsigned long& number);
@@ -83,6 +91,7 @@ bool tellRegistryValue(const Call& call);
 bool listRegistryKeys(const Call& call);
 bool listRegistryValues(const Call& call);
 bool listPrograms(const Call& call);
+bool readTraces(const Call& call);
 bool listRestorePoints(const Call& call);
 bool restore(const Call& call);
 

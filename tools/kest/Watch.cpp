@@ -135,8 +135,11 @@ bool Watch::isOver() {
 
 void Watch::run() {
     try {
-        Survey(*this).walk(m_tree);
-        m_isSurveyed = !isOver();
+        // Not in the way of a deletion.
+        if (m_operation == Operation::copy || disk::canMoveWhileListed()) {
+            Survey(*this).walk(m_tree);
+            m_isSurveyed = !isOver();
+        }
         std::unique_lock<std::mutex> lock(m_mutex);
         while (!m_ended.wait_for(lock, kBetweenDraws, [this] { return m_isOver; })) {
             lock.unlock();

@@ -60,6 +60,9 @@ declare -A usage=(
     [recover]='usage: kest recover PATH [--json] [--trace FILE]'
     [live]='usage: kest live PATH [--json] [--trace FILE]'
     [when]='usage: kest when PATH [--json] [--trace FILE]'
+    [trace]='usage: kest trace FILE... [--severity LEVEL] [--since TIME] [--until TIME]
+            [--thread NUMBER] [--module NAME] [--process TEXT] [--text TEXT]
+            [--follow] [--summary] [--json] [--html PAGE] [--trace FILE]'
     [programs]='usage: kest programs [NAME] [--json] [--trace FILE]'
     [registry]='usage: kest registry get KEY [NAME] [--json] [--trace FILE]
        kest registry keys KEY [--json] [--trace FILE]
@@ -92,6 +95,10 @@ wrong_use "link" link "link needs a destination" link a
 wrong_use "recover" recover "recover needs a path" recover
 wrong_use "live" live "live needs a path" live --json
 wrong_use "when" when "one argument too many: b" when a b
+wrong_use "trace" trace "trace needs a file" trace --json
+wrong_use "trace: a severity" trace "--severity needs info, warning, error or critical, not x" \
+    trace copy.log --severity x
+wrong_use "trace: no value" trace "--since needs a value" trace copy.log --since
 wrong_use "programs" programs "one argument too many: b" programs a b
 wrong_use "registry" registry "registry needs get, keys or values" registry
 wrong_use "registry set" registry "unknown command registry set" registry set a
@@ -108,7 +115,7 @@ wrong_use "about" about "unknown option --yes" about --yes
 "${kest[@]}" --help >help.text 2>help.errors </dev/null
 compare "help: exit status" 0 $?
 compare "help: errors" "" "$(text_of help.errors)"
-compare "help: the commands" "copy delete link recover live when programs registry registry registry \
+compare "help: the commands" "copy delete link recover live when trace programs registry registry registry \
 shares restore-points restore property run about " \
     "$(tr -d '\r' <help.text | sed -n '/^Commands:/,/^$/s/^  \([a-z-]*\) .*/\1/p' | tr '\n' ' ')"
 for verb in "${!usage[@]}"; do
@@ -129,6 +136,27 @@ for verb in "${!usage[@]}"; do
     done
 done
 rm help.text help.errors
+
+# Completion: what comes after the words, the last of which is being typed.
+completed() {
+    COMP_WORDS=(kest "$@") COMP_CWORD=$# COMPREPLY=()
+    _kest 2>/dev/null
+    printf '%s ' "${COMPREPLY[@]:-}"
+}
+# shellcheck source=/dev/null
+. "$documents/kest.bash-completion"
+mkdir completion
+touch 'completion/a b' 'completion/-c'
+compare "completion: commands" "restore-points restore " "$(completed rest)"
+compare "completion: options" "--trace --help --dry-run --verify " "$(completed copy --)"
+compare "completion: one option" "--verify " "$(completed copy a --v)"
+compare "completion: actions" "keys " "$(completed registry k)"
+compare "completion: severities" "error " "$(completed trace x --severity e)"
+compare "completion: paths" "completion/a b " "$(completed --trace x delete completion/a)"
+compare "completion: a path after two hyphens" "completion/-c " "$(completed delete -- completion/-)"
+compare "completion: nothing" " " "$(completed about x)"
+compare "completion: the file of the trace" "completion " "$(completed about --trace comp)"
+rm -r completion
 compare "wrong use touches nothing" "" "$(tree .)"
 
 mkdir -p source/inner/empty old
@@ -147,6 +175,12 @@ expect "copy with a trace" 0 "" "" copy source old --trace 'trace Ж.log'
 traced=$(text_of 'trace Ж.log' | cut -f 2,4- | sed -E 's/L[0-9]{5} +\t/\t/' | grep -F 'Grüße')
 compare "the trace" $'INFO    \tTransactedFS:\tDeleteFileTransacted old\\inner\\Grüße 日本
 INFO    \tTransactedFS:\tCopyFileTransacted source\\inner\\Grüße 日本 -> old\\inner\\Grüße 日本' "$traced"
+"${kest[@]}" trace 'trace Ж.log' --text Grüße --severity=info >traced.text 2>.errors
+compare "reading it: exit status" 0 $?
+compare "reading it: errors" "" "$(text_of .errors)"
+compare "reading it" $'DeleteFileTransacted old\\inner\\Grüße 日本
+CopyFileTransacted source\\inner\\Grüße 日本 -> old\\inner\\Grüße 日本' "$(text_of traced.text | cut -f 5-)"
+rm traced.text
 expect "the other form of the option" 0 "" "" --trace=trace2.log delete new
 compare "a trace line for the tree itself" 1 \
     "$(text_of trace2.log | cut -f 5- | grep -cxF 'RemoveDirectoryTransacted \\?\new')"

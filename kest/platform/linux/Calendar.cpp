@@ -3,37 +3,46 @@
 namespace Tallowmere::platform::calendar {
 namespace {
 
-constexpr std::int64_t kDaysPerYear = 365;
-constexpr std::int64_t kDaysPer4Years = 4 * kDaysPerYear + 1;
-constexpr std::int64_t kDaysPer100Years = 25 * kDaysPer4Years - 1;
-constexpr std::int64_t kDaysPer400Years = 4 * kDaysPer100Years + 1;
+// The year is taken to begin in March, as Howard Hinnant describes: a leap year's day is the last
+// of it then, the lengths of its months follow a straight line, and nothing has to be asked for.
+// Days are counted from 1600-03-01, which begins a cycle of 400 years.
+
+constexpr std::uint32_t kDaysPer4Years = 1461;
+constexpr std::uint32_t kDaysPer400Years = 146097;
+constexpr std::uint32_t kCycleYear = 1600;
+/// From there to 1601-01-01.
+constexpr std::uint32_t kDaysToFirstYear = 306;
+
+/// The days of a March year before its month, 0 for March. Five months have 153 days, and again.
+constexpr std::uint32_t daysBeforeMonth(std::uint32_t month) {
+    return (153 * month + 2) / 5;
+}
 
 constexpr int kDaysInMonth[12] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-
-/// The days of a year before each of its months, and all of them; first for years that are no leap
-/// years.
-constexpr std::int16_t kDaysBefore[2][13] = {
-    {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334, 365},
-    {0, 31, 60, 91, 121, 152, 182, 213, 244, 274, 305, 335, 366}};
 
 bool isLeapYear(int year) {
     return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
 }
 
-/// The year that a day belongs to, and what is left of `days` within it. 1601 begins a cycle of 400
-/// years, whose long parts, the fourth century and the fourth year, come last.
-int takeYear(std::int64_t& days) {
-    const std::int64_t cycles = days / kDaysPer400Years;
-    days %= kDaysPer400Years;
-    std::int64_t centuries = days / kDaysPer100Years;
-    centuries = centuries == 4 ? 3 : centuries;
-    days -= centuries * kDaysPer100Years;
-    const std::int64_t quads = days / kDaysPer4Years;
-    days %= kDaysPer4Years;
-    std::int64_t years = days / kDaysPerYear;
-    years = years == 4 ? 3 : years;
-    days -= years * kDaysPerYear;
-    return static_cast<int>(kFirstYear + 400 * cycles + 100 * centuries + 4 * quads + years);
+struct Date {
+    std::uint32_t year;
+    std::uint32_t month;
+    std::uint32_t day;
+};
+
+/// The date that is so many days after 1601-01-01.
+Date dateOf(std::uint32_t days) {
+    // Four times as many, so that a quarter of a day is a whole number: a century has 36524 and a
+    // quarter of them, a year 365 and a quarter.
+    const std::uint32_t quarters = 4 * (days + kDaysToFirstYear) + 3;
+    const std::uint32_t century = quarters / kDaysPer400Years;
+    const std::uint32_t within = quarters % kDaysPer400Years | 3;
+    const std::uint32_t year = within / kDaysPer4Years;
+    const std::uint32_t day = within % kDaysPer4Years / 4;
+    const std::uint32_t month = (5 * day + 2) / 153;
+    const std::uint32_t isNextYear = month >= 10 ? 1 : 0;
+    return {kCycleYear + 100 * century + year + isNextYear, month + 3 - 12 * isNextYear,
+            day - daysBeforeMonth(month) + 1};
 }
 
 }  // namespace
@@ -43,9 +52,13 @@ int daysInMonth(int year, int month) {
 }
 
 std::int64_t daysOf(int year, int month, int day) {
-    const std::int64_t years = year - kFirstYear;
-    return years * kDaysPerYear + years / 4 - years / 100 + years / 400 +
-           kDaysBefore[isLeapYear(year) ? 1 : 0][month - 1] + day - 1;
+    const std::uint32_t isNextYear = month <= 2 ? 1 : 0;
+    const std::uint32_t years = static_cast<std::uint32_t>(year) - kCycleYear - isNextYear;
+    const std::uint32_t days =
+        365 * years + years / 4 - years / 100 + years / 400 +
+        daysBeforeMonth(static_cast<std::uint32_t>(month) + 12 * isNextYear - 3) +
+        static_cast<std::uint32_t>(day) - 1;
+    return std::int64_t{days} - kDaysToFirstYear;
 }
 
 int weekdayOf(std::int64_t days) {
@@ -54,7 +67,8 @@ int weekdayOf(std::int64_t days) {
 
 bool isDate(const SYSTEMTIME& time) {
     return time.wYear >= kFirstYear && time.wYear <= kLastYear && time.wMonth >= 1 &&
-           time.wMonth <= 12 && time.wDay >= 1 && time.wDay <= daysInMonth(time.wYear, time.wMonth);
+           time.wMonth <= 12 && time.wDay >= 1 &&
+           (time.wDay <= 28 || time.wDay <= daysInMonth(time.wYear, time.wMonth));
 }
 
 bool isClock(const SYSTEMTIME& time) {
@@ -75,24 +89,21 @@ bool fromTicks(std::int64_t ticks, SYSTEMTIME& time) {
     if (ticks < 0) {
         return false;
     }
-    std::int64_t days = ticks / kTicksPerDay;
-    // What is left fits 32 bits, in which dividing is cheaper.
-    const auto clock = static_cast<std::uint32_t>(ticks % kTicksPerDay / kTicksPerMillisecond);
-    const int weekday = weekdayOf(days);
-    const int year = takeYear(days);
-    if (year > kLastYear) {
+    // The days of all ticks fit 32 bits, and so do the milliseconds of a day; dividing is cheaper
+    // there.
+    const auto days = static_cast<std::uint32_t>(static_cast<std::uint64_t>(ticks) / kTicksPerDay);
+    const auto clock = static_cast<std::uint32_t>(
+        (static_cast<std::uint64_t>(ticks) - std::uint64_t{days} * kTicksPerDay) /
+        kTicksPerMillisecond);
+    const Date date = dateOf(days);
+    if (date.year > kLastYear) {
         return false;
     }
-    const std::int16_t* const before = kDaysBefore[isLeapYear(year) ? 1 : 0];
-    // No month is longer than 32 days, and all together are shorter by less than a month: it is
-    // this one or the next.
-    int month = static_cast<int>(days / 32);
-    month += days >= before[month + 1] ? 1 : 0;
-    const auto field = [](std::int64_t value) { return static_cast<WORD>(value); };
-    time.wYear = field(year);
-    time.wMonth = field(month + 1);
-    time.wDayOfWeek = field(weekday);
-    time.wDay = field(days - before[month] + 1);
+    const auto field = [](std::uint32_t value) { return static_cast<WORD>(value); };
+    time.wYear = field(date.year);
+    time.wMonth = field(date.month);
+    time.wDayOfWeek = field((days + 1) % 7);
+    time.wDay = field(date.day);
     const std::uint32_t seconds = clock / 1000;
     const std::uint32_t minutes = seconds / 60;
     time.wHour = field(minutes / 60);
@@ -103,19 +114,7 @@ bool fromTicks(std::int64_t ticks, SYSTEMTIME& time) {
 }
 
 int yearOf(std::int64_t ticks) {
-    std::int64_t days = ticks / kTicksPerDay;
-    return takeYear(days);
-}
-
-std::uint64_t join(const FILETIME& time) {
-    return std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime;
-}
-
-FILETIME split(std::uint64_t ticks) {
-    FILETIME time{};
-    time.dwLowDateTime = static_cast<DWORD>(ticks);
-    time.dwHighDateTime = static_cast<DWORD>(ticks >> 32);
-    return time;
+    return static_cast<int>(dateOf(static_cast<std::uint32_t>(ticks / kTicksPerDay)).year);
 }
 
 }  // namespace Tallowmere::platform::calendar

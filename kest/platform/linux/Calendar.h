@@ -48,7 +48,14 @@ bool fromTicks(std::int64_t ticks, SYSTEMTIME& time);
 int yearOf(std::int64_t ticks);
 
 /// The two halves of a file time as one number, and back.
-std::uint64_t join(const FILETIME& time);
-FILETIME split(std::uint64_t ticks);
+inline std::uint64_t join(const FILETIME& time) {
+    return std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime;
+}
+inline FILETIME split(std::uint64_t ticks) {
+    FILETIME time{};
+    time.dwLowDateTime = static_cast<DWORD>(ticks);
+    time.dwHighDateTime = static_cast<DWORD>(ticks >> 32);
+    return time;
+}
 
 }  // namespace Tallowmere::platform::calendar

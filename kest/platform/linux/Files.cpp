@@ -66,7 +66,7 @@ DWORD readAttributes(const wchar_t* path, WIN32_FILE_ATTRIBUTE_DATA& data) {
     if (error != ERROR_SUCCESS) {
         return error;
     }
-    struct statx status {};
+    struct statx status;
     if (statx(place.base, place.rest, AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS | STATX_BTIME,
               &status) != 0) {
         return errorOfPlace(errno, place);

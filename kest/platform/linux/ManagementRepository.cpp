@@ -19,6 +19,10 @@
 namespace Tallowmere::platform::management {
 namespace {
 
+/// Our choice: a file beyond this is taken for a damaged one, whatever is in it: all of it would have
+/// to be held in memory at once, and no computer has that many restore points.
+constexpr off_t kLargestFile = off_t{256} << 20;
+
 /// The file's name; empty without one.
 std::string repositoryPath() {
     const char* const path = std::getenv("KEST_WMI");
@@ -59,7 +63,13 @@ Descriptor openFile(const std::string& path) {
 HRESULT readFile(int file, Instances& instances) {
     struct stat status;
     std::string bytes;
-    if (::fstat(file, &status) != 0 || !S_ISREG(status.st_mode) || !readAll(file, bytes)) {
+    if (::fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) {
+        return WBEM_E_PROVIDER_LOAD_FAILURE;
+    }
+    if (status.st_size > kLargestFile) {
+        return WBEM_E_CRITICAL_ERROR;
+    }
+    if (!readAll(file, bytes)) {
         return WBEM_E_PROVIDER_LOAD_FAILURE;
     }
     return mof::read(bytes, instances) ? WBEM_S_NO_ERROR : WBEM_E_CRITICAL_ERROR;

@@ -26,6 +26,10 @@ constexpr std::int64_t kNanosPerSecond = 1000000000;
 /// leave the stamp as it was.
 constexpr std::int64_t kStampGranularity = kNanosPerSecond / 10;
 
+/// Our choice: a file beyond this is taken for a damaged one, whatever is in it. All of a computer's
+/// registry as text is smaller; all of a larger file would have to be held in memory at once.
+constexpr off_t kLargestFile = off_t{512} << 20;
+
 std::int64_t nanos(const timespec& time) {
     return static_cast<std::int64_t>(time.tv_sec) * kNanosPerSecond + time.tv_nsec;
 }
@@ -137,6 +141,9 @@ RegistryState readFile(const std::string& path, Stamp& stamp, bool& isSettled) {
     isSettled = nanos(now) - std::max(stamp.written, stamp.changed) > kStampGranularity;
     if (!S_ISREG(status.st_mode)) {
         return {S_ISDIR(status.st_mode) ? ERROR_ACCESS_DENIED : ERROR_BADDB, nullptr};
+    }
+    if (status.st_size > kLargestFile) {
+        return {ERROR_BADDB, nullptr};
     }
     std::string bytes;
     const DWORD error = readAll(file.get(), status.st_size, bytes);

@@ -48,6 +48,13 @@ TEST_F(RegistryFileTest, WithoutAFileNothingIsInstalled) {
     EXPECT_EQ(0, open(HKEY_CLASSES_ROOT, L"Installer\\Products"));
 }
 
+TEST_F(RegistryFileTest, AFileOfTwoGigabytesIsDamaged) {
+    tree.write("huge", kHeader + "[HKEY_LOCAL_MACHINE\\Software]\n");
+    std::filesystem::resize_file(tree / "huge", std::uintmax_t{2} << 30);
+    name("huge");
+    EXPECT_EQ(1009, open(HKEY_LOCAL_MACHINE, L"Software"));
+}
+
 TEST_F(RegistryFileTest, AnswersAsWindowsDoesWhenTheFileCannotBeRead) {
     name("missing");
     EXPECT_EQ(2, open(HKEY_USERS, nullptr));

@@ -273,10 +273,13 @@ private:
             if (!readQuoted(text, true)) {
                 return false;
             }
+            // The terminating zero is data as well.
+            data.resize(2 * (text.size() + 1));
+            char* byte = data.data();
             for (const char16_t unit : text) {
-                appendUnit(unit, data);
+                *byte++ = static_cast<char>(unit & 0xFF);
+                *byte++ = static_cast<char>(unit >> 8);
             }
-            appendUnit(u'\0', data);
         } else if (takes(u"-")) {
             removes = true;
         } else if (takes(u"dword:")) {
@@ -314,6 +317,12 @@ private:
     bool readQuoted(std::u16string& text, bool overLines) {
         ++m_at;
         while (!atEnd()) {
+            const std::size_t run = plainUnits();
+            text.append(m_text, m_at, run);
+            m_at += run;
+            if (atEnd()) {
+                return false;
+            }
             const char16_t c = m_text[m_at++];
             if (c == u'"') {
                 return true;
@@ -328,6 +337,16 @@ private:
             }
         }
         return false;
+    }
+
+    /// How many units from here on mean nothing special in a text in quotation marks.
+    std::size_t plainUnits() const {
+        std::size_t end = m_at;
+        while (end < m_text.size() && m_text[end] != u'"' && m_text[end] != u'\\' &&
+               !isLineEnd(m_text[end])) {
+            ++end;
+        }
+        return end - m_at;
     }
 
     void readEscape(std::u16string& text) {

@@ -1,19 +1,20 @@
 // Mutexes, and the calling thread's identifier.
 //
 // A mutex is a word that the kernel lets threads wait at. What stands around it is for what Windows
-// promises beyond that: it may be acquired again by its owner, nobody else can release it, and when a
-// thread ends, whoever comes next to a mutex that it owned is told so. Each thread has a list of what
-// it owns for that, which is worked off when it ends. A mutex's memory is never given back to the
-// system, only used again, so that a call that still has an old handle in its hands, a thing that
-// Windows forgives, meets a mutex and no freed memory; having the lock, it looks once more whether
-// the handle is still open.
+// promises beyond that: it may be acquired again by its owner, nobody else can release it, and when
+// a thread ends, whoever comes next to a mutex that it owned is told so. Each thread has a list of
+// what it owns for that, which is worked off when it ends. A mutex's memory is never given back to
+// the system, only used again, so that a call that still has an old handle in its hands, a thing
+// that Windows forgives, meets a mutex and no freed memory; having the lock, it looks once more
+// whether the handle is still open.
 //
-// Our choice: not the threads library's robust mutexes, which do the same with the kernel's help but
-// cost three times as much. The difference: a thread that is ended without its destructors, which no
-// call of the C library does, keeps what it owned.
+// Our choice: not the threads library's robust mutexes, which do the same with the kernel's help
+// but cost three times as much. The difference: a thread that is ended without its destructors,
+// which no call of the C library does, keeps what it owned.
 
 #include <linux/futex.h>
 #include <pthread.h>
+#include <sys/single_threaded.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -25,6 +26,7 @@
 #include <limits>
 #include <mutex>
 #include <new>
+#include <utility>
 #include <vector>
 
 #include "kest/platform/HandleTable.h"
@@ -45,44 +47,39 @@ struct Mutex {
 
     // For the owner alone.
 
-    /// How often the owner has acquired it.
-    std::uint32_t count = 0;
+    /// How often the owner has acquired it beyond the first time.
+    std::uint32_t again = 0;
     /// Whether the last owner ended without releasing it.
     bool isAbandoned = false;
-    /// The list of what the owner owns.
-    Mutex* next = nullptr;
-    Mutex* previous = nullptr;
+    /// What the owner has acquired before it and still owns.
+    Mutex* before = nullptr;
 };
+
+/// No handle stands for it.
+constinit Mutex g_none;
 
 struct Thread {
     /// Tells it from every other one of the process, also from those that have ended, whose numbers
     /// the system gives out again; 0 until it was asked for.
     std::uint64_t number = 0;
-    /// What it owns, the last first.
+    /// What it acquired last and still owns.
     Mutex* owned = nullptr;
-    /// Whether its end will be noticed.
+    /// What it looked up last: mostly it comes back for the same mutex, to release it. No handle
+    /// has the number 1.
+    std::uintptr_t foundHandle = 1;
+    Mutex* found = &g_none;
+    /// Whether its end will be noticed; it has a number then.
     bool isWatched = false;
 };
 
 thread_local constinit Thread t_thread{};
 thread_local constinit DWORD t_threadId = 0;
 
-std::uint64_t numberThread() {
-    static std::atomic<std::uint64_t> s_last{0};
-    t_thread.number = ++s_last;
-    return t_thread.number;
-}
-
-std::uint64_t thisThread() {
-    return t_thread.number != 0 ? t_thread.number : numberThread();
-}
-
 long futex(std::atomic<std::uint32_t>& word, int operation, std::uint32_t value,
            const timespec* end) {
     static_assert(sizeof(word) == sizeof(std::uint32_t));
     return ::syscall(SYS_futex, reinterpret_cast<std::uint32_t*>(&word),
-                     operation | FUTEX_PRIVATE_FLAG, value, end, nullptr,
-                     FUTEX_BITSET_MATCH_ANY);
+                     operation | FUTEX_PRIVATE_FLAG, value, end, nullptr, FUTEX_BITSET_MATCH_ANY);
 }
 
 void rest() {
@@ -91,29 +88,45 @@ void rest() {
 #endif
 }
 
-bool takesAtOnce(Mutex& mutex) {
+// In a process with a single thread nothing has to be atomic, which is most of what an atomic
+// operation costs. The C library says so, and does the same.
+
+inline bool takesAtOnce(Mutex& mutex, Word taken = kTaken) {
+    if (__libc_single_threaded) {
+        if (mutex.word.load(std::memory_order_relaxed) != kFree) {
+            return false;
+        }
+        mutex.word.store(taken, std::memory_order_relaxed);
+        return true;
+    }
     std::uint32_t expected = kFree;
-    return mutex.word.compare_exchange_strong(expected, kTaken, std::memory_order_acquire,
+    return mutex.word.compare_exchange_strong(expected, taken, std::memory_order_acquire,
                                               std::memory_order_relaxed);
 }
 
-/// Waits until it has the mutex, or until the clock of CLOCK_MONOTONIC shows `end`, if there is one.
+/// Waits until it has the mutex, or until the clock of CLOCK_MONOTONIC shows `end`, if there is
+/// one.
 bool takesWithin(Mutex& mutex, const timespec* end) {
     // Whoever has it is mostly done sooner than a thread is sent to sleep and woken.
     static const int s_tries = ::sysconf(_SC_NPROCESSORS_ONLN) > 1 ? 100 : 0;
-    for (int i = 0; i < s_tries; ++i) {
-        if (mutex.word.load(std::memory_order_relaxed) == kFree && takesAtOnce(mutex)) {
+    for (Word taken = kTaken;; taken = kTakenAndWaitedFor) {
+        for (int i = 0; i < s_tries; ++i) {
+            if (mutex.word.load(std::memory_order_relaxed) == kFree && takesAtOnce(mutex, taken)) {
+                return true;
+            }
+            rest();
+        }
+        // A thread that was woken does not know whether others sleep as well: it takes the mutex as
+        // one that is waited for. And it tries again before it sleeps again, or each release would
+        // go to wake it, in vain.
+        if (mutex.word.exchange(kTakenAndWaitedFor, std::memory_order_acquire) == kFree) {
             return true;
         }
-        rest();
-    }
-    while (mutex.word.exchange(kTakenAndWaitedFor, std::memory_order_acquire) != kFree) {
         if (futex(mutex.word, FUTEX_WAIT_BITSET, kTakenAndWaitedFor, end) != 0 &&
             errno == ETIMEDOUT) {
             return false;
         }
     }
-    return true;
 }
 
 bool takesWithin(Mutex& mutex, DWORD milliseconds) {
@@ -132,24 +145,23 @@ bool takesWithin(Mutex& mutex, DWORD milliseconds) {
     return takesWithin(mutex, &end);
 }
 
-void own(Mutex& mutex, Thread& self) {
-    mutex.owner.store(thisThread(), std::memory_order_relaxed);
-    mutex.count = 1;
-    mutex.previous = nullptr;
-    mutex.next = self.owned;
-    if (self.owned != nullptr) {
-        self.owned->previous = &mutex;
-    }
+inline void own(Mutex& mutex, Thread& self) {
+    mutex.owner.store(self.number, std::memory_order_relaxed);
+    mutex.before = self.owned;
     self.owned = &mutex;
 }
 
-void give(Mutex& mutex, Thread& self) {
-    (mutex.previous == nullptr ? self.owned : mutex.previous->next) = mutex.next;
-    if (mutex.next != nullptr) {
-        mutex.next->previous = mutex.previous;
+[[gnu::always_inline]] inline void give(Mutex& mutex, Thread& self) {
+    // Nearly always the last one.
+    Mutex** place = &self.owned;
+    while (*place != &mutex) {
+        place = &(*place)->before;
     }
+    *place = mutex.before;
     mutex.owner.store(0, std::memory_order_relaxed);
-    if (mutex.word.exchange(kFree, std::memory_order_release) == kTakenAndWaitedFor) {
+    if (__libc_single_threaded) {
+        mutex.word.store(kFree, std::memory_order_relaxed);
+    } else if (mutex.word.exchange(kFree, std::memory_order_release) == kTakenAndWaitedFor) {
         (void)futex(mutex.word, FUTEX_WAKE, 1, nullptr);
     }
 }
@@ -161,6 +173,7 @@ void abandonAll(void*) {
     self.isWatched = false;
     while (self.owned != nullptr) {
         self.owned->isAbandoned = true;
+        self.owned->again = 0;
         give(*self.owned, self);
     }
 }
@@ -185,8 +198,12 @@ public:
     Watch& operator=(const Watch&) = delete;
 
     bool isSet() const { return m_isSet; }
-    /// The calling thread's end will be noticed.
+    /// Gives the calling thread its number. Its end will be noticed.
     void add(Thread& self) const {
+        static std::atomic<std::uint64_t> s_last{0};
+        if (self.number == 0) {
+            self.number = ++s_last;
+        }
         self.isWatched = !g_isUnloading.load(std::memory_order_relaxed) &&
                          pthread_setspecific(m_key, &self) == 0;
     }
@@ -248,25 +265,21 @@ bool isOpen(const Mutex& mutex, HANDLE handle) {
     return mutex.handle.load(std::memory_order_acquire) == number(handle);
 }
 
-/// What a thread looked up last: mostly it comes back for the same mutex, to release it. No handle
-/// has the number 1.
-struct Found {
-    std::uintptr_t handle = 1;
-    Mutex* mutex = nullptr;
-};
-thread_local constinit Found t_found{};
-
-Mutex* lookUp(HANDLE handle) {
-    auto* const mutex = static_cast<Mutex*>(findHandle(handle, HandleKind::Mutex));
-    if (mutex != nullptr) {
-        t_found = {number(handle), mutex};
-    }
-    return mutex;
+bool isFound(HANDLE handle, const Thread& self) {
+    return self.foundHandle == number(handle) && isOpen(*self.found, handle);
 }
 
-inline Mutex* find(HANDLE handle) {
-    Mutex* const last = t_found.mutex;
-    return t_found.handle == number(handle) && isOpen(*last, handle) ? last : lookUp(handle);
+Mutex* find(HANDLE handle) {
+    Thread& self = t_thread;
+    if (isFound(handle, self)) {
+        return self.found;
+    }
+    auto* const mutex = static_cast<Mutex*>(findHandle(handle, HandleKind::Mutex));
+    if (mutex != nullptr) {
+        self.foundHandle = number(handle);
+        self.found = mutex;
+    }
+    return mutex;
 }
 
 template <class R>
@@ -277,25 +290,21 @@ R failWith(R failure, DWORD error) {
 
 DWORD acquire(Mutex& mutex, DWORD milliseconds) {
     Thread& self = t_thread;
-    if (self.number != 0 && mutex.owner.load(std::memory_order_relaxed) == self.number) {
-        if (mutex.count == std::numeric_limits<std::uint32_t>::max()) {
-            return failWith(WAIT_FAILED, ERROR_NO_SYSTEM_RESOURCES);
-        }
-        ++mutex.count;
-        return WAIT_OBJECT_0;
-    }
     if (!self.isWatched) {
         watch().add(self);
+    }
+    if (mutex.owner.load(std::memory_order_relaxed) == self.number) {
+        if (mutex.again == std::numeric_limits<std::uint32_t>::max()) {
+            return failWith(WAIT_FAILED, ERROR_NO_SYSTEM_RESOURCES);
+        }
+        ++mutex.again;
+        return WAIT_OBJECT_0;
     }
     if (!takesAtOnce(mutex) && (milliseconds == 0 || !takesWithin(mutex, milliseconds))) {
         return WAIT_TIMEOUT;
     }
     own(mutex, self);
-    if (mutex.isAbandoned) {
-        mutex.isAbandoned = false;
-        return WAIT_ABANDONED;
-    }
-    return WAIT_OBJECT_0;
+    return std::exchange(mutex.isAbandoned, false) ? WAIT_ABANDONED : WAIT_OBJECT_0;
 }
 
 /// False when the calling thread does not own it.
@@ -304,18 +313,55 @@ bool release(Mutex& mutex) {
     if (self.number == 0 || mutex.owner.load(std::memory_order_relaxed) != self.number) {
         return false;
     }
-    if (--mutex.count == 0) {
+    if (mutex.again != 0) {
+        --mutex.again;
+    } else {
         give(mutex, self);
     }
     return true;
+}
+
+/// The calling thread has the mutex, and `answer` would say so.
+DWORD unlessClosed(Mutex& mutex, HANDLE handle, DWORD answer) {
+    if (!isOpen(mutex, handle)) {
+        // Our choice: who waits for a mutex that is closed meanwhile does not get it. On Windows
+        // the waiting thread does, and nobody can ever release it.
+        (void)release(mutex);
+        return failWith(WAIT_FAILED, ERROR_INVALID_HANDLE);
+    }
+    return answer;
+}
+
+[[gnu::noinline]] DWORD waitForIt(HANDLE handle, DWORD milliseconds) {
+    Mutex* const mutex = find(handle);
+    if (mutex == nullptr) {
+        return failWith(WAIT_FAILED, ERROR_INVALID_HANDLE);
+    }
+    const DWORD answer = acquire(*mutex, milliseconds);
+    return answer == WAIT_OBJECT_0 || answer == WAIT_ABANDONED
+               ? unlessClosed(*mutex, handle, answer)
+               : answer;
+}
+
+[[gnu::noinline]] DWORD takeUnusual(Mutex& mutex, HANDLE handle) {
+    return unlessClosed(mutex, handle,
+                        std::exchange(mutex.isAbandoned, false) ? WAIT_ABANDONED : WAIT_OBJECT_0);
+}
+
+[[gnu::noinline]] BOOL releaseIt(HANDLE handle) {
+    Mutex* const mutex = find(handle);
+    if (mutex == nullptr) {
+        return failWith(FALSE, ERROR_INVALID_HANDLE);
+    }
+    return release(*mutex) ? TRUE : failWith(FALSE, ERROR_NOT_OWNER);
 }
 
 }  // namespace
 
 HANDLE CreateMutexW(SECURITY_ATTRIBUTES* /*security*/, BOOL initiallyOwned, const wchar_t* name) {
     if (name != nullptr && *name != L'\0') {
-        // Our choice: the library makes unnamed ones only; a name would promise that other processes
-        // see it.
+        // Our choice: the library makes unnamed ones only; a name would promise that other
+        // processes see it.
         return failWith<HANDLE>(nullptr, ERROR_NOT_SUPPORTED);
     }
     if (!watch().isSet()) {
@@ -344,27 +390,26 @@ HANDLE CreateMutexW(SECURITY_ATTRIBUTES* /*security*/, BOOL initiallyOwned, cons
     return handle;
 }
 
+// The usual ways stand in the calls themselves, with nothing around them: a trace line takes both.
+
 DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) {
-    Mutex* const mutex = find(handle);
-    if (mutex == nullptr) {
-        return failWith(WAIT_FAILED, ERROR_INVALID_HANDLE);
+    Thread& self = t_thread;
+    if (self.isWatched && isFound(handle, self) && takesAtOnce(*self.found)) {
+        Mutex& mutex = *self.found;
+        own(mutex, self);
+        return isOpen(mutex, handle) && !mutex.isAbandoned ? WAIT_OBJECT_0
+                                                           : takeUnusual(mutex, handle);
     }
-    const DWORD answer = acquire(*mutex, milliseconds);
-    if ((answer == WAIT_OBJECT_0 || answer == WAIT_ABANDONED) && !isOpen(*mutex, handle)) {
-        // Our choice: who waits for a mutex that is closed meanwhile does not get it. On Windows the
-        // waiting thread does, and nobody can ever release it.
-        (void)release(*mutex);
-        return failWith(WAIT_FAILED, ERROR_INVALID_HANDLE);
-    }
-    return answer;
+    return waitForIt(handle, milliseconds);
 }
 
 BOOL ReleaseMutex(HANDLE handle) {
-    Mutex* const mutex = find(handle);
-    if (mutex == nullptr) {
-        return failWith(FALSE, ERROR_INVALID_HANDLE);
+    Thread& self = t_thread;
+    if (self.owned == self.found && isFound(handle, self) && self.owned->again == 0) {
+        give(*self.found, self);
+        return TRUE;
     }
-    return release(*mutex) ? TRUE : failWith(FALSE, ERROR_NOT_OWNER);
+    return releaseIt(handle);
 }
 
 bool closeMutex(HANDLE handle) {
@@ -375,13 +420,12 @@ bool closeMutex(HANDLE handle) {
     mutex->handle.store(0, std::memory_order_release);
     const DWORD answer = acquire(*mutex, 0);
     if (answer != WAIT_OBJECT_0 && answer != WAIT_ABANDONED) {
-        // Another thread owns it. Nobody can release it any more, and until that thread ends the list
-        // of what it owns leads through this memory: it is not used again.
+        // Another thread owns it. Nobody can release it any more, and until that thread ends the
+        // list of what it owns leads through this memory: it is not used again.
         return true;
     }
-    for (std::uint32_t left = mutex->count; left > 0; --left) {
-        (void)release(*mutex);
-    }
+    mutex->again = 0;
+    (void)release(*mutex);
     store().giveBack(mutex);
     return true;
 }

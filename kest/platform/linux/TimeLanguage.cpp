@@ -130,6 +130,9 @@ namespace Tallowmere::platform::standin {
 
 LCID GetThreadLocale() {
     const char* const name = nl_langinfo(NL_LOCALE_NAME(LC_TIME));
+    if (name[0] == 'C' && name[1] == '\0') {
+        return 0x0409;
+    }
     // Asked for each trace line, so the last answer is kept. The name's address says nothing: the
     // memory of a locale that was given up is used again.
     constexpr std::size_t kNameAtMost = 32;

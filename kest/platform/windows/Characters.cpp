@@ -19,4 +19,10 @@ unsigned int lowerNarrow(wchar_t c) {
     return static_cast<unsigned int>(std::tolower(static_cast<int>(c)));
 }
 
+void lowerNarrow(wchar_t* text, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        text[i] = static_cast<wchar_t>(lowerNarrow(text[i]));
+    }
+}
+
 }  // namespace Tallowmere::platform

@@ -6,6 +6,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <filesystem>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -185,6 +187,15 @@ TEST_F(RoundTrip, ADamagedFileFailsTheRestore) {
     EXPECT_STREQ(L"IWbemServices::ExecMethod() failed. Error code = 0x8004100a", error);
     // Locator, services, class, signature, instance.
     EXPECT_EQ(before + 5, liveObjects());
+}
+
+TEST_F(RoundTrip, AFileOfTwoGigabytesIsDamaged) {
+    const ScopedRepository file(mofPoint("a", 0, kTime, 12));
+    std::filesystem::resize_file(std::getenv("KEST_WMI"), std::uintmax_t{2} << 30);
+    apart([&] {
+        EXPECT_EQ("Wmi query <Select * from SystemRestore> failed: Critical error\r\n",
+                  whatRestorePointsThrow());
+    });
 }
 
 TEST_F(RoundTrip, AMissingFileFailsTheQuery) {

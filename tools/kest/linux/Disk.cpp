@@ -159,6 +159,10 @@ std::optional<Entry> look(const std::wstring& path, std::wstring& reason) {
     return Entry{path, kind, kind == Kind::file ? static_cast<std::uint64_t>(status.st_size) : 0};
 }
 
+bool canMoveWhileListed() {
+    return true;
+}
+
 std::optional<std::pair<std::uint64_t, std::uint64_t>> identityOf(const std::wstring& path) {
     struct stat status {};
     if (lstat(toNative(path).c_str(), &status) != 0) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 #include "trace/Line.h"
@@ -42,6 +43,8 @@ struct Entry {
     /// Whether its time is earlier than that of a line before it in its file: the clock was set, or
     /// something has written what looks like a line.
     bool runsBack = false;
+    /// The severity of another line in its message, the worst of several.
+    std::optional<Severity> within;
     std::uint64_t lost = 0;
 };
 

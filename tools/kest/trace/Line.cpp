@@ -1,5 +1,6 @@
 #include "trace/Line.h"
 
+#include <algorithm>
 #include <charconv>
 
 #include "trace/Scanner.h"
@@ -133,7 +134,28 @@ bool readPlace(std::string_view rest, const Width& width, Line& line) {
            splitPlace(whole, width, true, line);
 }
 
+/// Whether `text` begins with the columns of a severity and of a thread.
+bool beginsWithColumns(std::string_view text, Severity& severity) {
+    std::string_view field;
+    std::uint32_t thread = 0;
+    return takeField(text, field) && readSeverity(field, severity) && takeField(text, field) &&
+           readThread(field, thread);
+}
+
 }  // namespace
+
+std::optional<Severity> severityWithin(std::string_view message) {
+    std::optional<Severity> worst;
+    for (std::size_t tab = message.find('\t'); tab != std::string_view::npos;
+         tab = message.find('\t', tab + 1)) {
+        Severity severity = Severity::info;
+        // More than the two columns is not looked at, however many tabs there are.
+        if (beginsWithColumns(message.substr(tab + 1, 24), severity)) {
+            worst = std::max(worst.value_or(Severity::info), severity);
+        }
+    }
+    return worst;
+}
 
 Flaw readLine(std::string_view bytes, Line& line) {
     std::string_view rest = bytes;

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 #include "trace/Stamp.h"
@@ -41,6 +42,11 @@ enum class Flaw : std::uint8_t { none, time, severity, thread, place };
 /// Reads one line of a trace, its line end not among `bytes`: strictly, as docs/trace-format.md has
 /// it. `line` is whole only when there is no flaw.
 Flaw readLine(std::string_view bytes, Line& line);
+
+/// The severity of a line that stands in the middle of a message, the worst of several: where a
+/// text was taken for a marker, the line feed is swallowed and the next line follows in the same
+/// one. Nothing without one.
+std::optional<Severity> severityWithin(std::string_view message);
 
 /// What the first line of a trace file says after a roll-over.
 inline constexpr std::string_view kRolledOver = "Trace file rolled over";

@@ -147,6 +147,19 @@ TEST(TraceLineReader, NamesTheFirstFieldThatIsWrong) {
     EXPECT_EQ(Flaw::place, flawIn(kStamp + "INFO    \tT1\tConfig"));
 }
 
+TEST(TraceLineReader, FindsALineInTheMidstOfAMessage) {
+    const auto within = [](const std::string& message) {
+        const auto severity = severityWithin(message);
+        return severity ? std::string(nameOf(*severity)) : "none";
+    };
+    EXPECT_EQ("none", within(""));
+    EXPECT_EQ("none", within("a\tb\tERROR   \tTx\t"));
+    EXPECT_EQ("none", within("a\tERROR  \tT1\t"));
+    EXPECT_EQ("ERROR", within("x" + kStamp + "ERROR   \tT4294967295\t" + kPlace));
+    EXPECT_EQ("INFO", within("x" + kStamp + "INFO    \tT1\t"));
+    EXPECT_EQ("CRITICAL", within("\tCRITICAL\tT1\t" + kStamp + "INFO    \tT1\t"));
+}
+
 TEST(TraceLineReader, TakesATimeInAnotherLanguageAsItIs) {
     const std::string text = "Dezember 16, 2026, 5:35:54.123 \tERROR   \tT1\t" + kPlace + "m";
     Line line;

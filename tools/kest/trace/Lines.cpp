@@ -118,6 +118,10 @@ void Lines::appendLine(const Entry& entry) {
     appendShown(text, message);
     appendColoured(colourOf(line.severity), text);
     appendColoured(kMagenta, remarkOf(entry));
+    if (entry.within) {
+        appendColoured(kMagenta,
+                       " [another line stands in it: " + std::string(nameOf(*entry.within)) + "]");
+    }
     if (entry.runsBack) {
         appendColoured(kMagenta, " [earlier than a line before it]");
     }
@@ -159,6 +163,10 @@ void JsonLines::take(const Entry& entry) {
     m_text += entry.isUnfinished ? ",\"cut\":true" : "";
     m_text += entry.isPart ? ",\"goesOn\":true" : "";
     m_text += entry.runsBack ? ",\"runsBack\":true" : "";
+    if (entry.within) {
+        m_text += ",\"within\":";
+        appendJson(m_text, nameOf(*entry.within));
+    }
     m_text += "}\n";
     m_output.write(m_text);
 }

@@ -61,8 +61,15 @@ void Page::take(const Entry& entry) {
     if (entry.kind == Entry::Kind::blank || entry.kind == Entry::Kind::restarted) {
         return;
     }
-    Item item{entry.when,   entry.when, kindOf(entry), entry.isUnfinished, entry.isPart, true, 0, 0,
-              entry.number, {}};
+    Item item{};
+    item.when = entry.when;
+    item.own = entry.when;
+    item.kind = kindOf(entry);
+    item.isUnfinished = entry.isUnfinished;
+    item.isPart = entry.isPart;
+    item.isTimeKnown = true;
+    item.within = entry.within;
+    item.number = entry.number;
     std::string_view text = entry.bytes;
     std::int64_t& thread = m_lastThreads[entry.file];
     if (entry.kind == Entry::Kind::line) {
@@ -184,6 +191,12 @@ void Page::appendColumns(std::string& text) const {
         "unfinished", [](const Item& item) { return item.isUnfinished; }, appendRow);
     appendRows(
         "part", [](const Item& item) { return item.isPart; }, appendRow);
+    appendRows(
+        "within", [](const Item& item) { return item.within.has_value(); },
+        [&](const Item& item) {
+            text += "[" + std::to_string(row) + "," +
+                    std::to_string(static_cast<int>(*item.within)) + "]";
+        });
     // No text holds a line feed, so all of them are one string, which is split again.
     std::string all;
     all.reserve(m_bytes + m_items.size());

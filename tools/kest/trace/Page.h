@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <deque>
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -37,6 +38,7 @@ private:
         bool isUnfinished;
         bool isPart;
         bool isTimeKnown;
+        std::optional<Severity> within;
         std::uint32_t thread;
         std::uint32_t place;
         std::uint64_t number;

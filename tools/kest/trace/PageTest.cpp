@@ -52,7 +52,8 @@ TEST_F(TracePage, HoldsTheLinesAsData) {
         "\"when\":[0,0,0,1794805200000,250,0,0],\n\"thread\":[0,1,2,3,4,4,4],\n"
         "\"place\":[0,0,0,0,0,0,0],\n\"number\":[1,1,2,2,3,5,6],\n\"kind\":\"Tr0200T\",\n"
         "\"own\":[[5,1794801600000]],\n\"untimed\":[0,1,2],\n\"unfinished\":[2],\n"
-        "\"part\":[],\n\"text\":\"cut\\nTrace file rolled over\\nm\\none\\nfailed.\\nback\\n"
+        "\"part\":[],\n\"within\":[],\n\"text\":\"cut\\nTrace file rolled "
+        "over\\nm\\none\\nfailed.\\nback\\n"
         "rest\\n\"}\n",
         dataIn(pageOf(options)));
 }

@@ -100,7 +100,7 @@ bool Filter::passes(const Entry& entry) {
 bool Filter::areFieldsWanted(const Entry& entry) {
     const Line& line = entry.line;
     const auto hasModule = [&line](const std::string& name) { return isSame(line.module, name); };
-    if (line.severity < m_query.least) {
+    if (std::max(line.severity, entry.within.value_or(Severity::info)) < m_query.least) {
         return false;
     }
     if (!m_query.threads.empty() && std::find(m_query.threads.begin(), m_query.threads.end(),

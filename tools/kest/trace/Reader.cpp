@@ -70,6 +70,9 @@ void Reader::understand(std::string_view text) {
     }
     m_entry.flaw = readLine(text, m_entry.line);
     m_entry.kind = m_entry.flaw == Flaw::none ? Entry::Kind::line : Entry::Kind::unreadable;
+    if (m_entry.kind == Entry::Kind::line) {
+        m_entry.within = severityWithin(m_entry.line.message);
+    }
     if (m_entry.kind == Entry::Kind::line && m_entry.line.isTimeKnown) {
         m_entry.runsBack = m_entry.line.instant < m_latest;
         m_latest = std::max(m_latest, m_entry.line.instant);

@@ -93,7 +93,7 @@ TEST(TraceRoundTrip, ReadsWhatTheLibraryWrites) {
     setRecorderFile(path.data());
     Statements source(20261121);
     std::vector<Statement> statements;
-    for (int i = 0; i < 5000; ++i) {
+    for (int i = 0; i < 2000; ++i) {
         statements.push_back(source.next());
         Statement& last = statements.back();
         logMessage(last.file.data(), last.line, last.severity, last.message.data());
@@ -152,6 +152,29 @@ TEST(TraceRoundTrip, ReadsTheStatementsOfAHost) {
     EXPECT_EQ("<Entering getInfo", reader.entry().line.message);
     ASSERT_TRUE(reader.next());
     EXPECT_EQ("Exiting getInfo>", reader.entry().line.message);
+    EXPECT_FALSE(reader.next());
+}
+
+TEST(TraceRoundTrip, TellsOfALineWhoseLineFeedWasSwallowed) {
+    const testing::ScratchFolder folder;
+    std::wstring path = folder.path(L"trace.log");
+    setRecorderFile(path.data());
+    // The path is taken for a marker, and the line feed for the file's name.
+    LOG_INFO("reading " << L"\\\\Fileserver\\share");
+    LOG_ERROR("failed");
+    Recorder::destroy();
+
+    SharedFile file;
+    std::string reason;
+    bool isMissing = false;
+    ASSERT_TRUE(file.open(path, reason, isMissing)) << reason;
+    WholeFile bytes(std::move(file));
+    Reader reader(bytes, 0, false);
+    ASSERT_TRUE(reader.next());
+    EXPECT_EQ(Severity::info, reader.entry().line.severity);
+    EXPECT_TRUE(reader.entry().line.message.starts_with("reading "));
+    EXPECT_TRUE(reader.entry().line.message.ends_with("failed"));
+    EXPECT_EQ(Severity::error, reader.entry().within);
     EXPECT_FALSE(reader.next());
 }
 

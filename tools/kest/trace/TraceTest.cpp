@@ -151,6 +151,18 @@ TEST_F(TraceVerb, ShowsWhatIsNoLineWithTheLineThatItBelongsTo) {
         outcome(options));
 }
 
+TEST_F(TraceVerb, ShowsALineThatHoldsAWorseOne) {
+    const std::string text =
+        lineAt("5:00:00.000 AM", "reading ") + lineAt("5:00:00.000 AM", "failed", "ERROR   ");
+    Options options = of({folder.write(L"a.log", text + "\n")});
+    options.severity = L"error";
+    EXPECT_EQ(text + " [another line stands in it: ERROR]\n", outcome(options));
+    options.json = true;
+    EXPECT_TRUE(outcome(options).ends_with(",\"within\":\"ERROR\"}\n"));
+    options.severity = L"critical";
+    EXPECT_EQ("", outcome(options));
+}
+
 TEST_F(TraceVerb, SaysWhichTimesItDoesNotKnow) {
     const std::string foreign = "Dezember 16, 2026, 5:35:54.123 \tINFO    \tT1\t" + kPlace + "m\n";
     Options options =

@@ -117,14 +117,19 @@ std::optional<Entry> look(const std::wstring& path, std::wstring& reason) {
     return std::nullopt;
 }
 
+bool canMoveWhileListed() {
+    return false;
+}
+
 std::optional<std::pair<std::uint64_t, std::uint64_t>> identityOf(const std::wstring& path) {
-    const Handle file = openFor(path, 0, FILE_FLAG_OPEN_REPARSE_POINT);
-    BY_HANDLE_FILE_INFORMATION info{};
-    if (!file || !GetFileInformationByHandle(file.get(), &info)) {
+    // When it was made. Its number would be surer, but has to be asked of the thing itself, which
+    // cannot be removed at that moment.
+    WIN32_FIND_DATAW record{};
+    if (!recordOf(path, record)) {
         return std::nullopt;
     }
-    return std::pair<std::uint64_t, std::uint64_t>(
-        info.dwVolumeSerialNumber, (std::uint64_t{info.nFileIndexHigh} << 32) + info.nFileIndexLow);
+    return std::pair<std::uint64_t, std::uint64_t>(record.ftCreationTime.dwHighDateTime,
+                                                   record.ftCreationTime.dwLowDateTime);
 }
 
 bool isPrivateOfOurs(const std::wstring& path) {

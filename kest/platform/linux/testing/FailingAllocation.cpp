@@ -8,6 +8,7 @@ namespace {
 /// Allocations that still succeed; negative while nothing is to fail.
 thread_local constinit int t_left = -1;
 thread_local constinit int t_failed = 0;
+thread_local constinit bool t_once = false;
 
 }  // namespace
 
@@ -17,6 +18,7 @@ thread_local constinit int t_failed = 0;
 void* operator new(std::size_t size) {
     if (t_left == 0) {
         ++t_failed;
+        t_left = t_once ? -1 : 0;
         throw std::bad_alloc();
     }
     if (t_left > 0) {
@@ -70,8 +72,9 @@ void operator delete[](void* memory, const std::nothrow_t& /*tag*/) noexcept {
 
 namespace Tallowmere::platform::testing {
 
-FailingAllocation::FailingAllocation(int first) {
+FailingAllocation::FailingAllocation(int first, bool once) {
     t_failed = 0;
+    t_once = once;
     t_left = first - 1;
 }
 

@@ -34,6 +34,7 @@ const own = new Map(data.own);
 const untimed = new Set(data.untimed);
 const unfinished = new Set(data.unfinished);
 const parts = new Set(data.part);
+const within = new Map(data.within);
 const places = data.places.map(([name, line]) => ({ name, line: ":" + line }));
 
 // What a line is: the first four are severities.
@@ -47,7 +48,7 @@ for (let row = 0; row < count; ++row) {
   classOf[row] = kind >= 48 && kind <= 51 ? kind - 48 : kinds[row] === "r" ? kRolledOver : kOdd;
 }
 const isLine = (row) => classOf[row] < kOdd;
-const isBad = (row) => classOf[row] === 2 || classOf[row] === 3;
+const isBad = (row) => classOf[row] === 2 || classOf[row] === 3 || within.get(row) >= 2;
 const kReasons = {
   T: "it does not begin with a time", S: "no severity behind the time", H: "no thread behind the severity",
   P: "no place behind the thread", L: "the rest of a line that is too long",
@@ -331,6 +332,7 @@ function rowElement(index) {
   if (own.has(row)) message.append(make("span", "badge", "earlier than a line before it"));
   if (unfinished.has(row)) message.append(make("span", "badge", "cut here"));
   if (parts.has(row)) message.append(make("span", "badge", "goes on"));
+  if (within.has(row)) message.append(make("span", "badge", "another line stands in it: " + kTitles[within.get(row)]));
   element.append(message);
   return element;
 }
@@ -394,9 +396,9 @@ function showDetail() {
   const at = lowerBound(lane.rows, row);
   if (at > 0) fact(all, "After", span(when[row] - when[lane.rows[at - 1]]));
   if (at + 1 < lane.rows.length) fact(all, "Until the next", span(when[lane.rows[at + 1]] - when[row]));
-  const within = callsAround(row);
-  if (within.length) {
-    fact(all, "In", within.flatMap((call, index) => {
+  const around = callsAround(row);
+  if (around.length) {
+    fact(all, "In", around.flatMap((call, index) => {
       const button = make("button", "", visible(call.name));
       button.type = "button";
       button.title = span(when[call.end] - when[call.begin]);
@@ -407,6 +409,7 @@ function showDetail() {
   detail.append(all);
   if (classOf[row] === kOdd) detail.append(make("p", "odd", "Not a line of a trace: " + kReasons[kinds[row]] + "."));
   if (own.has(row)) detail.append(make("p", "odd", "Earlier than a line before it in its file: the clock was set, or something has written what looks like a line."));
+  if (within.has(row)) detail.append(make("p", "odd", "Another line stands in its message, " + kTitles[within.get(row)] + ": the line feed between them was swallowed, or something has written what looks like a line."));
   const text = make("pre");
   const kAtMost = 100000;
   appendMarked(text, texts[row].slice(0, kAtMost));
@@ -443,7 +446,7 @@ const badRows = () => view.filter(isBad);
 // ---- The picture ----
 
 const overview = byId("overview"), lanesBox = byId("lanes"), lanesAll = byId("lanes-all"), lanesSeen = byId("lanes-seen");
-const kGutter = 176, kAxis = 24, kDensity = 17, kBracket = 15, kBracketLow = 4, kBracketReadable = 12, kGap = 5, kBracketsSeen = 12;
+const kGutter = 190, kAxis = 24, kDensity = 17, kBracket = 15, kBracketLow = 4, kBracketReadable = 12, kGap = 5, kBracketsSeen = 12;
 const levelsOf = (lane) => Math.min(lane.deepest, kBracketsSeen);
 // Those of a file stand together.
 const sortedLanes = [...lanes].sort((left, right) => left.file - right.file || left.index - right.index);
@@ -505,8 +508,8 @@ function zoom(factor, around = (range.from + range.to) / 2) {
   setRange(around - (around - range.from) * factor, around + (range.to - around) * factor);
 }
 function zoomTo(call) {
-  const length = Math.max(when[call.end] - when[call.begin], 10);
-  setRange(when[call.begin] - length * .1, when[call.end] + length * .1);
+  const middle = (when[call.begin] + when[call.end]) / 2, half = Math.max((when[call.end] - when[call.begin]) * .6, 5);
+  setRange(middle - half, middle + half);
 }
 const moveBy = (share) => setRange(range.from + (range.to - range.from) * share, range.to + (range.to - range.from) * share);
 
@@ -737,6 +740,14 @@ function drawHits(context, lane, y, width) {
   }
 }
 
+// As much of a text as has room.
+function fitted(context, text, width) {
+  if (context.measureText(text).width <= width) return text;
+  let size = Math.min(text.length, 60);
+  while (size > 0 && context.measureText(text.slice(0, size) + "\u2026").width > width) --size;
+  return size ? text.slice(0, size) + "\u2026" : "";
+}
+
 function drawGutter(context, lane, y) {
   context.fillStyle = colours.panel;
   context.fillRect(0, y - 2, kGutter, kDensity + 4 + levelsOf(lane) * bracketHeightOf(lane));
@@ -753,12 +764,7 @@ function drawGutter(context, lane, y) {
   context.textAlign = "left";
   if (data.files.length > 1) {
     const from = 36 + context.measureText(threadName(lane)).width, to = kGutter - 18 - context.measureText(number.format(lane.rows.length)).width;
-    context.save();
-    context.beginPath();
-    context.rect(from, y, Math.max(0, to - from), kDensity);
-    context.clip();
-    context.fillText(visible(data.files[lane.file]), from, y + kDensity / 2 + .5);
-    context.restore();
+    context.fillText(fitted(context, visible(data.files[lane.file]), to - from), from, y + kDensity / 2 + .5);
   }
 }
 

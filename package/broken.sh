@@ -14,9 +14,12 @@ link_broken() {
     compile=${compile/"-ffile-prefix-map="/"-ffile-prefix-map=$broken/$name/= -ffile-prefix-map="}
     compile=${compile//"$object"/"$broken/$name/object"}
     link=${link/" $object "/" $broken/$name/object "}
-    link=${link/"-o $target "/"-o $broken/$name/$target_name "}
-    link=${link/"out-implib,"/"out-implib,$broken/$name/"}
-    (cd "build/$platform" && bash -c "$compile" && bash -c "$link")
+    link=${link/"-o $target "/"-o $broken/linked/$target_name "}
+    link=${link/"out-implib,"/"out-implib,$broken/linked/"}
+    mkdir -p "$broken/linked"
+    # Always there first: the Windows linker takes the place in memory from the name of the file.
+    (cd "build/$platform" && bash -c "$compile" && bash -c "$link") &&
+        mv "$broken/linked/$target_name" "$broken/$name/"
 }
 
 # A copy of the sources under that name, changed by sed in the given file.

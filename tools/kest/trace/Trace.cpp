@@ -191,8 +191,8 @@ std::unique_ptr<Output> createPage(const Options& options, const std::vector<std
 
 void tellWhatIsNotShown(const Filter& filter, Output& err) {
     if (filter.unreadableNotShown() != 0) {
-        err.write("kest: " + grouped(filter.unreadableNotShown()) +
-                  " that cannot be read, behind lines that were not asked for, not shown\n");
+        err.write("kest: not shown, behind lines that were not asked for: " +
+                  grouped(filter.unreadableNotShown()) + " that cannot be read\n");
     }
     if (filter.timesNotKnown() != 0) {
         err.write("kest: " + grouped(filter.timesNotKnown()) +

@@ -35,7 +35,7 @@ Bytes::State GrowingFile::read(char* buffer, std::size_t size, std::size_t& coun
         return State::none;
     }
     count = m_file.readAt(m_offset, buffer, size);
-    if (!isBeginningKept()) {
+    if (!hasSameBeginning()) {
         // The bytes may still be of the former text: they are, unless the new one has them too.
         if (count != 0 && wasReadBeforeRestart(buffer, count)) {
             m_offset += count;
@@ -73,7 +73,7 @@ bool GrowingFile::open() {
 }
 
 /// Whether the file begins as it did: it is then still the same text.
-bool GrowingFile::isBeginningKept() {
+bool GrowingFile::hasSameBeginning() {
     if (m_beginning.empty()) {
         return true;
     }

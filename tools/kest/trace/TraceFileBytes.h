@@ -41,7 +41,7 @@ public:
 
 private:
     bool open();
-    bool isBeginningKept();
+    bool hasSameBeginning();
     bool isEmpty();
     void rememberBeginning(const char* bytes, std::size_t count);
     bool isReplaced() const;

@@ -139,15 +139,15 @@ TEST_F(TraceVerb, ShowsWhatIsNoLineWithTheLineThatItBelongsTo) {
     options.severity = L"error";
     EXPECT_EQ(two +
                   "\n?? it does not begin with a time: tail\n"
-                  "errors: kest: 1 that cannot be read, behind lines that were not asked for, "
-                  "not shown\n",
+                  "errors: kest: not shown, behind lines that were not asked for: 1 "
+                  "that cannot be read\n",
               outcome(options));
     options.severity = L"";
     options.texts = {L"b>"};
     EXPECT_EQ(
         "?? it does not begin with a time: b>\n"
-        "errors: kest: 1 that cannot be read, behind lines that were not asked for, "
-        "not shown\n",
+        "errors: kest: not shown, behind lines that were not asked for: 1 "
+        "that cannot be read\n",
         outcome(options));
 }
 

@@ -21,10 +21,10 @@ constexpr int kThreads = 6;
 
 class Worker {
 public:
-    Worker(unsigned int seed, std::atomic<int>& left) : m_random(seed), m_left(left) {}
+    Worker(unsigned int seed, std::atomic<int>& pending) : m_random(seed), m_pending(pending) {}
 
     void work() {
-        while (m_left > 0) {
+        while (m_pending > 0) {
             backUpFolder(0);
         }
     }
@@ -54,7 +54,7 @@ private:
     }
 
     // What the statements say is counted, so that all threads end together.
-    bool isEnough(int lines) { return (m_left -= lines) <= 0; }
+    bool isEnough(int lines) { return (m_pending -= lines) <= 0; }
 
     void backUpFolder(int depth) {
         const FunctionTrace trace("Backup::backUpFolder", __FILE__, __LINE__);
@@ -64,7 +64,7 @@ private:
         isEnough(1);
         spend(2500);
         const int files = number(3, 14);
-        for (int i = 0; i < files && m_left > 0; ++i) {
+        for (int i = 0; i < files && m_pending > 0; ++i) {
             copyFile(folder + L"\\" + name());
         }
         if (depth < 4 && isChance(45)) {
@@ -106,7 +106,7 @@ private:
     }
 
     std::mt19937 m_random;
-    std::atomic<int>& m_left;
+    std::atomic<int>& m_pending;
 };
 
 }  // namespace

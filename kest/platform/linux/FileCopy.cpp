@@ -64,15 +64,29 @@ int copyAttributes(int from, int to) {
 }
 
 /// The owner, as far as the process may set it: a user's own copy of another's file is the user's.
-int copyOwner(const struct stat& wanted, uid_t owner, gid_t group, int to) {
+/// Our choice: the bits of `mode` that lend whoever starts the file its owner's or its group's
+/// rights go where it did not get that owner or group, whose rights nobody meant to lend.
+int copyOwner(const struct stat& wanted, uid_t owner, gid_t group, int to, mode_t& mode) {
     if (wanted.st_uid == owner && wanted.st_gid == group) {
         return 0;
     }
-    if (fchown(to, wanted.st_uid, wanted.st_gid) != 0 && errno != EPERM) {
+    if (fchown(to, wanted.st_uid, wanted.st_gid) == 0) {
+        return 0;
+    }
+    if (errno != EPERM) {
         return errno;
     }
-    if (fchown(to, static_cast<uid_t>(-1), wanted.st_gid) != 0 && errno != EPERM) {
+    if (wanted.st_uid != owner) {
+        mode &= ~static_cast<mode_t>(S_ISUID);
+    }
+    if (fchown(to, static_cast<uid_t>(-1), wanted.st_gid) == 0) {
+        return 0;
+    }
+    if (errno != EPERM) {
         return errno;
+    }
+    if (wanted.st_gid != group) {
+        mode &= ~static_cast<mode_t>(S_ISGID);
     }
     return 0;
 }
@@ -228,7 +242,7 @@ constexpr mode_t kRights = 0777;
 
 int copyInto(int from, int to, const struct stat& status, NewFileDefaults& defaults) {
     int error = copyContent(from, to, status);
-    const mode_t mode = status.st_mode & 07777;
+    mode_t mode = status.st_mode & 07777;
     if (error == 0 && !defaults.isKnown) {
         struct stat made {};
         if (fstat(to, &made) != 0) {
@@ -238,7 +252,7 @@ int copyInto(int from, int to, const struct stat& status, NewFileDefaults& defau
         defaults = {true, made.st_uid, made.st_gid, kRights & ~made.st_mode};
     }
     if (error == 0) {
-        error = copyOwner(status, defaults.owner, defaults.group, to);
+        error = copyOwner(status, defaults.owner, defaults.group, to, mode);
     }
     if (error == 0) {
         error = copyAttributes(from, to);
@@ -349,11 +363,13 @@ int copyDirectoryMetadata(int from, int to) {
     if (fstat(from, &status) != 0 || fstat(to, &made) != 0) {
         return errno;
     }
-    int error = copyOwner(status, made.st_uid, made.st_gid, to);
+    // In a directory the bits lend nothing: the group's is inherited by what is made in it.
+    const mode_t mode = status.st_mode & 07777;
+    mode_t lending = mode;
+    int error = copyOwner(status, made.st_uid, made.st_gid, to, lending);
     if (error == 0) {
         error = copyAttributes(from, to);
     }
-    const mode_t mode = status.st_mode & 07777;
     if (error == 0 && (made.st_mode & 07777) != mode && fchmod(to, mode) != 0) {
         error = errno;
     }

@@ -424,6 +424,42 @@ TEST_F(LinuxDiskTest, ADirectoryWithoutTheRightToChangeItIsRefusedAtOnce) {
     ASSERT_EQ(0, chmod((tree / "mine").c_str(), 0755));
 }
 
+TEST_F(LinuxDiskTest, ACopyLendsNobodysRightsButThoseOfItsSource) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "files of another user need root";
+    }
+    tree.write("from/lent", "x");
+    const std::string source = tree / "from/lent";
+    const auto modeOf = [&](const std::string& path) {
+        struct stat status {};
+        return ::stat(path.c_str(), &status) == 0 ? status.st_mode & 07777U : 0U;
+    };
+    ASSERT_EQ(0, chown(source.c_str(), 54320, 54320));
+    ASSERT_EQ(0, chmod(source.c_str(), 06755));
+    ASSERT_TRUE(transactions::CopyFileTransactedW(wide(source).c_str(),
+                                                  wide(tree / "byRoot").c_str(), nullptr, nullptr,
+                                                  nullptr, 0, transaction));
+    ASSERT_TRUE(commit());
+    EXPECT_EQ(06755U, modeOf(tree / "byRoot"));
+    const pid_t child = fork();
+    if (child == 0) {
+        wchar_t name[] = L"test";
+        if (chmod(tree.root().c_str(), 0777) != 0 || setegid(54321) != 0 || seteuid(54321) != 0) {
+            _exit(1);
+        }
+        const HANDLE own = transactions::CreateTransaction(nullptr, nullptr, 0, 0, 0, 0, name);
+        const bool copied = transactions::CopyFileTransactedW(
+                                wide(source).c_str(), wide(tree / "byAnother").c_str(), nullptr,
+                                nullptr, nullptr, 0, own) != FALSE &&
+                            transactions::CommitTransaction(own) != FALSE;
+        _exit(copied ? 0 : 2);
+    }
+    int status = 0;
+    ASSERT_EQ(child, waitpid(child, &status, 0));
+    EXPECT_EQ(0, status);
+    EXPECT_EQ(0755U, modeOf(tree / "byAnother"));
+}
+
 TEST_F(LinuxDiskTest, ADirectoryThatItsOwnerMayNotWriteIsReplaced) {
     const pid_t child = fork();
     if (child == 0) {

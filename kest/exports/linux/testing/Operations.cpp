@@ -493,7 +493,7 @@ void World::addTrees() {
         std::filesystem::create_directory_symlink(parts.tree / "canary", parts.tree / "to/way");
     };
     // Which tree is there, what is left beside it, and whether the canary lives.
-    const auto left = [&parts](std::string answered) {
+    const auto onDisk = [&parts](std::string answered) {
         const auto tree = parts.tree.snapshot("to");
         if (tree == std::map<std::string, std::string>{
                         {"a", "file old"},
@@ -569,7 +569,7 @@ void World::addTrees() {
         return "done";
     });
     copy.before = build;
-    copy.after = left;
+    copy.after = onDisk;
     copy.promises = copies;
 
     Operation& copyForC = add("CopyDirectoryTransacted for C", [=] {
@@ -577,7 +577,7 @@ void World::addTrees() {
         return "";
     });
     copyForC.before = build;
-    copyForC.after = [=](const std::string& thrown) { return left(told(*answer, thrown)); };
+    copyForC.after = [=](const std::string& thrown) { return onDisk(told(*answer, thrown)); };
     for (const auto& [call, outcomes] : copies) {
         for (const std::string& one : outcomes) {
             const std::string thrown = "runtime_error: ";
@@ -592,7 +592,7 @@ void World::addTrees() {
         return "done";
     });
     erase.before = build;
-    erase.after = left;
+    erase.after = onDisk;
     erase.promises = deletes;
     // Deliberate: whatever kept the path from being found, it counts as not there.
     erase.promises["GetFileAttributesTransactedW"] = {"done; old"};

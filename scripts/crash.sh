@@ -83,7 +83,7 @@ check() {
     "$new") is_new=$((is_new + 1)) ;;
     *) complain "$1" "neither old nor new after the next operation" ;;
     esac
-    if find "$volume" -name '.kest-*' | grep -q .; then
+    if [[ -n $(find "$volume" -name '.kest-*' -print -quit) ]]; then
         left=$((left + 1))
         complain "$1" "left over: $(find "$volume" -name '.kest-*' -prune)"
     fi

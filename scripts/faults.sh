@@ -114,13 +114,13 @@ check() {
     # The entries of a mount's root change one by one: whole they are once the next has looked.
     [[ $kind == many || $now == "$expected" ]] ||
         complain "$1" "status $status, but not $([[ $expected == "$old" ]] && echo old || echo new): $(tail -n 1 "$base/output")"
-    if find "$volume" -name '.kest-*' | grep -q .; then
+    if [[ -n $(find "$volume" -name '.kest-*' -print -quit) ]]; then
         left=$((left + 1))
     fi
     next_one >"$base/output" 2>&1 || complain "$1" "the next operation failed: $(cat "$base/output")"
     now=$(fingerprint "$to")
     [[ $now == "$expected" ]] || complain "$1" "status $status, but otherwise after the next operation"
-    if find "$volume" -name '.kest-*' | grep -q .; then
+    if [[ -n $(find "$volume" -name '.kest-*' -print -quit) ]]; then
         complain "$1" "left over: $(find "$volume" -name '.kest-*' -prune)"
     fi
     [[ $(cat "$place/canary/bird" 2>&1) == alive ]] || complain "$1" "the canary is dead"

@@ -55,8 +55,8 @@ done
 
 # That a planted library would be seen: told to load one by its path, the loader does.
 if [[ $program != *.exe ]]; then
-    LD_PRELOAD=$world/planted/libgcc_s.so.1 "$program" --version 2>&1 | grep -q PLANTED ||
-        { echo "a library that is loaded is not seen"; exit 1; }
+    seen=$(LD_PRELOAD=$world/planted/libgcc_s.so.1 "$program" --version 2>&1 || true)
+    [[ $seen == *PLANTED* ]] || { echo "a library that is loaded is not seen"; exit 1; }
 fi
 
 cd "$world/planted"

@@ -4,8 +4,7 @@
 #
 #   planted-libraries-test.sh BUILD [COMPILER [RUNNER]]
 #
-# The command is the installed one. In the build's own folder it also looks into the current one: CMake
-# fills the place for the path of an installed library with colons.
+# The command is the installed one, which looks for its library where it was put.
 set -euo pipefail
 build=$(readlink -f "${1:?usage: planted-libraries-test.sh BUILD [COMPILER [RUNNER]]}")
 compiler=${2:-cc}

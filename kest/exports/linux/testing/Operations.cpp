@@ -191,12 +191,14 @@ Operation& World::add(const std::string& name, std::function<std::string()> run)
 
 void World::addText() {
     add("allocateString", [] {
-        wchar_t* wide = allocateString(std::wstring(L"wide"));
-        std::string shown = plain(wide);
-        deleteKESTArray(&wide);
-        wchar_t* narrow = allocateString("narrow");
-        shown += "," + plain(narrow);
-        deleteKESTArray(&narrow);
+        // Given back also when there is no memory to show them.
+        const auto show = [](wchar_t* text) {
+            const auto giveBack = [](wchar_t* it) { deleteKESTArray(&it); };
+            const std::unique_ptr<wchar_t, decltype(giveBack)> owned(text, giveBack);
+            return plain(text);
+        };
+        std::string shown = show(allocateString(std::wstring(L"wide")));
+        shown += "," + show(allocateString("narrow"));
         return shown;
     }).promises = {{"wcscpy_s", {",narrow", "wide,"}}};
     add("memcpy, wcscpy", [] {

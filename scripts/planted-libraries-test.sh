@@ -46,10 +46,10 @@ SOURCE
             libkest.so libkest.so.0 wmiutils.so wmiutils.dll | tr ' ' '\n'; } | sort -u)
     folder=$world/
 fi
-"$compiler" -shared -fPIC -o "$world/library" "$world/planted.c" 2>/dev/null ||
-    "$compiler" -shared -o "$world/library" "$world/planted.c"
+"$compiler" -shared -fPIC -o "$world/library.dll" "$world/planted.c" 2>/dev/null ||
+    "$compiler" -shared -o "$world/library.dll" "$world/planted.c"
 for name in "${names[@]}"; do
-    cp "$world/library" "$world/planted/$name"
+    cp "$world/library.dll" "$world/planted/$name"
 done
 
 # That a planted library would be seen: told to load one by its path, the loader does.

@@ -11,59 +11,9 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-short=
-systems=()
-for word in "$@"; do
-    case $word in
-    short) short=yes ;;
-    tmpfs | ext4 | xfs | btrfs) systems+=("$word") ;;
-    *)
-        sed -n '2,/^set/{s/^# \{0,1\}//;/^set/d;p}' "$0" >&2
-        exit 2
-        ;;
-    esac
-done
-if ((${#systems[@]} == 0)); then
-    systems=(tmpfs ext4 xfs btrfs)
-    [[ -z $short ]] || systems=(tmpfs)
-fi
-kest=${KEST:-$PWD/build/linux/bin/kest}
-[[ -x $kest ]] || { echo "crash.sh needs $kest: run 'make crash'" >&2; exit 2; }
-unable() {
-    echo "Kills were not tried: $1"
-    exit 2
-}
-command -v strace >/dev/null || unable "strace is not installed"
-strace -o /dev/null true 2>/dev/null || unable "tracing is not allowed here"
-for system in "${systems[@]}"; do
-    [[ $system == tmpfs ]] || command -v "mkfs.$system" >/dev/null || unable "mkfs.$system is not installed"
-done
-# Mounts of its own: they end with the last process, whatever ends this one.
-mounting=
-if (($(id -u) == 0)) && unshare --mount --propagation private true 2>/dev/null; then
-    mounting=yes
-    if [[ -z ${KEST_OWN_MOUNTS:-} ]]; then
-        again=()
-        [[ -z $short ]] || again+=(short)
-        KEST_OWN_MOUNTS=yes exec unshare --mount --propagation private "$0" "${again[@]}" "${systems[@]}"
-    fi
-elif [[ ${systems[*]} != tmpfs ]]; then
-    unable "mounting needs root"
-fi
-
-# In memory where there is a place for it: each of some thousand runs makes its trees anew.
-base=$(mktemp -d -p "$([[ -w /dev/shm ]] && echo /dev/shm || echo "${TMPDIR:-/tmp}")" kest-crash-XXXXXX)
-volume=$base/volume
-mkdir "$volume"
-. scripts/trees-in-images.sh
-cleanup() {
-    trap - EXIT
-    unmount || true
-    rm -rf "$base"
-}
-trap cleanup EXIT
-trap 'exit 130' INT
-trap 'exit 143' TERM
+goal=crash
+untried="Kills were not tried"
+. scripts/trees-in-images.sh "$@"
 
 complain() {
     bad=yes

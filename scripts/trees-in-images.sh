@@ -1,8 +1,63 @@
-# Sourced by scripts that let something happen to a change of a tree: a volume to work on, what each
-# kind of change starts from, and what can be told of a tree. `volume` is where the volume is mounted,
-# `base` a folder to work in, `mounting` empty where mounting is not allowed, `system` the file system
-# and `kind` the kind of change.
+# Sourced by scripts that let something happen to a change of a tree, with the words of their own
+# command line: what the machine allows, a volume to work on, what each kind of change starts from,
+# and what can be told of a tree. `goal` is the script's name and the Makefile's goal, `untried` what
+# it says when it cannot begin. From here come `short`, `systems` and `kest`, `volume`, where the
+# volume is mounted, `base`, a folder to work in, and `mounting`, empty where mounting is not allowed;
+# `system` is the file system and `kind` the kind of change that the script has come to.
 # shellcheck shell=bash disable=SC2154
+
+short=
+systems=()
+for word in "$@"; do
+    case $word in
+    short) short=yes ;;
+    tmpfs | ext4 | xfs | btrfs) systems+=("$word") ;;
+    *)
+        sed -n '2,/^set/{s/^# \{0,1\}//;/^set/d;p}' "scripts/$goal.sh" >&2
+        exit 2
+        ;;
+    esac
+done
+if ((${#systems[@]} == 0)); then
+    systems=(tmpfs ext4 xfs btrfs)
+    [[ -z $short ]] || systems=(tmpfs)
+fi
+kest=${KEST:-$PWD/build/linux/bin/kest}
+[[ -x $kest ]] || { echo "$goal.sh needs $kest: run 'make $goal'" >&2; exit 2; }
+unable() {
+    echo "$untried: $1"
+    exit 2
+}
+command -v strace >/dev/null || unable "strace is not installed"
+strace -o /dev/null true 2>/dev/null || unable "tracing is not allowed here"
+for system in "${systems[@]}"; do
+    [[ $system == tmpfs ]] || command -v "mkfs.$system" >/dev/null || unable "mkfs.$system is not installed"
+done
+# Mounts of its own: they end with the last process, whatever ends this one.
+mounting=
+if (($(id -u) == 0)) && unshare --mount --propagation private true 2>/dev/null; then
+    mounting=yes
+    if [[ -z ${KEST_OWN_MOUNTS:-} ]]; then
+        again=()
+        [[ -z $short ]] || again+=(short)
+        KEST_OWN_MOUNTS=yes exec unshare --mount --propagation private "scripts/$goal.sh" "${again[@]}" "${systems[@]}"
+    fi
+elif [[ ${systems[*]} != tmpfs ]]; then
+    unable "mounting needs root"
+fi
+
+# In memory where there is a place for it: each of some thousand runs makes its trees anew.
+base=$(mktemp -d -p "$([[ -w /dev/shm ]] && echo /dev/shm || echo "${TMPDIR:-/tmp}")" "kest-$goal-XXXXXX")
+volume=$base/volume
+mkdir "$volume"
+cleanup() {
+    trap - EXIT
+    unmount || true
+    rm -rf "$base"
+}
+trap cleanup EXIT
+trap 'exit 130' INT
+trap 'exit 143' TERM
 
 place=$volume/place
 bound=$volume/bound

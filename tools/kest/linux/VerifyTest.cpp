@@ -80,7 +80,7 @@ TEST_F(Differences, TellWhereALinkLeads) {
 TEST_F(Differences, TellAttributes) {
     makeFiles();
     if (setxattr(m_one.c_str(), "user.kest", "a", 1, 0) != 0) {
-        GTEST_SKIP() << "no extended attributes in /tmp here";
+        GTEST_SKIP() << "the folder for temporary files keeps no extended attributes";
     }
     EXPECT_EQ(Texts{L"attribute user.kest missing"}, compare(Kind::file));
     EXPECT_EQ(0, setxattr(m_other.c_str(), "user.kest", "b", 1, 0));

@@ -1,4 +1,4 @@
-# The unit tests: each test its own case for ctest, run through Wine in the Windows build.
+# The unit tests: each suite a test for ctest, run through Wine in the Windows build.
 
 if(NOT KEST_BUILD_TESTS)
     return()
@@ -22,14 +22,17 @@ add_subdirectory(${KEST_GOOGLETEST_SOURCE} ${CMAKE_CURRENT_BINARY_DIR}/googletes
                  EXCLUDE_FROM_ALL SYSTEM)
 set(CMAKE_COMPILE_WARNING_AS_ERROR ${kest_warnings_as_errors})
 enable_testing()
-include(GoogleTest)
 
-# The tests are listed when they are run: the build itself needs no Wine. A program that is killed
-# by the time-out is a failure like any other.
+# The suites are listed when they are run: the build itself needs no Wine. A program that is killed by
+# the time-out is a failure like any other.
 function(kest_add_tests target)
     target_link_libraries(${target} PRIVATE kest_options gtest gtest_main)
-    gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
-                         PROPERTIES TIMEOUT 300 ${ARGN})
+    set(suites ${CMAKE_CURRENT_BINARY_DIR}/${target}-suites.cmake)
+    file(GENERATE OUTPUT ${suites} CONTENT "set(program [=[$<TARGET_FILE:${target}>]=])
+set(launcher ${CMAKE_CROSSCOMPILING_EMULATOR})
+include([=[${PROJECT_SOURCE_DIR}/cmake/ListSuites.cmake]=])
+")
+    set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES ${suites})
 endfunction()
 
 if(KEST_SANITIZERS MATCHES "thread")

@@ -10,9 +10,12 @@ set -eu
 here=$(dirname "$(readlink -f "$0")")
 . "$here/wine-environment.sh"
 
-# "$@" apart from every file of the caller's.
+# "$@" apart from every file of the caller's, who must be told of a failure all the same.
 apart() {
-    setsid -w "$@" </dev/null >/dev/null 2>&1 3>&- 4>&- 5>&- 6>&- 7>&- 8>&- 9>&-
+    setsid -w "$@" </dev/null >/dev/null 2>&1 3>&- 4>&- 5>&- 6>&- 7>&- 8>&- 9>&- && return
+    status=$?
+    echo "wine-prefix.sh: $* failed with status $status." >&2
+    return $status
 }
 
 make_prefix() {
@@ -62,14 +65,15 @@ start-alone)
     [ -f "$WINEPREFIX/kest-ready" ] || make_prefix
     if ! kest_wine_is_ready; then
         # It ends by itself a minute after the last program, should nobody stop it.
-        apart wineserver -p60
+        # One that is just ending refuses a second one; the program below then starts its own.
+        apart wineserver -p60 || true
         apart timeout 120 "$kest_wine" cmd /c exit
         [ -f "$WINEPREFIX/kest-installer-keys" ] || add_installer_keys
     fi
     ;;
 stop)
     if [ -d "$WINEPREFIX" ]; then
-        apart wineserver -k || true
+        apart wineserver -k 2>/dev/null || true
     fi
     ;;
 *)

@@ -2,11 +2,14 @@
 
 #include <fcntl.h>
 #include <linux/fs.h>
+#include <linux/magic.h>
+#include <linux/openat2.h>
 #include <sys/file.h>
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/sysmacros.h>
+#include <sys/vfs.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -107,6 +110,30 @@ Descriptor openLong(int base, const char* const name, int flags) {
         start = end + 1;
     }
     return Descriptor(openDirectoryAt(at ? at.get() : base, name + start, flags));
+}
+
+std::optional<LinuxDirectory::Mount> mountOf(int directory) {
+    struct statx status {};
+    if (statx(directory, "", AT_EMPTY_PATH, STATX_BASIC_STATS | STATX_MNT_ID, &status) != 0) {
+        return std::nullopt;
+    }
+    LinuxDirectory::Mount mount;
+    mount.device = makedev(status.stx_dev_major, status.stx_dev_minor);
+    mount.mount = (status.stx_mask & STATX_MNT_ID) != 0 ? status.stx_mnt_id : 0;
+    struct statfs system {};
+    mount.isOneDevice = fstatfs(directory, &system) == 0 &&
+                        (system.f_type == EXT4_SUPER_MAGIC || system.f_type == XFS_SUPER_MAGIC ||
+                         system.f_type == TMPFS_MAGIC);
+    return mount;
+}
+
+/// Opens what stands in `base` under a name only if that is a directory, no link, and on the same
+/// mount. Whatever the reason against it, another attempt tells.
+Descriptor openOnMount(int base, const char* name) {
+    struct open_how how {};
+    how.flags = kDirectoryFlags | O_NOFOLLOW;
+    how.resolve = RESOLVE_NO_XDEV;
+    return Descriptor(static_cast<int>(syscall(SYS_openat2, base, name, &how, sizeof how)));
 }
 
 /// Where an open directory stands.
@@ -310,6 +337,16 @@ DWORD LinuxDisk::openBelow(const DirectoryPtr& base, const std::wstring& relativ
     if (!path.isGood()) {
         return ERROR_INVALID_NAME;
     }
+    const auto& mount = static_cast<const LinuxDirectory&>(*base).mount;
+    if (mount && mount->isOneDevice && links == Links::Refuse) {
+        Descriptor same = openOnMount(descriptor(base), path.get());
+        if (same) {
+            auto found = std::make_shared<LinuxDirectory>(std::move(same));
+            found->mount = mount;
+            directory = std::move(found);
+            return ERROR_SUCCESS;
+        }
+    }
     Descriptor opened =
         openLong(descriptor(base), path.get(), links == Links::Refuse ? O_NOFOLLOW : 0);
     if (!opened) {
@@ -369,23 +406,19 @@ DWORD LinuxDisk::mayRemoveFrom(const DirectoryPtr& directory) {
 }
 
 bool LinuxDisk::sameVolume(const DirectoryPtr& left, const DirectoryPtr& right) {
-    const auto ask = [](const DirectoryPtr& directory) -> const LinuxDirectory& {
+    const auto ask =
+        [](const DirectoryPtr& directory) -> const std::optional<LinuxDirectory::Mount>& {
         auto& known = static_cast<LinuxDirectory&>(*directory);
-        struct statx status {};
-        if (!known.hasMount &&
-            statx(known.get(), "", AT_EMPTY_PATH, STATX_BASIC_STATS | STATX_MNT_ID, &status) == 0) {
-            known.device = makedev(status.stx_dev_major, status.stx_dev_minor);
-            known.mount = (status.stx_mask & STATX_MNT_ID) != 0 ? status.stx_mnt_id : 0;
-            known.hasMount = true;
+        if (!known.mount) {
+            known.mount = mountOf(known.get());
         }
-        return known;
+        return known.mount;
     };
-    const LinuxDirectory& first = ask(left);
-    const LinuxDirectory& second = ask(right);
+    const auto& first = ask(left);
+    const auto& second = ask(right);
     // The mount, too: a part of the same file system that is mounted elsewhere cannot be renamed
     // to.
-    return first.hasMount && second.hasMount && first.device == second.device &&
-           first.mount == second.mount;
+    return first && second && first->device == second->device && first->mount == second->mount;
 }
 
 bool LinuxDisk::isEntry(const DirectoryPtr& parent, const std::wstring& name,

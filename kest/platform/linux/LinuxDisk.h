@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 #include "kest/platform/linux/Descriptor.h"
 #include "kest/platform/linux/FileCopy.h"
@@ -16,10 +17,15 @@ public:
     /// Whether a listing has already read from the descriptor, which keeps its place there.
     bool isRead = false;
     NewFileDefaults defaults;
-    /// Which mount it is on; asked for once.
-    bool hasMount = false;
-    std::uint64_t device = 0;
-    std::uint64_t mount = 0;
+    /// Which mount it is on; asked for once, and taken over by directories that are opened below it
+    /// without leaving the mount.
+    struct Mount {
+        std::uint64_t device = 0;
+        std::uint64_t mount = 0;
+        /// Whether all of the mount is one device: a volume of btrfs may have others in it.
+        bool isOneDevice = false;
+    };
+    std::optional<Mount> mount;
 
 private:
     Descriptor m_descriptor;

@@ -8,6 +8,9 @@ namespace {
 
 constexpr std::size_t kPiece = 1U << 16;
 
+/// Enough for an ordinary directory, so that it asks for memory once.
+constexpr std::size_t kFirst = 240;
+
 void put(std::uint64_t number, std::string& bytes) {
     for (; number >= 0x80; number >>= 7) {
         bytes.push_back(static_cast<char>(number | 0x80));
@@ -54,7 +57,9 @@ void RemovedNames::add(const std::wstring& name) {
         return;
     }
     if (m_gathered.empty() || m_gathered.back().size() > kPiece) {
-        m_gathered.emplace_back();
+        std::string piece;
+        piece.reserve(m_gathered.empty() ? kFirst : kPiece);
+        m_gathered.push_back(std::move(piece));
     }
     std::string& piece = m_gathered.back();
     const std::size_t before = piece.size();

@@ -205,7 +205,7 @@ private:
     // Searching (TransactionSearch.cpp).
     DWORD nextRecord(Search& search, Record& record);
     DWORD finishSearch(Search& search);
-    DWORD checkEmpty(const Place& place);
+    DWORD checkEmpty(const std::wstring& text, const std::wstring& canonical);
 
     // Changing (TransactionChanges.cpp).
     DirectoryChanges& changesFor(const View& view);
@@ -213,6 +213,7 @@ private:
     DWORD newPlace(const Place& place, bool& hadOld);
     void setStaged(const Place& place, const std::wstring& slot, bool hadOld);
     DWORD replaceFile(const Place& place, const Standing& source, Links links);
+    std::uint64_t giverOf(const Place& place, bool isDirectory) const;
     DWORD remove(const Place& place, const Standing& standing, Kind kind);
 
     // Publishing (TransactionCommit.cpp).
@@ -266,9 +267,9 @@ private:
     Kind m_lastKind = Kind::File;
     std::uint64_t m_lastSearch = 0;
     std::uint64_t m_searchCount = 0;
-    /// The directory that is known to be one and no link, because a search gave it as one last or it
-    /// is being removed as one: its text, and where it stands. It is entered as that or not at all,
-    /// whatever a rival has put in its place since.
+    /// The directory that is known to be one and no link, because a search gave it as one last or
+    /// it is being removed as one: its text, and where it stands. It is entered as that or not at
+    /// all, whatever a rival has put in its place since.
     std::wstring m_enteredText;
     std::wstring m_enteredCanonical;
     /// The directory that a search has just read to its end, and how many entries the disk has

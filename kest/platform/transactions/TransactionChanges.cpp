@@ -396,10 +396,13 @@ DWORD Transaction::removeDirectory(const wchar_t* path) {
     if (place.name.empty()) {
         return ERROR_BUSY;
     }
-    const Standing stands = standing(place);
     const std::wstring canonical = join(place.parent->canonical, place.name);
-    if (stands.exists() && !stands.staged && canonical == m_listedDirectory) {
-        // What was just read to its end is a directory.
+    const bool isRead = canonical == m_listedDirectory && changeOf(place) == nullptr;
+    // What was just read to its end is there and is a directory.
+    const Standing stands =
+        isRead ? Standing(place.parent->directory, place.name, place.parent->staged)
+               : standing(place);
+    if (isRead && !stands.staged) {
         kind = Kind::Directory;
     } else {
         error = kindOf(place, stands, kind);
@@ -424,24 +427,24 @@ DWORD Transaction::removeDirectory(const wchar_t* path) {
     if (stands.staged) {
         return remove(place, stands, kind);
     }
-    m_enteredText = join(place.parent->text, place.name);
+    joinInto(m_enteredText, place.parent->text, place.name);
     m_enteredCanonical = canonical;
-    error = checkEmpty(place);
+    error = checkEmpty(m_enteredText, canonical);
     if (error != ERROR_SUCCESS) {
         return error;
     }
     ViewPtr view;
-    error = locateDirectory(join(place.parent->text, place.name), view);
+    error = locateDirectory(m_enteredText, view);
     if (error != ERROR_SUCCESS) {
         return error;
     }
-    m_listedDirectory.clear();
     if (!m_disk.sameVolume(place.parent->directory, view->directory)) {
         // A mount point cannot be renamed away. Its entries change one by one; whether it is to be
         // there again shows later.
         DirectoryChanges& changes = changesFor(*place.parent);
         changes.others[m_disk.fold(place.name)] = {Change::What::Emptied, place.name, L"", true};
         (void)changesFor(*view);
+        m_listedDirectory.clear();
         return ERROR_SUCCESS;
     }
     ++m_generation;
@@ -451,10 +454,30 @@ DWORD Transaction::removeDirectory(const wchar_t* path) {
     return remove(place, stands, kind);
 }
 
+/// The search that gave an entry just now: before anything else, or, for a directory that a walk
+/// has meanwhile been through, as the last that it gave so far. 0 when there is none.
+std::uint64_t Transaction::giverOf(const Place& place, bool isDirectory) const {
+    if (known(place) != nullptr) {
+        return m_lastSearch;
+    }
+    if (isDirectory) {
+        for (const auto& [handle, search] : m_searches) {
+            if (search->m_record.name == place.name &&
+                search->m_canonical == place.parent->canonical) {
+                return search->m_number;
+            }
+        }
+    }
+    return 0;
+}
+
 DWORD Transaction::remove(const Place& place, const Standing& standing, Kind kind) {
     const bool isDirectory = kind == Kind::Directory || kind == Kind::DirectoryLink;
-    const bool isListed = known(place) != nullptr;
+    const std::uint64_t giver = giverOf(place, isDirectory);
     m_lastDirectory.reset();
+    if (isDirectory) {
+        m_listedDirectory.clear();
+    }
     DWORD error = m_disk.mayRemove(standing.directory(), standing.name());
     if (error != ERROR_SUCCESS) {
         return error;
@@ -489,11 +512,11 @@ DWORD Transaction::remove(const Place& place, const Standing& standing, Kind kin
             return error;
         }
         changes = &changesFor(*place.parent);
-        changes->emptier = m_lastSearch;
+        changes->emptier = giver;
     } else if (changes->throughLink != place.parent->throughLink) {
         changes->throughLink.clear();
     }
-    if (!isListed || changes->emptier != m_lastSearch) {
+    if (changes->emptier != giver) {
         changes->emptier = 0;
     }
     std::wstring scratch;

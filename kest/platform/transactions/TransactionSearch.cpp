@@ -106,8 +106,8 @@ DWORD Transaction::findNext(HANDLE handle, Search& search, WIN32_FIND_DATAW& dat
         m_lastName = record.name;
         m_lastKind = record.kind;
         if (record.kind == Kind::Directory) {
-            m_enteredText = join(search.m_text, record.name);
-            m_enteredCanonical = join(search.m_canonical, record.name);
+            joinInto(m_enteredText, search.m_text, record.name);
+            joinInto(m_enteredCanonical, search.m_canonical, record.name);
         }
         m_lastSearch = search.m_number;
         return fill(record, data);
@@ -226,8 +226,7 @@ DWORD Transaction::finishSearch(Search& search) {
     return error;
 }
 
-DWORD Transaction::checkEmpty(const Place& place) {
-    const std::wstring canonical = join(place.parent->canonical, place.name);
+DWORD Transaction::checkEmpty(const std::wstring& text, const std::wstring& canonical) {
     DirectoryChanges* const changes = changesOf(canonical);
     if (changes != nullptr && !changes->others.empty()) {
         const bool mounted = std::any_of(
@@ -242,7 +241,7 @@ DWORD Transaction::checkEmpty(const Place& place) {
     }
     ViewPtr view;
     std::unique_ptr<Listing> listing;
-    DWORD error = locateDirectory(join(place.parent->text, place.name), view);
+    DWORD error = locateDirectory(text, view);
     if (error == ERROR_SUCCESS) {
         error = m_disk.list(view->directory, listing);
     }

@@ -76,20 +76,16 @@ void Transaction::remember(const ViewPtr& view) {
 /// Forgets what stands for a place and for all below it, found by where it is and by how it is
 /// called: what was reached through a link is somewhere else.
 void Transaction::forget(const Place& place) {
-    const auto spelled = [&](const std::wstring& text) {
-        return m_foldsCase ? m_disk.fold(text) : text;
-    };
-    const std::wstring canonical = spelled(join(place.parent->canonical, place.name));
-    const std::wstring text = spelled(join(place.parent->text, place.name));
-    const auto isAtOrBelow = [&](const std::wstring& at, const std::wstring& top) {
-        return at.size() >= top.size() && (at == top || isBelow(at, top));
-    };
+    std::wstring foldedCanonical;
+    std::wstring foldedText;
+    std::wstring foldedName;
+    std::wstring scratch;
+    const std::wstring& canonical = folded(place.parent->canonical, foldedCanonical);
+    const std::wstring& text = folded(place.parent->text, foldedText);
+    const std::wstring& name = folded(place.name, foldedName);
     const auto isGone = [&](const ViewPtr& view) {
-        if (!m_foldsCase) {
-            return isAtOrBelow(view->canonical, canonical) || isAtOrBelow(view->text, text);
-        }
-        return isAtOrBelow(m_disk.fold(view->canonical), canonical) ||
-               isAtOrBelow(m_disk.fold(view->text), text);
+        return isAtOrBelow(folded(view->canonical, scratch), canonical, name) ||
+               isAtOrBelow(folded(view->text, scratch), text, name);
     };
     m_views.remove_if(isGone);
     m_pinned.erase(std::remove_if(m_pinned.begin(), m_pinned.end(), isGone), m_pinned.end());

@@ -1,4 +1,5 @@
-// The clock and the conversions between calendar fields and file times.
+// The clock, and file times as local time. The conversions between calendar fields and file times
+// stand in Calendar.cpp.
 
 #include <time.h>
 
@@ -22,24 +23,6 @@ void GetSystemTime(SYSTEMTIME* time) {
     }
     *time = t_fields;
     time->wMilliseconds = static_cast<WORD>(now.tv_nsec / 1000000);
-}
-
-BOOL SystemTimeToFileTime(const SYSTEMTIME* time, FILETIME* result) {
-    std::int64_t ticks = 0;
-    if (!calendar::toTicks(*time, ticks)) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return FALSE;
-    }
-    *result = calendar::split(static_cast<std::uint64_t>(ticks));
-    return TRUE;
-}
-
-BOOL FileTimeToSystemTime(const FILETIME* time, SYSTEMTIME* result) {
-    if (!calendar::fromTicks(static_cast<std::int64_t>(calendar::join(*time)), *result)) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return FALSE;
-    }
-    return TRUE;
 }
 
 BOOL FileTimeToLocalFileTime(const FILETIME* time, FILETIME* result) {

@@ -20,13 +20,12 @@
 #define LOG_ERROR(pieces) KEST_LOG_STATEMENT(L"!~Sev:ERROR", pieces)        ///< The same.
 #define LOG_CRITICAL(pieces) KEST_LOG_STATEMENT(L"!~Sev:CRITICAL", pieces)  ///< The same.
 /// Behind them.
-#define KEST_LOG_STATEMENT(severity, pieces)                                       \
-    do {                                                                           \
-        ::Tallowmere::detail::LogStatement kestStatement;                          \
-        ::Tallowmere::Recorder::instance()->begin(severity, KEST_MODULE, __LINE__) \
-            << pieces << '\n';                                                     \
-        ::Tallowmere::Recorder::instance()->flush();                               \
-        kestStatement.end();                                                       \
+#define KEST_LOG_STATEMENT(severity, pieces)                                                   \
+    do {                                                                                       \
+        ::Tallowmere::detail::LogStatement kestStatement;                                      \
+        (::Tallowmere::Recorder::instance()->begin(severity, KEST_MODULE, __LINE__) << pieces) \
+            .end();                                                                            \
+        kestStatement.end();                                                                   \
     } while (false)
 
 namespace Tallowmere {

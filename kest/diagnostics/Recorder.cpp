@@ -72,6 +72,11 @@ inline Tag tagOf(const wchar_t* text) {
     }
 }
 
+/// What stands in a severity marker behind its tag.
+inline const wchar_t* severityName(const wchar_t* marker) {
+    return marker[5] == L'\0' ? L"" : marker + 6;
+}
+
 std::uint64_t nextSerial() {
     static std::atomic<std::uint64_t> s_last{0};
     return ++s_last;
@@ -216,12 +221,27 @@ bool Recorder::isStreamSet() const {
 void Recorder::flush() {
     // A log statement inside a host's insertion operator ends here while the piece is half written.
     const StreamGuard::Suspension suspension;
+    flushLine();
+}
+
+void Recorder::end() {
+    if (isLineGathered() && markerState == kNoMarker) [[likely]] {
+        lineInProgress->text.append(L'\n');
+        flushLine();
+    } else {
+        *this << '\n';
+        flush();
+    }
+}
+
+/// The calling thread does not hold the stream.
+inline void Recorder::flushLine() {
     StreamLock* held = nullptr;
     try {
         bool isCheckDue = false;
         {
             const StreamGuard guard;
-            if (isLineOwn() && traceFile().isPlain()) {
+            if (isLineOwn() && traceFile().isPlain()) [[likely]] {
                 traceFile().writeLine(lineInProgress->text);
             } else {
                 gatherLine();
@@ -232,7 +252,7 @@ void Recorder::flush() {
             isCheckDue = countFlush();
             held = streamLock;
         }
-        if (isCheckDue) {
+        if (isCheckDue) [[unlikely]] {
             rollOver();
             const StreamGuard guard;
             held = streamLock;
@@ -248,18 +268,56 @@ void Recorder::flush() {
     endLine();
 }
 
-Recorder& Recorder::begin(const wchar_t* severity, const char* file, int line) {
-    if (pendingMarker() == kNoMarker && tagOf(severity) == Tag::Severity) {
-        beginColumns(severity[5] == L'\0' ? L"" : severity + 6);
-    } else {
-        insertConstantText(severity);
-    }
-    if (file != nullptr && isLineGathered() && markerState == kNoMarker &&
-        lineInProgress->location.takeName(file)) {
-        lineInProgress->appendColumn(line);
+Recorder& Recorder::beginAt(const wchar_t* severity, std::string_view file, int line) {
+    const ThreadState& self = t_threadState;
+    const ThreadMarkers& markers = t_markers;
+    // Whether nothing waits for a line of this thread: no line, no marker, no name, no piece.
+    const bool isUsual = lineOwner.load(std::memory_order_relaxed) != self.number &&
+                         self.held == 0 && markers.recorder == serial &&
+                         markers.markerState == kNoMarker && !markers.isSourceNewer;
+    if (!isUsual || tagOf(severity) != Tag::Severity) [[unlikely]] {
+        if (pendingMarker() == kNoMarker && tagOf(severity) == Tag::Severity) {
+            beginColumns(severityName(severity));
+        } else {
+            insertConstantText(severity);
+        }
+        insertLocation(file, line);
         return *this;
     }
-    return *this << L"!~Fil:" << file << L"!~Lin:" << line;
+    const bool isMutexHeld = lock.acquire(-1);
+    if (!isMutexHeld || lineOwner.load(std::memory_order_relaxed) != 0 || !writesTraceFile ||
+        !traceFile().isPlain()) [[unlikely]] {
+        insertColumns(streamOutTimeStamp(isMutexHeld), severityName(severity));
+        insertLocation(file, line);
+        return *this;
+    }
+    lineOwner.store(currentThread(), std::memory_order_relaxed);
+    lineDepth = 1;
+    markerState = kNoMarker;
+    isFileLine = true;
+    TraceLine& own = *lineInProgress;
+    own.stamp.appendTo(own.text);
+    insertColumns(true, severityName(severity));
+    if (const LocationMemo::Entry* const column =
+            file.data() == nullptr ? nullptr : own.location.column(file, line)) [[likely]] {
+        own.appendColumn(*column);
+    } else {
+        insertLocation(file, line);
+    }
+    return *this;
+}
+
+/// The third and the fourth piece of a log statement, each behind its marker.
+void Recorder::insertLocation(std::string_view file, int line) {
+    if (file.data() != nullptr && isLineGathered() && markerState == kNoMarker) {
+        if (const LocationMemo::Entry* const column = lineInProgress->location.column(file, line)) {
+            lineInProgress->appendColumn(*column);
+            return;
+        }
+    }
+    const std::string name(file);
+    const char* const text = file.data() == nullptr ? nullptr : name.c_str();
+    *this << L"!~Fil:" << text << L"!~Lin:" << line;
 }
 
 Recorder& Recorder::operator<<(const std::wstring& text) {
@@ -296,20 +354,25 @@ void Recorder::prepare(std::wostringstream& stream) {
 
 /// Begins a line with its time, its severity and its thread.
 void Recorder::beginColumns(const wchar_t* severity) {
-    if (!streamOutTimeStamp()) {
+    insertColumns(streamOutTimeStamp(), severity);
+}
+
+/// The columns behind the time.
+inline void Recorder::insertColumns(bool isGathered, const wchar_t* severity) {
+    if (!isGathered) {
         write(severityColumn(severity).text());
         write(threadColumn(os().GetCurrentThreadId()).text());
         return;
     }
     LineText& text = lineInProgress->text;
-    ColumnBytes column;
-    if (plainSeverity(severity, column)) {
-        text.appendAscii(column.bytes, column.size);
+    if (const char* const end = writePlainSeverity(severity, text.beginAscii(kPlainSeverity)))
+        [[likely]] {
+        text.endAscii(end);
     } else {
         text.append(severityColumn(severity).text());
     }
-    const ColumnBytes& thread = lineInProgress->thread.column(os().GetCurrentThreadId());
-    text.appendAscii(thread.bytes, thread.size);
+    const ThreadMemo::Column& thread = lineInProgress->thread.column(os().GetCurrentThreadId());
+    text.endAscii(thread.writeTo(text.beginAscii(sizeof(thread.bytes))));
 }
 
 /// Whether the calling thread's next value will be taken for a file name.
@@ -375,7 +438,7 @@ void Recorder::takeLineNumber(std::int64_t number) {
     if (ownsLine()) {
         TraceLine& own = *lineInProgress;
         if (own.source == TraceLine::Source::Name && isLineGathered()) {
-            own.appendColumn(line);
+            own.appendColumn(own.location.column(line));
             return;
         }
         settleSource();
@@ -405,7 +468,7 @@ std::size_t Recorder::copySource(wchar_t* name) const {
     const TraceLine& line = *lineInProgress;
     switch (line.source) {
         case TraceLine::Source::Column:
-            std::memcpy(name, line.statement->name, sizeof(line.statement->name));
+            std::memcpy(name, line.statement->name(), LocationMemo::kSource * sizeof(wchar_t));
             return LocationMemo::kSource;
         case TraceLine::Source::Name: {
             const std::string_view kept = line.location.name();
@@ -430,7 +493,7 @@ void Recorder::setPendingMarker(std::int32_t state) {
 void Recorder::processMarker(const wchar_t* text) {
     switch (tagOf(text)) {
         case Tag::Severity:
-            beginColumns(text[5] == L'\0' ? L"" : text + 6);
+            beginColumns(severityName(text));
             break;
         case Tag::File:
             setPendingMarker(kFileExpected);
@@ -546,8 +609,12 @@ bool Recorder::insertQuickly(std::uint64_t number) {
 /// Begins a line with its time. Whether the line is gathered beside the stream.
 bool Recorder::streamOutTimeStamp() {
     const StreamGuard::Suspension suspension;
-    // Also false where the thread owns the mutex afterwards: its last owner ended inside a line.
-    const bool isMutexHeld = lock.acquire(-1);
+    return streamOutTimeStamp(lock.acquire(-1));
+}
+
+/// The same once the mutex was asked for. Without it also where the thread owns the mutex: its last
+/// owner ended inside a line.
+bool Recorder::streamOutTimeStamp(bool isMutexHeld) {
     StreamLock* held = nullptr;
     if (!isMutexHeld || lineOwner.load(std::memory_order_relaxed) != 0 || !writesTraceFile ||
         !traceFile().isPlain()) {
@@ -719,7 +786,7 @@ void Recorder::endLine() {
         ThreadMarkers& own = threadMarkers(serial);
         own.markerState = markerState;
         const std::uint64_t statement = lineInProgress->source == TraceLine::Source::Column
-                                            ? lineInProgress->statement->number
+                                            ? lineInProgress->statement->number()
                                             : 0;
         // Mostly it has that name already.
         if (statement == 0 || own.statement != statement) {

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <ostream>
 #include <string>
+#include <string_view>
 
 #include "kest/diagnostics/LineText.h"
 #include "kest/diagnostics/Utf8Buffer.h"
@@ -38,7 +39,17 @@ public:
     /// Gathers `line`, which is left empty, behind what was inserted so far.
     void gather(LineText& line) { m_buffer.gather(line); }
     /// Writes what was inserted so far and behind it `line`, which is left empty.
-    void writeLine(LineText& line) { m_buffer.handOn(line); }
+    void writeLine(LineText& line) {
+        const std::string_view bytes = line.bytes();
+        if (!m_buffer.isAtRest() || line.isPairOpen() || bytes.empty()) {
+            m_buffer.handOn(line);
+            return;
+        }
+        const std::streamsize written =
+            m_file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        m_buffer.hasHandedOn(bytes, static_cast<std::size_t>(written));
+        line.clearBytes();
+    }
 
 private:
     platform::OutputFile m_file;

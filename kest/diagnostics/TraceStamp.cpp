@@ -20,38 +20,50 @@ bool isSameSecond(const SYSTEMTIME& left, const SYSTEMTIME& right) {
     return std::memcmp(&left, &right, kFieldsOfSecond) == 0;
 }
 
+template <class Character>
+void showMilliseconds(Character* digits, unsigned int milliseconds) {
+    digits[0] = static_cast<Character>('0' + milliseconds / 100 % 10);
+    digits[1] = static_cast<Character>('0' + milliseconds / 10 % 10);
+    digits[2] = static_cast<Character>('0' + milliseconds % 10);
+}
+
 }  // namespace
 
 const std::wstring& TraceStamp::now() {
     refresh();
+    showInText();
     return m_text;
 }
 
 void TraceStamp::appendTo(LineText& line) {
     refresh();
-    if (m_milliseconds != std::wstring::npos && m_byteCount != 0) {
+    if (m_milliseconds != std::wstring::npos && m_byteCount != 0) [[likely]] {
         line.appendAscii(m_bytes, m_byteCount);
-    } else {
-        line.append(m_text);
-        line.append(L'\t');
+        return;
+    }
+    showInText();
+    line.append(m_text);
+    line.append(L'\t');
+}
+
+void TraceStamp::showInText() {
+    if (m_milliseconds != std::wstring::npos && m_shownInText != m_second.wMilliseconds) {
+        showMilliseconds(m_text.data() + m_milliseconds, m_second.wMilliseconds);
+        m_shownInText = m_second.wMilliseconds;
     }
 }
 
 void TraceStamp::refresh() {
-    SYSTEMTIME time{};
+    SYSTEMTIME time;
     os().GetSystemTime(&time);
     if (m_milliseconds == std::wstring::npos || !isSameSecond(time, m_second) ||
-        os().GetThreadLocale() != m_language) {
+        os().GetThreadLocale() != m_language) [[unlikely]] {
         make(time);
     } else if (time.wMilliseconds != m_second.wMilliseconds) {
-        unsigned int left = time.wMilliseconds;
-        for (std::size_t digit = 3; digit > 0; --digit, left /= 10) {
-            m_text[m_milliseconds + digit - 1] = static_cast<wchar_t>(L'0' + left % 10);
-            if (m_byteCount != 0) {
-                m_bytes[m_milliseconds + digit - 1] = static_cast<char>('0' + left % 10);
-            }
-        }
         m_second.wMilliseconds = time.wMilliseconds;
+        if (m_byteCount != 0) {
+            showMilliseconds(m_bytes + m_milliseconds, time.wMilliseconds);
+        }
     }
 }
 
@@ -64,6 +76,7 @@ void TraceStamp::make(const SYSTEMTIME& time) {
         return;
     }
     m_second = time;
+    m_shownInText = time.wMilliseconds;
     m_language = os().GetThreadLocale();
     const std::size_t point = DateTimeImpl::positionOfMilliseconds(m_text);
     // A text of another form than the usual one, whatever a language may write, is made each time.

@@ -25,18 +25,21 @@ private:
     static constexpr std::size_t kBytesAtMost = 48;
 
     void refresh();
+    void showInText();
     void make(const SYSTEMTIME& time);
 
-    std::wstring m_text;
-    /// The text and a tab as bytes, in which only the digits change.
-    char m_bytes[kBytesAtMost] = {};
-    /// How many they are; 0 when the text is not ASCII, or too long.
-    std::size_t m_byteCount = 0;
+    /// What the bytes say; the text does so but for its milliseconds.
+    SYSTEMTIME m_second{};
+    LCID m_language = 0;
+    WORD m_shownInText = 0;
     /// Where the three digits of the milliseconds stand; npos when the text is not to be used
     /// again.
     std::size_t m_milliseconds = std::wstring::npos;
-    SYSTEMTIME m_second{};
-    LCID m_language = 0;
+    /// How many bytes there are; 0 when the text is not ASCII, or too long.
+    std::size_t m_byteCount = 0;
+    /// The text and a tab as bytes, in which only the digits change.
+    char m_bytes[kBytesAtMost] = {};
+    std::wstring m_text;
 };
 
 }  // namespace Tallowmere

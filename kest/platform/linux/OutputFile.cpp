@@ -61,8 +61,12 @@ OutputFile::int_type OutputFile::overflow(int_type byte) {
     return xsputn(&value, 1) == 1 ? byte : traits_type::eof();
 }
 
-std::streamsize OutputFile::xsputn(const char* bytes, std::streamsize count) {
+std::streamsize OutputFile::write(const char* bytes, std::streamsize count) {
     return m_file == nullptr ? 0 : m_file->write(bytes, count);
+}
+
+std::streamsize OutputFile::xsputn(const char* bytes, std::streamsize count) {
+    return write(bytes, count);
 }
 
 }  // namespace Tallowmere::platform

@@ -147,7 +147,7 @@ void LineText::appendToNull(std::wstring_view text) {
 }
 
 template <bool stopsAtNull>
-void LineText::appendText(std::wstring_view text) {
+[[gnu::hot]] void LineText::appendText(std::wstring_view text) {
     constexpr std::uint32_t kLeast = stopsAtNull ? 1 : 0;
     const wchar_t* unit = text.data();
     const wchar_t* const end = unit + text.size();

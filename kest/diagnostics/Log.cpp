@@ -5,14 +5,16 @@ namespace Tallowmere {
 FunctionTrace::FunctionTrace(const char* function, const char* file, int line)
     : function(function), file(file), line(line) {
     detail::LogStatement statement;
-    (Recorder::instance()->begin(L"!~Sev:INFO", file, line) << "<Entering " << function).end();
+    (Recorder::instance()->begin(Recorder::Severity::Info, file, line) << "<Entering " << function)
+        .end();
     statement.end();
 }
 
 FunctionTrace::~FunctionTrace() {
     try {
         detail::LogStatement statement;
-        (Recorder::instance()->begin(L"!~Sev:INFO", file, line) << "Exiting " << function << ">")
+        (Recorder::instance()->begin(Recorder::Severity::Info, file, line)
+         << "Exiting " << function << ">")
             .end();
         statement.end();
     } catch (...) {

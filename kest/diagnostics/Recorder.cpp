@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iostream>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <new>
@@ -75,6 +76,19 @@ inline Tag tagOf(const wchar_t* text) {
 /// What stands in a severity marker behind its tag.
 inline const wchar_t* severityName(const wchar_t* marker) {
     return marker[5] == L'\0' ? L"" : marker + 6;
+}
+
+struct SeverityTexts {
+    const wchar_t* marker;
+    ColumnBytes<16> column;
+};
+
+inline const SeverityTexts& textsOf(Recorder::Severity severity) {
+    static constexpr SeverityTexts kTexts[] = {{L"!~Sev:INFO", {"INFO    \t", 9}},
+                                               {L"!~Sev:WARNING", {"WARNING \t", 9}},
+                                               {L"!~Sev:ERROR", {"ERROR   \t", 9}},
+                                               {L"!~Sev:CRITICAL", {"CRITICAL\t", 9}}};
+    return kTexts[static_cast<unsigned int>(severity) % std::size(kTexts)];
 }
 
 std::uint64_t nextSerial() {
@@ -157,7 +171,7 @@ Recorder::~Recorder() {
     ::operator delete(static_cast<void*>(streamLock));
 }
 
-Recorder* Recorder::instance() {
+[[gnu::hot]] Recorder* Recorder::instance() {
     if (Recorder* const existing = s_instance.load(std::memory_order_acquire)) {
         return existing;
     }
@@ -224,7 +238,7 @@ void Recorder::flush() {
     flushLine();
 }
 
-void Recorder::end() {
+[[gnu::hot]] void Recorder::end() {
     if (isLineGathered() && markerState == kNoMarker) [[likely]] {
         lineInProgress->text.append(L'\n');
         flushLine();
@@ -268,42 +282,51 @@ inline void Recorder::flushLine() {
     endLine();
 }
 
-Recorder& Recorder::beginAt(const wchar_t* severity, std::string_view file, int line) {
+[[gnu::hot]] Recorder& Recorder::beginAt(Severity severity, std::string_view file, int line) {
+    const SeverityTexts& texts = textsOf(severity);
     const ThreadState& self = t_threadState;
     const ThreadMarkers& markers = t_markers;
     // Whether nothing waits for a line of this thread: no line, no marker, no name, no piece.
     const bool isUsual = lineOwner.load(std::memory_order_relaxed) != self.number &&
                          self.held == 0 && markers.recorder == serial &&
                          markers.markerState == kNoMarker && !markers.isSourceNewer;
-    if (!isUsual || tagOf(severity) != Tag::Severity) [[unlikely]] {
-        if (pendingMarker() == kNoMarker && tagOf(severity) == Tag::Severity) {
-            beginColumns(severityName(severity));
-        } else {
-            insertConstantText(severity);
-        }
+    if (!isUsual) [[unlikely]] {
+        insertConstantText(texts.marker);
         insertLocation(file, line);
         return *this;
     }
     const bool isMutexHeld = lock.acquire(-1);
     if (!isMutexHeld || lineOwner.load(std::memory_order_relaxed) != 0 || !writesTraceFile ||
         !traceFile().isPlain()) [[unlikely]] {
-        insertColumns(streamOutTimeStamp(isMutexHeld), severityName(severity));
+        streamOutTimeStamp(isMutexHeld);
+        writeColumns(severityName(texts.marker));
         insertLocation(file, line);
         return *this;
     }
-    lineOwner.store(currentThread(), std::memory_order_relaxed);
+    lineOwner.store(self.number, std::memory_order_relaxed);
     lineDepth = 1;
     markerState = kNoMarker;
     isFileLine = true;
     TraceLine& own = *lineInProgress;
-    own.stamp.appendTo(own.text);
-    insertColumns(true, severityName(severity));
-    if (const LocationMemo::Entry* const column =
-            file.data() == nullptr ? nullptr : own.location.column(file, line)) [[likely]] {
-        own.appendColumn(*column);
-    } else {
+    const TraceStamp::Column* const stamp = own.stamp.column();
+    const LocationMemo::Entry* const location =
+        file.data() == nullptr ? nullptr : own.location.column(file, line);
+    if (stamp == nullptr || location == nullptr) [[unlikely]] {
+        own.stamp.appendTo(own.text);
+        writeColumns(severityName(texts.marker));
         insertLocation(file, line);
+        return *this;
     }
+    // All columns at once.
+    char* end =
+        own.text.beginAscii(sizeof(stamp->bytes) + sizeof(texts.column.bytes) +
+                            sizeof(ThreadMemo::Column::bytes) + sizeof(location->column().bytes));
+    end = stamp->writeTo(end);
+    end = texts.column.writeTo(end);
+    end = own.thread.column(os().GetCurrentThreadId()).writeTo(end);
+    own.text.endAscii(location->column().writeTo(end));
+    own.statement = location;
+    own.source = TraceLine::Source::Column;
     return *this;
 }
 
@@ -320,7 +343,7 @@ void Recorder::insertLocation(std::string_view file, int line) {
     *this << L"!~Fil:" << text << L"!~Lin:" << line;
 }
 
-Recorder& Recorder::operator<<(const std::wstring& text) {
+[[gnu::hot]] Recorder& Recorder::operator<<(const std::wstring& text) {
     if (isLineGathered() && markerState == kNoMarker && tagOf(text.c_str()) == Tag::None) {
         lineInProgress->text.appendToNull(text);
     } else {
@@ -354,25 +377,14 @@ void Recorder::prepare(std::wostringstream& stream) {
 
 /// Begins a line with its time, its severity and its thread.
 void Recorder::beginColumns(const wchar_t* severity) {
-    insertColumns(streamOutTimeStamp(), severity);
+    streamOutTimeStamp();
+    writeColumns(severity);
 }
 
-/// The columns behind the time.
-inline void Recorder::insertColumns(bool isGathered, const wchar_t* severity) {
-    if (!isGathered) {
-        write(severityColumn(severity).text());
-        write(threadColumn(os().GetCurrentThreadId()).text());
-        return;
-    }
-    LineText& text = lineInProgress->text;
-    if (const char* const end = writePlainSeverity(severity, text.beginAscii(kPlainSeverity)))
-        [[likely]] {
-        text.endAscii(end);
-    } else {
-        text.append(severityColumn(severity).text());
-    }
-    const ThreadMemo::Column& thread = lineInProgress->thread.column(os().GetCurrentThreadId());
-    text.endAscii(thread.writeTo(text.beginAscii(sizeof(thread.bytes))));
+/// The columns of the severity and the thread.
+void Recorder::writeColumns(const wchar_t* severity) {
+    write(severityColumn(severity).text());
+    write(threadColumn(os().GetCurrentThreadId()).text());
 }
 
 /// Whether the calling thread's next value will be taken for a file name.
@@ -606,15 +618,15 @@ bool Recorder::insertQuickly(std::uint64_t number) {
     return insertGathered([number](LineText& line) { line.appendNumber(number); });
 }
 
-/// Begins a line with its time. Whether the line is gathered beside the stream.
-bool Recorder::streamOutTimeStamp() {
+/// Begins a line with its time.
+void Recorder::streamOutTimeStamp() {
     const StreamGuard::Suspension suspension;
-    return streamOutTimeStamp(lock.acquire(-1));
+    streamOutTimeStamp(lock.acquire(-1));
 }
 
 /// The same once the mutex was asked for. Without it also where the thread owns the mutex: its last
 /// owner ended inside a line.
-bool Recorder::streamOutTimeStamp(bool isMutexHeld) {
+void Recorder::streamOutTimeStamp(bool isMutexHeld) {
     StreamLock* held = nullptr;
     if (!isMutexHeld || lineOwner.load(std::memory_order_relaxed) != 0 || !writesTraceFile ||
         !traceFile().isPlain()) {
@@ -628,10 +640,6 @@ bool Recorder::streamOutTimeStamp(bool isMutexHeld) {
     if (held != nullptr) {
         held->lock();
     }
-    if (isLineGathered()) {
-        lineInProgress->stamp.appendTo(lineInProgress->text);
-        return true;
-    }
     if (ownsLine()) {
         write(lineInProgress->stamp.now());
     } else {
@@ -639,7 +647,6 @@ bool Recorder::streamOutTimeStamp(bool isMutexHeld) {
         write(TraceStamp().now());
     }
     write(L"\t");
-    return false;
 }
 
 std::wstring Recorder::baseName(const std::wstring& path) {

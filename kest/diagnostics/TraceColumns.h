@@ -52,24 +52,6 @@ struct ColumnBytes {
     }
 };
 
-/// Writes the severity column of a name that fits into it and is ASCII, and returns its end; null
-/// for any other name.
-inline char* writePlainSeverity(const wchar_t* name, char* out) {
-    constexpr std::size_t kWidth = 8;
-    std::memset(out, ' ', kWidth);
-    std::size_t length = 0;
-    for (; name[length] != L'\0'; ++length) {
-        const auto unit = static_cast<std::uint32_t>(name[length]);
-        if (unit >= 0x80 || length == kWidth) {
-            return nullptr;
-        }
-        out[length] = static_cast<char>(unit);
-    }
-    out[kWidth] = '\t';
-    return out + kWidth + 1;
-}
-inline constexpr std::size_t kPlainSeverity = 9;
-
 /// The thread column, which is kept: the next line is often that of the same thread.
 class ThreadMemo {
 public:

@@ -36,11 +36,6 @@ const std::wstring& TraceStamp::now() {
 }
 
 void TraceStamp::appendTo(LineText& line) {
-    refresh();
-    if (m_milliseconds != std::wstring::npos && m_byteCount != 0) [[likely]] {
-        line.appendAscii(m_bytes, m_byteCount);
-        return;
-    }
     showInText();
     line.append(m_text);
     line.append(L'\t');
@@ -53,7 +48,7 @@ void TraceStamp::showInText() {
     }
 }
 
-void TraceStamp::refresh() {
+[[gnu::hot]] void TraceStamp::refresh() {
     SYSTEMTIME time;
     os().GetSystemTime(&time);
     if (m_milliseconds == std::wstring::npos || !isSameSecond(time, m_second) ||
@@ -61,14 +56,15 @@ void TraceStamp::refresh() {
         make(time);
     } else if (time.wMilliseconds != m_second.wMilliseconds) {
         m_second.wMilliseconds = time.wMilliseconds;
-        if (m_byteCount != 0) {
-            showMilliseconds(m_bytes + m_milliseconds, time.wMilliseconds);
+        if (m_column.size != 0) {
+            showMilliseconds(m_column.bytes + m_milliseconds, time.wMilliseconds);
         }
     }
 }
 
 void TraceStamp::make(const SYSTEMTIME& time) {
     m_milliseconds = std::wstring::npos;
+    m_column.size = 0;
     m_text = DateTimeImpl(time).toString(true, L"MMMM d, yyyy", nullptr, true);
     // Half a text is what is left when the system could not write the date or the time: it is asked
     // again for the next line.
@@ -87,8 +83,9 @@ void TraceStamp::make(const SYSTEMTIME& time) {
         line.append(L'\t');
         const std::string_view bytes = line.bytes();
         const bool isAscii = bytes.size() == m_text.size() + 1;
-        m_byteCount = isAscii && bytes.size() <= kBytesAtMost ? bytes.size() : 0;
-        bytes.copy(m_bytes, m_byteCount);
+        if (isAscii && bytes.size() <= sizeof(m_column.bytes)) {
+            m_column.size = bytes.copy(m_column.bytes, bytes.size());
+        }
     }
 }
 

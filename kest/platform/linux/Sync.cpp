@@ -348,6 +348,15 @@ DWORD unlessClosed(Mutex& mutex, HANDLE handle, DWORD answer) {
                         std::exchange(mutex.isAbandoned, false) ? WAIT_ABANDONED : WAIT_OBJECT_0);
 }
 
+[[gnu::noinline]] DWORD askThreadId() {
+    const auto id = static_cast<DWORD>(gettid());
+    // Kept only where a child process, whose thread has another one, forgets it.
+    if (watch().isSet()) {
+        t_threadId = id;
+    }
+    return id;
+}
+
 [[gnu::noinline]] BOOL releaseIt(HANDLE handle) {
     Mutex* const mutex = find(handle);
     if (mutex == nullptr) {
@@ -392,7 +401,7 @@ HANDLE CreateMutexW(SECURITY_ATTRIBUTES* /*security*/, BOOL initiallyOwned, cons
 
 // The usual ways stand in the calls themselves, with nothing around them: a trace line takes both.
 
-DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) {
+[[gnu::hot]] DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) {
     Thread& self = t_thread;
     if (self.isWatched && isFound(handle, self) && takesAtOnce(*self.found)) {
         Mutex& mutex = *self.found;
@@ -403,7 +412,7 @@ DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) {
     return waitForIt(handle, milliseconds);
 }
 
-BOOL ReleaseMutex(HANDLE handle) {
+[[gnu::hot]] BOOL ReleaseMutex(HANDLE handle) {
     Thread& self = t_thread;
     if (self.owned == self.found && isFound(handle, self) && self.owned->again == 0) {
         give(*self.found, self);
@@ -430,15 +439,9 @@ bool closeMutex(HANDLE handle) {
     return true;
 }
 
-DWORD GetCurrentThreadId() {
-    if (t_threadId == 0) {
-        const auto id = static_cast<DWORD>(gettid());
-        if (!watch().isSet()) {
-            return id;
-        }
-        t_threadId = id;
-    }
-    return t_threadId;
+[[gnu::hot]] DWORD GetCurrentThreadId() {
+    const DWORD id = t_threadId;
+    return id != 0 ? id : askThreadId();
 }
 
 }  // namespace Tallowmere::platform::standin

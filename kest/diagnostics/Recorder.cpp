@@ -17,6 +17,7 @@
 #include "kest/platform/Calls.h"
 #include "kest/platform/Console.h"
 #include "kest/platform/StreamNames.h"
+#include "kest/platform/TimesUnread.h"
 #include "kest/text/Paths.h"
 #include "kest/text/Strings.h"
 
@@ -695,6 +696,7 @@ bool Recorder::countFlush() {
 }
 
 bool Recorder::isFileFull(const std::wstring& path) const {
+    const platform::TimesUnread onlyTheSize;
     WIN32_FILE_ATTRIBUTE_DATA data{};
     if (!os().GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data)) {
         return false;

@@ -236,27 +236,12 @@ bool Recorder::isStreamSet() const {
 void Recorder::flush() {
     // A log statement inside a host's insertion operator ends here while the piece is half written.
     const StreamGuard::Suspension suspension;
-    flushLine();
-}
-
-[[gnu::hot]] void Recorder::end() {
-    if (isLineGathered() && markerState == kNoMarker) [[likely]] {
-        lineInProgress->text.append(L'\n');
-        flushLine();
-    } else {
-        *this << '\n';
-        flush();
-    }
-}
-
-/// The calling thread does not hold the stream.
-inline void Recorder::flushLine() {
     StreamLock* held = nullptr;
     try {
         bool isCheckDue = false;
         {
             const StreamGuard guard;
-            if (isLineOwn() && traceFile().isPlain()) [[likely]] {
+            if (isLineOwn() && traceFile().isPlain()) {
                 traceFile().writeLine(lineInProgress->text);
             } else {
                 gatherLine();
@@ -267,7 +252,7 @@ inline void Recorder::flushLine() {
             isCheckDue = countFlush();
             held = streamLock;
         }
-        if (isCheckDue) [[unlikely]] {
+        if (isCheckDue) {
             rollOver();
             const StreamGuard guard;
             held = streamLock;
@@ -281,6 +266,46 @@ inline void Recorder::flushLine() {
         held->unlock();
     }
     endLine();
+}
+
+[[gnu::hot]] void Recorder::end() {
+    if (!isLineGathered() || markerState != kNoMarker) [[unlikely]] {
+        *this << '\n';
+        flush();
+        return;
+    }
+    lineInProgress->text.append(L'\n');
+    bool isCheckDue = false;
+    if (!writeUsualLine(isCheckDue)) [[unlikely]] {
+        flush();
+        return;
+    }
+    if (isCheckDue) [[unlikely]] {
+        checkAfterLine();
+    }
+    endLine();
+}
+
+/// Writes the line that was gathered, where flush does that and counts it. False, and nothing has
+/// happened, where flush does something else.
+inline bool Recorder::writeUsualLine(bool& isCheckDue) {
+    const StreamGuard guard;
+    if (streamLock != nullptr || !traceFile().isPlain() ||
+        !traceFile().writeUsualLine(lineInProgress->text)) [[unlikely]] {
+        return false;
+    }
+    isCheckDue = countFlush();
+    return true;
+}
+
+/// What flush does after each tenth line.
+void Recorder::checkAfterLine() {
+    try {
+        rollOver();
+    } catch (...) {
+        endLine();
+        throw;
+    }
 }
 
 [[gnu::hot]] Recorder& Recorder::beginAt(Severity severity, std::string_view file, int line) {
@@ -789,7 +814,7 @@ void Recorder::beginLine(bool isMutexHeld) {
 
 /// Releases one level of the mutex. Deliberate: also when the calling thread does not own it, the
 /// release then fails.
-void Recorder::endLine() {
+[[gnu::hot]] void Recorder::endLine() {
     if (ownsLine() && --lineDepth == 0) {
         // A marker that still waits takes the thread's next value, in a line or not.
         ThreadMarkers& own = threadMarkers(serial);

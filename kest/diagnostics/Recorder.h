@@ -164,7 +164,8 @@ private:
     void rollOver();
     bool ownsLine() const;
     void beginLine(bool isMutexHeld);
-    void flushLine();
+    bool writeUsualLine(bool& isCheckDue);
+    void checkAfterLine();
     void endLine();
 
     static std::atomic<Recorder*> s_instance;

@@ -39,16 +39,19 @@ public:
     /// Gathers `line`, which is left empty, behind what was inserted so far.
     void gather(LineText& line) { m_buffer.gather(line); }
     /// Writes what was inserted so far and behind it `line`, which is left empty.
-    void writeLine(LineText& line) {
+    void writeLine(LineText& line) { m_buffer.handOn(line); }
+    /// The same for a line with which nothing is unusual; false, and nothing has happened, for any
+    /// other.
+    bool writeUsualLine(LineText& line) {
         const std::string_view bytes = line.bytes();
-        if (!m_buffer.isAtRest() || line.isPairOpen() || bytes.empty()) {
-            m_buffer.handOn(line);
-            return;
+        if (!m_buffer.isAtRest() || line.isPairOpen() || bytes.empty()) [[unlikely]] {
+            return false;
         }
         const std::streamsize written =
             m_file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
         m_buffer.hasHandedOn(bytes, static_cast<std::size_t>(written));
         line.clearBytes();
+        return true;
     }
 
 private:

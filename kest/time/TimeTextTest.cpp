@@ -95,6 +95,11 @@ TEST_F(TimeText, CodedIsInTheCalendarOfTheFieldsWhateverTheThreadsLanguage) {
                                                    : L"2010.05.17");
             return 11;
         });
+    const ScopedCall<&Calls::GetTimeFormatW> time(
+        [](LCID, DWORD, const SYSTEMTIME*, const wchar_t*, wchar_t* buffer, int) {
+            std::wcscpy(buffer, L"08.30.00");
+            return 9;
+        });
     for (const LCID language : {0x041E, 0x0401, 0x0409, 0x0407}) {
         const ScopedCall<&Calls::GetThreadLocale> thread([language] { return language; });
         EXPECT_EQ(L"2010.05.17-08.30.00", systemTimeToStringCoded(kTime));

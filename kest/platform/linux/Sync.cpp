@@ -18,6 +18,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdint>
@@ -107,14 +108,21 @@ inline bool takesAtOnce(Mutex& mutex, Word taken = kTaken) {
 /// Waits until it has the mutex, or until the clock of CLOCK_MONOTONIC shows `end`, if there is
 /// one.
 bool takesWithin(Mutex& mutex, const timespec* end) {
-    // Whoever has it is mostly done sooner than a thread is sent to sleep and woken.
+    // Whoever has it is mostly done sooner than a thread is sent to sleep and woken. But each look
+    // takes the word away from the owner's processor, and each change of the owner all that the
+    // mutex guards: so the looks become rarer, and an owner that comes back at once may go on for a
+    // while.
+    constexpr int kRestsAtMost = 8;
     static const int s_tries = ::sysconf(_SC_NPROCESSORS_ONLN) > 1 ? 100 : 0;
     for (Word taken = kTaken;; taken = kTakenAndWaitedFor) {
-        for (int i = 0; i < s_tries; ++i) {
+        for (int i = 0, rests = 1; i < s_tries; ++i) {
             if (mutex.word.load(std::memory_order_relaxed) == kFree && takesAtOnce(mutex, taken)) {
                 return true;
             }
-            rest();
+            for (int j = 0; j < rests; ++j) {
+                rest();
+            }
+            rests = std::min(2 * rests, kRestsAtMost);
         }
         // A thread that was woken does not know whether others sleep as well: it takes the mutex as
         // one that is waited for. And it tries again before it sleeps again, or each release would

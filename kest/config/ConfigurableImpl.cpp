@@ -22,6 +22,13 @@ namespace {
 /// taken for a line.
 constexpr std::size_t kLineSize = 4096;
 
+/// Our choice: more than so many bytes of properties are refused; no settings file has a thousandth
+/// of it. Lines that hold none cost nothing, however many there are.
+constexpr std::size_t kMostBytes = std::size_t{128} << 20;
+
+/// What a property costs beside its texts.
+constexpr std::size_t kBytesOfProperty = 128;
+
 /// Closes the file also when memory runs out while it is read.
 class OpenFile {
 public:
@@ -36,6 +43,17 @@ private:
     std::FILE* m_file;
 };
 
+/// Tells the trace of a failure and throws it.
+[[noreturn]] void failWith(const std::string& message) {
+    // Byte by byte: a stream of the host's need not know every byte.
+    std::wstring line;
+    for (const char byte : message) {
+        line.push_back(static_cast<unsigned char>(byte));
+    }
+    LOG_ERROR(line.data());
+    throw std::runtime_error(message);
+}
+
 std::FILE* openForReading(const std::wstring& fileName) {
     const std::string name = convertToString(fileName.c_str());
     std::FILE* file = nullptr;
@@ -45,14 +63,7 @@ std::FILE* openForReading(const std::wstring& fileName) {
         // the same in both, most others do not: a folder (13) reads as "The data is invalid.".
         const std::wstring reason =
             getSystemErrorMessage(static_cast<unsigned long>(result), nullptr);
-        const std::string message = "fopen " + name + " failed: " + convertToString(reason.c_str());
-        // Byte by byte: a stream of the host's need not know every byte.
-        std::wstring line;
-        for (const char byte : message) {
-            line.push_back(static_cast<unsigned char>(byte));
-        }
-        LOG_ERROR(line.data());
-        throw std::runtime_error(message);
+        failWith("fopen " + name + " failed: " + convertToString(reason.c_str()));
     }
     return file;
 }
@@ -85,6 +96,10 @@ void ConfigurableImpl::read() {
         wchar_t line[kLineSize];
         while (os().fgetws(line, static_cast<int>(std::size(line)), file.get()) != nullptr) {
             takeLine(line);
+            if (m_bytes > kMostBytes) {
+                failWith("fgetws " + convertToString(fileName.c_str()) +
+                         " failed: more properties than a settings file has");
+            }
         }
         LOG_INFO("Closing file...");
     }
@@ -108,7 +123,15 @@ void ConfigurableImpl::takeLine(const wchar_t* text) {
     if (end == std::wstring_view::npos) {
         return;
     }
-    properties.insert_or_assign(std::move(name), line.substr(close + 1, end - close - 1));
+    const std::wstring_view value = line.substr(close + 1, end - close - 1);
+    const std::size_t size = (name.size() + value.size()) * sizeof(wchar_t) + kBytesOfProperty;
+    if (const auto before = properties.find(name); before != properties.end()) {
+        m_bytes -= (name.size() + before->second.size()) * sizeof(wchar_t) + kBytesOfProperty;
+        before->second = value;
+    } else {
+        properties.emplace(std::move(name), value);
+    }
+    m_bytes += size;
 }
 
 }  // namespace Tallowmere

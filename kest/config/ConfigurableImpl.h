@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <string>
 
@@ -20,6 +21,9 @@ public:
 private:
     void read();
     void takeLine(const wchar_t* line);
+
+    /// What the properties take of memory, about.
+    std::size_t m_bytes = 0;
 };
 
 }  // namespace Tallowmere

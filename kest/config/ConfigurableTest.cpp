@@ -3,10 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <cwchar>
 #include <fstream>
+#include <functional>
 #include <new>
 #include <stdexcept>
+#include <string>
 #include <type_traits>
+#include <utility>
 
 #include "kest/config/ConfigurableImpl.h"
 #include "kest/diagnostics/SystemErrors.h"
@@ -279,6 +283,58 @@ TEST_F(ConfigurableTest, ReportsWhateverNumberTheRuntimeGives) {
     }
     ScopedCall<&Calls::fopen_s> open([](std::FILE**, const char*, const char*) { return 10783; });
     EXPECT_EQ("fopen x failed: Unknown error code: 0x2a1f", failureOf(L"x"));
+}
+
+/// A file that has no end, whose line `number` is `line(number)`.
+class EndlessFile {
+public:
+    explicit EndlessFile(std::function<std::wstring(int)> line) : m_line(std::move(line)) {}
+
+    int read() const { return m_read; }
+
+private:
+    std::function<std::wstring(int)> m_line;
+    int m_read = 0;
+    ScopedCall<&Calls::fgetws> m_lines{[this](wchar_t* buffer, int size, std::FILE*) -> wchar_t* {
+        // Where it ends all the same, so that a reader without an end fails.
+        if (m_read == 3000000) {
+            return nullptr;
+        }
+        const std::wstring text = m_line(m_read++);
+        EXPECT_LT(text.size(), static_cast<std::size_t>(size));
+        std::wcscpy(buffer, text.c_str());
+        return buffer;
+    }};
+};
+
+TEST_F(ConfigurableTest, RefusesMorePropertiesThanMemoryHolds) {
+    fileOf("");
+    const std::wstring filling(3000, L'x');
+    const EndlessFile lines([&](int number) {
+        const std::wstring name = L"n" + std::to_wstring(number);
+        return L"<" + name + L">" + filling + L"</" + name + L">\n";
+    });
+    ScopedCall<&Calls::fclose> close([&](std::FILE* open) { return close.original(open); });
+    const std::wstring reason =
+        L"fgetws " + file.path() + L" failed: more properties than a settings file has";
+    EXPECT_EQ(convertToString(reason.c_str()), failureOf(file.path().c_str()));
+    EXPECT_EQ(1, close.count());
+    EXPECT_EQ((Lines{L"INFO Configurable: Reading file " + file.path(),
+                     L"INFO Configurable: Reading file...", L"ERROR Configurable: " + reason}),
+              trace.lines());
+    // About 128 MiB of them.
+    EXPECT_GT(lines.read(), 10000);
+    EXPECT_LT(lines.read(), 25000);
+}
+
+TEST_F(ConfigurableTest, TakesAnyNumberOfLinesThatHoldNoOrTheSameProperty) {
+    fileOf("");
+    const std::wstring filling(3000, L'x');
+    const std::wstring value = L"<a>" + filling + L"</a>\n";
+    const EndlessFile lines([&](int number) { return number % 100 == 0 ? value : L"\n"; });
+    const Configurable read(file.path().c_str());
+    EXPECT_EQ(filling, read.getProperty(L"a"));
+    EXPECT_EQ(3000000, lines.read());
 }
 
 TEST_F(ConfigurableTest, ClosesTheFileWhenMemoryRunsOut) {

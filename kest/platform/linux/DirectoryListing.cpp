@@ -46,7 +46,8 @@ public:
         } else if (lseek(directory->get(), 0, SEEK_SET) != 0) {
             // To the beginning even where nothing was read: btrfs settles when a directory is
             // opened how far its listing goes, and only a rewind shows what was put into it since.
-            return errno;
+            // Opened without the right to read it.
+            return errno == EBADF ? EACCES : errno;
         }
         directory->isRead = true;
         thread_local std::unique_ptr<char[]> t_piece;

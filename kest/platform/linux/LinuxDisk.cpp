@@ -570,8 +570,11 @@ DWORD LinuxDisk::syncDirectory(const DirectoryPtr& directory) {
         return ERROR_SUCCESS;
     }
     if (errno == EBADF) {
-        // Opened without the right to read it: the whole volume then.
-        return answer(syncfs(descriptor(directory)));
+        // Opened without the right to read it: the whole volume then. It, too, is asked for by
+        // something that was opened, here by a file without a name.
+        const Descriptor file(
+            openat(descriptor(directory), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600));
+        return file ? answer(syncfs(file.get())) : errorFromErrno(errno);
     }
     // Some file systems have nothing to sync in a directory and say so.
     return errno == EINVAL || errno == ENOTSUP ? ERROR_SUCCESS : errorFromErrno(errno);

@@ -16,6 +16,9 @@ TEST(LinuxProcessesMemory, WhenMemoryRunsOutNothingIsStarted) {
     std::wstring line = L"/bin/echo a";
     STARTUPINFOW startUp{};
     startUp.cb = sizeof startUp;
+    // Other tests let the closing of handles fail.
+    const int processes = openHandles(HandleKind::Process);
+    const int threads = openHandles(HandleKind::Thread);
     bool started = false;
     for (int first = 1; !started && first < 1000; ++first) {
         PROCESS_INFORMATION process{};
@@ -32,8 +35,8 @@ TEST(LinuxProcessesMemory, WhenMemoryRunsOutNothingIsStarted) {
             EXPECT_TRUE(os().CloseHandle(process.hThread));
         } else {
             EXPECT_EQ(ERROR_NOT_ENOUGH_MEMORY, error);
-            EXPECT_EQ(0, openHandles(HandleKind::Process));
-            EXPECT_EQ(0, openHandles(HandleKind::Thread));
+            EXPECT_EQ(processes, openHandles(HandleKind::Process));
+            EXPECT_EQ(threads, openHandles(HandleKind::Thread));
         }
     }
     EXPECT_TRUE(started);

@@ -11,8 +11,8 @@
 #include "kest/platform/Calls.h"
 #include "kest/platform/HandleTable.h"
 #include "kest/platform/linux/testing/FailingAllocation.h"
-#include "kest/sync/Lock.h"
 #include "kest/platform/testing/Latch.h"
+#include "kest/sync/Lock.h"
 
 namespace Tallowmere::platform {
 namespace {
@@ -70,24 +70,28 @@ TEST(LinuxSync, DoesNotGiveAMutexToWhoWaitsWhileItIsClosed) {
 
 TEST(LinuxSync, SaysSoWhenMemoryRunsOut) {
     const int before = openHandles(HandleKind::Mutex);
-    // So many that those that lie ready are used up and more are needed.
-    HANDLE mutexes[2000];
-    int made = 0;
+    // Until those that lie ready are used up: as many as were ever open at once in this process,
+    // which other tests decide.
+    constexpr std::size_t kMost = 1000000;
+    std::vector<HANDLE> mutexes;
+    mutexes.reserve(kMost);
     HANDLE failed = INVALID_HANDLE_VALUE;
+    DWORD error = 0;
     {
         const FailingAllocation noMemory(1);
-        while (made < 2000 && failed != nullptr) {
+        while (mutexes.size() < kMost && failed != nullptr) {
             failed = os().CreateMutexW(nullptr, FALSE, nullptr);
+            error = os().GetLastError();
             if (failed != nullptr) {
-                mutexes[made++] = failed;
+                mutexes.push_back(failed);
             }
         }
     }
-    ASSERT_EQ(nullptr, failed);
-    EXPECT_EQ(8U, os().GetLastError());
-    EXPECT_EQ(before + made, openHandles(HandleKind::Mutex));
-    for (int i = 0; i < made; ++i) {
-        EXPECT_TRUE(os().CloseHandle(mutexes[i]));
+    EXPECT_EQ(nullptr, failed);
+    EXPECT_EQ(8U, error);
+    EXPECT_EQ(before + static_cast<int>(mutexes.size()), openHandles(HandleKind::Mutex));
+    for (const HANDLE mutex : mutexes) {
+        EXPECT_TRUE(os().CloseHandle(mutex));
     }
 }
 
@@ -132,9 +136,7 @@ TEST(LinuxSync, ClosesWithoutMemory) {
 
 TEST(LinuxSync, NumbersThreadsAsTheKernelDoes) {
     EXPECT_EQ(static_cast<DWORD>(gettid()), os().GetCurrentThreadId());
-    std::thread([] {
-        EXPECT_EQ(static_cast<DWORD>(gettid()), os().GetCurrentThreadId());
-    }).join();
+    std::thread([] { EXPECT_EQ(static_cast<DWORD>(gettid()), os().GetCurrentThreadId()); }).join();
 }
 
 TEST(LinuxSync, NumbersTheThreadOfAChildProcessAnew) {

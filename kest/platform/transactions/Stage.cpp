@@ -121,21 +121,48 @@ DWORD finish(Disk& disk, const DirectoryPtr& where, const DirectoryPtr& stage,
 
 }  // namespace
 
+namespace {
+
+/// Whether an error says nothing about an entry, but that the machine runs short or the disk
+/// breaks. What was to be looked at may then be an orphan with a journal, and who went on from
+/// there would build on what is neither old nor new, and see it changed once more by the next who
+/// looks.
+bool leavesOpen(DWORD error) {
+    switch (error) {
+        case ERROR_TOO_MANY_OPEN_FILES:
+        case ERROR_NOT_ENOUGH_MEMORY:
+        case ERROR_OUTOFMEMORY:
+        case ERROR_NO_SYSTEM_RESOURCES:
+        case ERROR_OPERATION_ABORTED:
+        case ERROR_IO_DEVICE:
+            return true;
+        default:
+            return false;
+    }
+}
+
+}  // namespace
+
 DWORD meetStage(Disk& disk, const DirectoryPtr& where, const std::wstring& name, Met& met) {
     met = {};
     Kind kind{};
-    if (disk.describe(where, name, kind, nullptr) != ERROR_SUCCESS) {
+    const DWORD described = disk.describe(where, name, kind, nullptr);
+    if (described != ERROR_SUCCESS) {
         // Gone meanwhile, as a stage goes when its owner is done.
         met.isStage = true;
-        return ERROR_SUCCESS;
+        return leavesOpen(described) ? described : DWORD{ERROR_SUCCESS};
     }
     if (kind != Kind::Directory) {
         return ERROR_SUCCESS;
     }
     met.isStage = true;
     Stage stage(disk, where, name);
-    if (disk.openBelow(where, name, Links::Refuse, stage.m_directory) != ERROR_SUCCESS ||
-        !disk.sameVolume(where, stage.m_directory) || !disk.isPrivateOfOurs(stage.m_directory)) {
+    const DWORD opened = disk.openBelow(where, name, Links::Refuse, stage.m_directory);
+    if (leavesOpen(opened)) {
+        return opened;
+    }
+    if (opened != ERROR_SUCCESS || !disk.sameVolume(where, stage.m_directory) ||
+        !disk.isPrivateOfOurs(stage.m_directory)) {
         // Another user's: not for us to judge or to touch.
         return ERROR_SUCCESS;
     }
@@ -143,13 +170,17 @@ DWORD meetStage(Disk& disk, const DirectoryPtr& where, const std::wstring& name,
     if (locked == ERROR_LOCK_VIOLATION) {
         // A draft that is not whole yet does not count: when it is, its owner will look for rivals.
         DWORD error = readDraft(disk, stage.m_directory, met.publishing);
-        met.isPublishing = error == ERROR_SUCCESS;
+        // One that cannot be read now may be about any entry.
+        met.isPublishing = error == ERROR_SUCCESS || leavesOpen(error);
         if (error == ERROR_FILE_NOT_FOUND) {
             // It may have become the journal.
             error = readJournal(disk, stage.m_directory, met.publishing);
             met.isPublishing = error != ERROR_FILE_NOT_FOUND;
         }
         return ERROR_SUCCESS;
+    }
+    if (leavesOpen(locked)) {
+        return locked;
     }
     if (locked != ERROR_SUCCESS || !disk.isEntry(where, name, stage.m_directory)) {
         return ERROR_SUCCESS;

@@ -69,7 +69,8 @@ private:
 };
 
 /// Looks at an entry whose name has that form, and brings an orphan of ours to its end. Fails only
-/// when a committed change could not be finished, or one that was given up not be taken back.
+/// when a committed change could not be finished, or one that was given up not be taken back, or
+/// when the machine had not the means to tell whether there is any.
 DWORD meetStage(Disk& disk, const DirectoryPtr& where, const std::wstring& name, Met& met);
 
 /// Meets all stages in a directory but the one named `own`, and goes on after a failure; the first

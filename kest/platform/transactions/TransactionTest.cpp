@@ -335,6 +335,8 @@ TEST_F(TransactionWithTrees, ATransactionEndsOnce) {
 }
 
 TEST_F(TransactionWithTrees, ASearchThatEndedStaysAtItsEndAndKeepsNothing) {
+    // Other tests of the same process let the closing of searches fail.
+    const int others = openHandles(HandleKind::Search);
     Open transaction;
     WIN32_FIND_DATAW data{};
     const HANDLE search = transactions::FindFirstFileTransactedW(
@@ -343,7 +345,7 @@ TEST_F(TransactionWithTrees, ASearchThatEndedStaysAtItsEndAndKeepsNothing) {
     ASSERT_NE(INVALID_HANDLE_VALUE, search);
     EXPECT_STREQ(L".", data.cFileName);
     EXPECT_EQ(FILE_ATTRIBUTE_DIRECTORY, data.dwFileAttributes);
-    EXPECT_EQ(1, openHandles(HandleKind::Search));
+    EXPECT_EQ(others + 1, openHandles(HandleKind::Search));
     ASSERT_TRUE(transactions::FindNextFileW(search, &data));
     EXPECT_STREQ(L"..", data.cFileName);
     ASSERT_TRUE(transactions::FindNextFileW(search, &data));
@@ -353,7 +355,7 @@ TEST_F(TransactionWithTrees, ASearchThatEndedStaysAtItsEndAndKeepsNothing) {
     for (int i = 0; i < 3; ++i) {
         EXPECT_FALSE(transactions::FindNextFileW(search, &data));
         EXPECT_EQ(ERROR_NO_MORE_FILES, os().GetLastError());
-        EXPECT_EQ(0, openHandles(HandleKind::Search));
+        EXPECT_EQ(others, openHandles(HandleKind::Search));
     }
     EXPECT_FALSE(transactions::FindNextFileW(nullptr, &data));
     EXPECT_EQ(ERROR_INVALID_HANDLE, os().GetLastError());
@@ -361,17 +363,18 @@ TEST_F(TransactionWithTrees, ASearchThatEndedStaysAtItsEndAndKeepsNothing) {
 
 TEST_F(TransactionWithTrees, AClosedTransactionTakesItsSearchesAlong) {
     WIN32_FIND_DATAW data{};
-    // Committed transactions of other tests stay open.
+    // Committed transactions of other tests stay open, and searches whose closing they let fail.
     const int others = openHandles(HandleKind::Transaction);
+    const int searches = openHandles(HandleKind::Search);
     {
         Open transaction;
         ASSERT_NE(INVALID_HANDLE_VALUE,
                   transactions::FindFirstFileTransactedW(
                       (tree.wide("source") + L"\\*").c_str(), FindExInfoStandard, &data,
                       FindExSearchNameMatch, nullptr, 0, transaction));
-        EXPECT_EQ(1, openHandles(HandleKind::Search));
+        EXPECT_EQ(searches + 1, openHandles(HandleKind::Search));
     }
-    EXPECT_EQ(0, openHandles(HandleKind::Search));
+    EXPECT_EQ(searches, openHandles(HandleKind::Search));
     EXPECT_EQ(others, openHandles(HandleKind::Transaction));
 }
 

@@ -81,7 +81,10 @@ void Page::take(const Entry& entry) {
         text.remove_suffix(text.ends_with('\r') ? 1 : 0);
     }
     item.thread = m_threads.numberOf({entry.file, thread});
-    item.text.assign(text);
+    appendJson(item.text, text, true);
+    // Without its quotation marks: all of the texts become one string.
+    item.text.pop_back();
+    item.text.erase(0, 1);
     m_bytes += item.text.size();
     m_items.push_back(std::move(item));
     while (m_items.size() > m_most || (m_bytes > kBytes && m_items.size() > 1)) {
@@ -108,7 +111,7 @@ void Page::finish() {
 
 std::string Page::data() const {
     std::string text;
-    text.reserve(m_bytes + m_bytes / 8 + m_items.size() * 16);
+    text.reserve(m_bytes + m_items.size() * 24);
     text += "{\"query\":";
     appendJson(text, m_query, true);
     text += ",\n\"leftOut\":";
@@ -198,14 +201,12 @@ void Page::appendColumns(std::string& text) const {
                     std::to_string(static_cast<int>(*item.within)) + "]";
         });
     // No text holds a line feed, so all of them are one string, which is split again.
-    std::string all;
-    all.reserve(m_bytes + m_items.size());
+    text += ",\n\"text\":\"";
     for (const Item& item : m_items) {
-        all += item.text;
-        all += '\n';
+        text += item.text;
+        text += "\\n";
     }
-    text += ",\n\"text\":";
-    appendJson(text, all, true);
+    text += '"';
 }
 
 }  // namespace Tallowmere::command::trace

@@ -21,7 +21,8 @@ namespace Tallowmere::command::trace {
 /// The page holds the last of the entries, as many as its limits allow, and says what it left out.
 class Page : public Sink {
 public:
-    /// Bytes of text that a page holds at most: what a browser opens without complaint.
+    /// Bytes of text that a page holds at most, as they stand in it: what a browser opens without
+    /// complaint. A character may take six times the room there.
     static constexpr std::size_t kBytes = 200U << 20;
 
     /// `query` is what the lines were chosen by, for a person; empty for all.
@@ -42,6 +43,7 @@ private:
         std::uint32_t thread;
         std::uint32_t place;
         std::uint64_t number;
+        /// As it stands in the page.
         std::string text;
     };
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "trace/LineSplitter.h"
 #include "trace/Trace.h"
 #include "trace/testing/Fixtures.h"
 
@@ -106,6 +107,33 @@ TEST_F(TracePage, SaysWhatItHasLeftOut) {
                          "\"to\":1794805202000},\n"))
         << data;
     EXPECT_NE(std::string::npos, data.find("\"text\":\"\\u003cx3\\n\\u003cx4\\n\"}")) << data;
+}
+
+/// Says no more than how much was written.
+class CountingOutput : public Output {
+public:
+    void write(std::string_view text) override { m_bytes += text.size(); }
+    std::size_t bytes() const { return m_bytes; }
+
+private:
+    std::size_t m_bytes = 0;
+};
+
+TEST_F(TracePage, IsNoLargerThanABrowserOpensWhateverIsInATrace) {
+    // Each zero byte takes six in the page.
+    const std::string zeros(LineSplitter::kAtMost, '\0');
+    const FileNames names = {"a.log"};
+    CountingOutput output;
+    Page page(names, output, 1000000, "");
+    Entry entry;
+    entry.kind = Entry::Kind::unreadable;
+    entry.bytes = zeros;
+    for (std::size_t i = 0; i < 40; ++i) {
+        page.take(entry);
+    }
+    page.finish();
+    EXPECT_LT(output.bytes(), Page::kBytes + (std::size_t{1} << 20));
+    EXPECT_GT(output.bytes(), Page::kBytes - 6 * zeros.size());
 }
 
 TEST_F(TracePage, NeverTakesThePlaceOfATrace) {

@@ -291,7 +291,7 @@ TEST_P(KilledRivalTest, OneIsKilledWhileTheOtherWorks) {
 
 /// Whether a machine that runs short or a disk that breaks may give that error once, and then the
 /// next answer is a true one. A primitive that says yes or no cannot say that it does not know, and
-/// one that denies access may be right.
+/// one that denies access may be right. A lock that somebody holds says that the owner lives.
 bool isPassing(Primitive primitive, DWORD error) {
     switch (primitive) {
         case Primitive::SameVolume:
@@ -301,7 +301,7 @@ bool isPassing(Primitive primitive, DWORD error) {
             return false;
         default:
             return error != ERROR_ACCESS_DENIED && error != ERROR_NOT_SUPPORTED &&
-                   error != ERROR_SHARING_VIOLATION;
+                   error != ERROR_SHARING_VIOLATION && error != ERROR_LOCK_VIOLATION;
     }
 }
 

@@ -30,7 +30,7 @@ std::wstring formatted(const SYSTEMTIME& time, const wchar_t* datePicture, const
         clock[0] = L'\0';
     }
     std::wstring text;
-    text.reserve(2 * kBufferUnits);
+    text.reserve(std::size_t{2} * kBufferUnits);
     return text.append(date).append(separator).append(clock);
 }
 

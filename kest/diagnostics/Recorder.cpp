@@ -101,7 +101,11 @@ std::uint64_t nextSerial() {
 
 constinit std::atomic<Recorder*> Recorder::s_instance{nullptr};
 
+/// Only while the trace file is written: there is a stream then.
 inline TraceFile& Recorder::traceFile() const {
+    if (stream == nullptr) {
+        __builtin_unreachable();
+    }
     return *static_cast<TraceFile*>(stream);
 }
 

@@ -42,7 +42,7 @@ Half clockOf(const SYSTEMTIME& time, const wchar_t* picture) {
 
 std::wstring joined(const Half& date, std::wstring_view separator, const Half& clock) {
     std::wstring text;
-    text.reserve(2 * kBufferUnits);
+    text.reserve(std::size_t{2} * kBufferUnits);
     return text.append(date.text()).append(separator).append(clock.text());
 }
 

@@ -98,7 +98,7 @@ hardened:
 # in images: needs root, 15 GiB of disk and a quiet machine. TREES=--fs=ext4 and the like choose.
 bench-trees:
 	@scripts/install-packages.sh bench-trees
-	@cmake --preset bench >/dev/null && cmake --build --preset bench --target kest_trees >/dev/null
+	@cmake --preset bench >/dev/null && cmake --build --preset bench --target kest_trees kest_trees_untraced >/dev/null
 	@scripts/bench-trees.py --counts --memory --report build/bench/trees.md $(TREES)
 
 # The page that shows a trace, in a browser without a window: what it shows, and how quickly. Leaves

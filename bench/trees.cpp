@@ -15,13 +15,7 @@ int main(int argc, char** argv) {
                    stderr);
         return 2;
     }
-    const char* const trace = argv[argc - 1];
-    if (*trace != '\0') {
-        Tallowmere::Recorder::instance()->setFile(Tallowmere::fromNative(trace).c_str());
-    } else {
-        // Without a stream the trace is discarded.
-        Tallowmere::Recorder::instance()->setStream(nullptr, nullptr, false);
-    }
+    Tallowmere::Recorder::instance()->setFile(Tallowmere::fromNative(argv[argc - 1]).c_str());
     try {
         if (copies) {
             Tallowmere::CopyDirectoryTransacted(Tallowmere::fromNative(argv[2]),

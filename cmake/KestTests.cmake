@@ -82,8 +82,10 @@ endif()
 if(MINGW AND CMAKE_CROSSCOMPILING_EMULATOR)
     # That a failure under Wine is seen as one.
     add_executable(kest_under_wine_test ${CMAKE_CURRENT_LIST_DIR}/UnderWineTest.cpp)
+    target_link_libraries(kest_under_wine_test PRIVATE kest_options)
     add_test(NAME under_wine COMMAND ${CMAKE_CURRENT_LIST_DIR}/under-wine-test.sh
-                                     $<TARGET_FILE:kest_under_wine_test>)
+                                     $<TARGET_FILE:kest_under_wine_test>
+                                     $<$<BOOL:${KEST_TRAPS}>:traps>)
     set_tests_properties(under_wine PROPERTIES TIMEOUT 300)
 elseif(NOT KEST_SANITIZERS)
     # What a program that was started has inherited, as the system itself saw it.

@@ -7,7 +7,8 @@ order, on a freshly prepared and synced destination; the first round is dropped.
 that of its whole commands up to the moment at which the tree is durable. Needs root.
 
     scripts/bench-trees.py [--fs ext4,xfs,btrfs,tmpfs] [--trees T1,T2,T3] [--rounds 7]
-                           [--counts] [--memory] [--report FILE]
+                           [--cases fresh,replace,delete,traced] [--counts] [--memory]
+                           [--report FILE]
 """
 
 import argparse
@@ -23,6 +24,7 @@ import time
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 KEST = os.path.join(HERE, "..", "build", "bench", "bench", "kest_trees")
+UNTRACED = KEST + "_untraced"
 
 # (file system, tree, case) -> at most, times the peer.
 GOALS = {
@@ -34,6 +36,8 @@ GOALS = {
 def goal(fs, tree, case):
     if case == "delete":
         return 1.10
+    if case == "traced":
+        return 1.08
     return GOALS.get((fs, tree, case), 1.0)
 
 
@@ -116,10 +120,14 @@ class Volume:
 
 
 def variants(case, source, target, trace):
-    """Name -> the commands whose time counts. The first is the peer."""
+    """Name -> the commands whose time counts. The first is the peer. "traced" is a fresh copy against
+    the same library without its trace lines."""
     durable = ["sync", "-f", os.path.dirname(target)]
     if case == "fresh":
         return {"cp -a, sync": [["cp", "-a", source, target], durable],
+                "kest": [[KEST, "copy", source, target, trace]]}
+    if case == "traced":
+        return {"untraced": [[UNTRACED, "copy", source, target, trace]],
                 "kest": [[KEST, "copy", source, target, trace]]}
     if case == "replace":
         return {"rm -rf, cp -a, sync": [["rm", "-rf", target], ["cp", "-a", source, target], durable],
@@ -129,7 +137,7 @@ def variants(case, source, target, trace):
 
 def prepare(case, source, target):
     subprocess.run(["rm", "-rf", target], check=True)
-    if case != "fresh":
+    if case not in ("fresh", "traced"):
         run("cp", "-a", source, target)
     run("sync", "-f", os.path.dirname(target))
 
@@ -211,7 +219,7 @@ def main():
     options = argparse.ArgumentParser()
     options.add_argument("--fs", default="ext4,xfs,btrfs,tmpfs", help="empty for none")
     options.add_argument("--trees", default="T1,T2,T3")
-    options.add_argument("--cases", default="fresh,replace,delete")
+    options.add_argument("--cases", default="fresh,replace,delete,traced")
     options.add_argument("--rounds", type=int, default=7)
     options.add_argument("--gib", type=int, default=6)
     options.add_argument("--counts", action="store_true")

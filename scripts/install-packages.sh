@@ -38,7 +38,7 @@ powercut)
     wanted=("${run[@]}" "${powercut[@]}")
     ;;
 bench)
-    wanted=("${run[@]}" libbenchmark-dev libspdlog-dev valgrind python3 e2fsprogs mount)
+    wanted=("${run[@]}" libbenchmark-dev libspdlog-dev libhowardhinnant-date-dev valgrind python3 e2fsprogs mount)
     ;;
 bench-trees)
     # The file systems in images, and what a copy is compared with and watched by.

@@ -86,6 +86,8 @@ build() {
 # suite counts as the tests in it, everything else as one.
 count_tests() {
     awk '/^[0-9]+\/[0-9]+ Testing: /          { name = $3 }
+         # In the other one what failed stands once more.
+         FNR < NR && /^\[/                    { next }
          /^\[  PASSED  \] [0-9]+ /            { passed[name] += $4 }
          /^\[  FAILED  \] [0-9]+ tests?, /    { failed[name] += $4 }
          /^\[  SKIPPED \] [0-9]+ tests?, /    { skipped[name] += $4 }

@@ -22,10 +22,6 @@ namespace {
 /// taken for a line.
 constexpr std::size_t kLineSize = 4096;
 
-/// Our choice: more than so many bytes of properties are refused; no settings file has a thousandth
-/// of it. Lines that hold none cost nothing, however many there are.
-constexpr std::size_t kMostBytes = std::size_t{128} << 20;
-
 /// What a property costs beside its texts.
 constexpr std::size_t kBytesOfProperty = 128;
 
@@ -83,6 +79,8 @@ std::size_t findClosingTag(std::wstring_view line, std::wstring_view name, std::
 
 }  // namespace
 
+std::size_t ConfigurableImpl::s_mostBytes = std::size_t{1} << 30;
+
 // Our choice: a null name is an empty one, which no file has, so the failure is the ordinary one.
 ConfigurableImpl::ConfigurableImpl(const wchar_t* path) : fileName(path == nullptr ? L"" : path) {
     read();
@@ -94,9 +92,10 @@ void ConfigurableImpl::read() {
         const OpenFile file(openForReading(fileName));
         LOG_INFO("Reading file...");
         wchar_t line[kLineSize];
+        std::size_t bytes = 0;
         while (os().fgetws(line, static_cast<int>(std::size(line)), file.get()) != nullptr) {
-            takeLine(line);
-            if (m_bytes > kMostBytes) {
+            takeLine(line, bytes);
+            if (bytes > s_mostBytes) {
                 failWith("fgetws " + convertToString(fileName.c_str()) +
                          " failed: more properties than a settings file has");
             }
@@ -106,7 +105,7 @@ void ConfigurableImpl::read() {
     loaded = true;
 }
 
-void ConfigurableImpl::takeLine(const wchar_t* text) {
+void ConfigurableImpl::takeLine(const wchar_t* text, std::size_t& bytes) {
     const std::wstring_view line(text);
     const std::size_t open = line.find(L'<');
     if (open == std::wstring_view::npos) {
@@ -126,12 +125,12 @@ void ConfigurableImpl::takeLine(const wchar_t* text) {
     const std::wstring_view value = line.substr(close + 1, end - close - 1);
     const std::size_t size = (name.size() + value.size()) * sizeof(wchar_t) + kBytesOfProperty;
     if (const auto before = properties.find(name); before != properties.end()) {
-        m_bytes -= (name.size() + before->second.size()) * sizeof(wchar_t) + kBytesOfProperty;
+        bytes -= (name.size() + before->second.size()) * sizeof(wchar_t) + kBytesOfProperty;
         before->second = value;
     } else {
         properties.emplace(std::move(name), value);
     }
-    m_bytes += size;
+    bytes += size;
 }
 
 }  // namespace Tallowmere

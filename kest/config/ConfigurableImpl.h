@@ -18,12 +18,15 @@ public:
     std::wstring fileName;
     std::map<std::wstring, std::wstring> properties;
 
+    /// Our choice: more than so many bytes of properties, some four million of them, are refused; no
+    /// settings file has a thousandth of it, and a host must not lose its memory to a file. Lines
+    /// that hold none cost nothing, however many there are.
+    static std::size_t s_mostBytes;
+
 private:
     void read();
-    void takeLine(const wchar_t* line);
-
-    /// What the properties take of memory, about.
-    std::size_t m_bytes = 0;
+    /// `bytes` is what the properties take of memory, about.
+    void takeLine(const wchar_t* line, std::size_t& bytes);
 };
 
 }  // namespace Tallowmere

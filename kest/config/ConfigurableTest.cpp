@@ -310,6 +310,7 @@ private:
 TEST_F(ConfigurableTest, RefusesMorePropertiesThanMemoryHolds) {
     fileOf("");
     const std::wstring filling(3000, L'x');
+    const std::size_t most = std::exchange(ConfigurableImpl::s_mostBytes, std::size_t{16} << 20);
     const EndlessFile lines([&](int number) {
         const std::wstring name = L"n" + std::to_wstring(number);
         return L"<" + name + L">" + filling + L"</" + name + L">\n";
@@ -322,9 +323,12 @@ TEST_F(ConfigurableTest, RefusesMorePropertiesThanMemoryHolds) {
     EXPECT_EQ((Lines{L"INFO Configurable: Reading file " + file.path(),
                      L"INFO Configurable: Reading file...", L"ERROR Configurable: " + reason}),
               trace.lines());
-    // About 128 MiB of them.
-    EXPECT_GT(lines.read(), 10000);
-    EXPECT_LT(lines.read(), 25000);
+    // About 16 MiB of them.
+    EXPECT_GT(lines.read(), 1200);
+    EXPECT_LT(lines.read(), 3200);
+    ConfigurableImpl::s_mostBytes = most;
+    // Two million ordinary ones are not too many.
+    EXPECT_GE(most, std::size_t{1} << 30);
 }
 
 TEST_F(ConfigurableTest, TakesAnyNumberOfLinesThatHoldNoOrTheSameProperty) {

@@ -49,18 +49,24 @@ bool narrow(const wchar_t* block, char* out) {
         const __m128i c = load<8>(block);
         const __m128i d = load<12>(block);
         all = _mm_or_si128(_mm_or_si128(a, b), _mm_or_si128(c, d));
-        all = _mm_srli_epi32(all, 7);
         bytes = _mm_packus_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, d));
     } else {
         const __m128i a = load<0>(block);
         const __m128i b = load<8>(block);
-        all = _mm_srli_epi16(_mm_or_si128(a, b), 7);
+        all = _mm_or_si128(a, b);
         bytes = _mm_packus_epi16(a, b);
     }
-    if (_mm_movemask_epi8(_mm_cmpeq_epi8(all, _mm_setzero_si128())) != 0xFFFF) {
-        return false;
+    // A unit that does not fit becomes the nearest byte that there is: a byte beyond ASCII, or zero
+    // for one that counts as negative. Only where null characters are welcome must these be told
+    // from them by the units themselves.
+    bool isAscii = false;
+    if constexpr (stopsAtNull) {
+        isAscii = _mm_movemask_epi8(_mm_cmpgt_epi8(bytes, _mm_setzero_si128())) == 0xFFFF;
+    } else {
+        all = sizeof(wchar_t) == 4 ? _mm_srli_epi32(all, 7) : _mm_srli_epi16(all, 7);
+        isAscii = _mm_movemask_epi8(_mm_cmpeq_epi8(all, _mm_setzero_si128())) == 0xFFFF;
     }
-    if (stopsAtNull && _mm_movemask_epi8(_mm_cmpeq_epi8(bytes, _mm_setzero_si128())) != 0) {
+    if (!isAscii) {
         return false;
     }
     std::memcpy(out, &bytes, sizeof(bytes));
@@ -141,7 +147,7 @@ void LineText::appendToNull(std::wstring_view text) {
 }
 
 template <bool stopsAtNull>
-void LineText::appendText(std::wstring_view text) {
+[[gnu::hot]] void LineText::appendText(std::wstring_view text) {
     constexpr std::uint32_t kLeast = stopsAtNull ? 1 : 0;
     const wchar_t* unit = text.data();
     const wchar_t* const end = unit + text.size();

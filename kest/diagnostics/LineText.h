@@ -39,6 +39,13 @@ public:
         std::memcpy(room(capacity), bytes, capacity);
         m_size += size;
     }
+    /// Where at most `most` bytes of ASCII can be written, which endAscii then takes over up to
+    /// `end`.
+    char* beginAscii(std::size_t most) {
+        finish();
+        return room(most);
+    }
+    void endAscii(const char* end) { m_size = static_cast<std::size_t>(end - m_bytes.get()); }
     /// In decimal, without any grouping.
     void appendNumber(std::int64_t number);
     void appendNumber(std::uint64_t number);

@@ -5,17 +5,17 @@ namespace Tallowmere {
 FunctionTrace::FunctionTrace(const char* function, const char* file, int line)
     : function(function), file(file), line(line) {
     detail::LogStatement statement;
-    Recorder::instance()->begin(L"!~Sev:INFO", file, line) << "<Entering " << function << '\n';
-    Recorder::instance()->flush();
+    (Recorder::instance()->begin(Recorder::Severity::Info, file, line) << "<Entering " << function)
+        .end();
     statement.end();
 }
 
 FunctionTrace::~FunctionTrace() {
     try {
         detail::LogStatement statement;
-        Recorder::instance()->begin(L"!~Sev:INFO", file, line)
-            << "Exiting " << function << ">" << '\n';
-        Recorder::instance()->flush();
+        (Recorder::instance()->begin(Recorder::Severity::Info, file, line)
+         << "Exiting " << function << ">")
+            .end();
         statement.end();
     } catch (...) {
         // Our choice: the trace must not end a process whose exception is on its way to its

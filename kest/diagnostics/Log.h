@@ -15,18 +15,19 @@
 #endif
 
 /// One trace line: LOG_INFO("Reading file " << fileName).
-#define LOG_INFO(pieces) KEST_LOG_STATEMENT(L"!~Sev:INFO", pieces)
-#define LOG_WARNING(pieces) KEST_LOG_STATEMENT(L"!~Sev:WARNING", pieces)    ///< The same.
-#define LOG_ERROR(pieces) KEST_LOG_STATEMENT(L"!~Sev:ERROR", pieces)        ///< The same.
-#define LOG_CRITICAL(pieces) KEST_LOG_STATEMENT(L"!~Sev:CRITICAL", pieces)  ///< The same.
+#define LOG_INFO(pieces) KEST_LOG_STATEMENT(Info, pieces)
+#define LOG_WARNING(pieces) KEST_LOG_STATEMENT(Warning, pieces)    ///< The same.
+#define LOG_ERROR(pieces) KEST_LOG_STATEMENT(Error, pieces)        ///< The same.
+#define LOG_CRITICAL(pieces) KEST_LOG_STATEMENT(Critical, pieces)  ///< The same.
 /// Behind them.
-#define KEST_LOG_STATEMENT(severity, pieces)                                       \
-    do {                                                                           \
-        ::Tallowmere::detail::LogStatement kestStatement;                          \
-        ::Tallowmere::Recorder::instance()->begin(severity, KEST_MODULE, __LINE__) \
-            << pieces << '\n';                                                     \
-        ::Tallowmere::Recorder::instance()->flush();                               \
-        kestStatement.end();                                                       \
+#define KEST_LOG_STATEMENT(severity, pieces)                                                   \
+    do {                                                                                       \
+        ::Tallowmere::detail::LogStatement kestStatement;                                      \
+        (::Tallowmere::Recorder::instance()->begin(::Tallowmere::Recorder::Severity::severity, \
+                                                   KEST_MODULE, __LINE__)                      \
+         << pieces)                                                                            \
+            .end();                                                                            \
+        kestStatement.end();                                                                   \
     } while (false)
 
 namespace Tallowmere {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iostream>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <new>
@@ -16,6 +17,7 @@
 #include "kest/platform/Calls.h"
 #include "kest/platform/Console.h"
 #include "kest/platform/StreamNames.h"
+#include "kest/platform/TimesUnread.h"
 #include "kest/text/Paths.h"
 #include "kest/text/Strings.h"
 
@@ -72,6 +74,24 @@ inline Tag tagOf(const wchar_t* text) {
     }
 }
 
+/// What stands in a severity marker behind its tag.
+inline const wchar_t* severityName(const wchar_t* marker) {
+    return marker[5] == L'\0' ? L"" : marker + 6;
+}
+
+struct SeverityTexts {
+    const wchar_t* marker;
+    ColumnBytes<16> column;
+};
+
+inline const SeverityTexts& textsOf(Recorder::Severity severity) {
+    static constexpr SeverityTexts kTexts[] = {{L"!~Sev:INFO", {"INFO    \t", 9}},
+                                               {L"!~Sev:WARNING", {"WARNING \t", 9}},
+                                               {L"!~Sev:ERROR", {"ERROR   \t", 9}},
+                                               {L"!~Sev:CRITICAL", {"CRITICAL\t", 9}}};
+    return kTexts[static_cast<unsigned int>(severity) % std::size(kTexts)];
+}
+
 std::uint64_t nextSerial() {
     static std::atomic<std::uint64_t> s_last{0};
     return ++s_last;
@@ -81,7 +101,11 @@ std::uint64_t nextSerial() {
 
 constinit std::atomic<Recorder*> Recorder::s_instance{nullptr};
 
+/// Only while the trace file is written: there is a stream then.
 inline TraceFile& Recorder::traceFile() const {
+    if (stream == nullptr) {
+        __builtin_unreachable();
+    }
     return *static_cast<TraceFile*>(stream);
 }
 
@@ -152,7 +176,7 @@ Recorder::~Recorder() {
     ::operator delete(static_cast<void*>(streamLock));
 }
 
-Recorder* Recorder::instance() {
+[[gnu::hot]] Recorder* Recorder::instance() {
     if (Recorder* const existing = s_instance.load(std::memory_order_acquire)) {
         return existing;
     }
@@ -248,21 +272,108 @@ void Recorder::flush() {
     endLine();
 }
 
-Recorder& Recorder::begin(const wchar_t* severity, const char* file, int line) {
-    if (pendingMarker() == kNoMarker && tagOf(severity) == Tag::Severity) {
-        beginColumns(severity[5] == L'\0' ? L"" : severity + 6);
-    } else {
-        insertConstantText(severity);
+[[gnu::hot]] void Recorder::end() {
+    if (!isLineGathered() || markerState != kNoMarker) [[unlikely]] {
+        *this << '\n';
+        flush();
+        return;
     }
-    if (file != nullptr && isLineGathered() && markerState == kNoMarker &&
-        lineInProgress->location.takeName(file)) {
-        lineInProgress->appendColumn(line);
-        return *this;
+    lineInProgress->text.append(L'\n');
+    bool isCheckDue = false;
+    if (!writeUsualLine(isCheckDue)) [[unlikely]] {
+        flush();
+        return;
     }
-    return *this << L"!~Fil:" << file << L"!~Lin:" << line;
+    if (isCheckDue) [[unlikely]] {
+        checkAfterLine();
+    }
+    endLine();
 }
 
-Recorder& Recorder::operator<<(const std::wstring& text) {
+/// Writes the line that was gathered, where flush does that and counts it. False, and nothing has
+/// happened, where flush does something else.
+inline bool Recorder::writeUsualLine(bool& isCheckDue) {
+    const StreamGuard guard;
+    if (streamLock != nullptr || !traceFile().isPlain() ||
+        !traceFile().writeUsualLine(lineInProgress->text)) [[unlikely]] {
+        return false;
+    }
+    isCheckDue = countFlush();
+    return true;
+}
+
+/// What flush does after each tenth line.
+void Recorder::checkAfterLine() {
+    try {
+        rollOver();
+    } catch (...) {
+        endLine();
+        throw;
+    }
+}
+
+[[gnu::hot]] Recorder& Recorder::beginAt(Severity severity, std::string_view file, int line) {
+    const SeverityTexts& texts = textsOf(severity);
+    const ThreadState& self = t_threadState;
+    const ThreadMarkers& markers = t_markers;
+    // Whether nothing waits for a line of this thread: no line, no marker, no name, no piece.
+    const bool isUsual = lineOwner.load(std::memory_order_relaxed) != self.number &&
+                         self.held == 0 && markers.recorder == serial &&
+                         markers.markerState == kNoMarker && !markers.isSourceNewer;
+    if (!isUsual) [[unlikely]] {
+        insertConstantText(texts.marker);
+        insertLocation(file, line);
+        return *this;
+    }
+    const bool isMutexHeld = lock.acquire(-1);
+    if (!isMutexHeld || lineOwner.load(std::memory_order_relaxed) != 0 || !writesTraceFile ||
+        !traceFile().isPlain()) [[unlikely]] {
+        streamOutTimeStamp(isMutexHeld);
+        writeColumns(severityName(texts.marker));
+        insertLocation(file, line);
+        return *this;
+    }
+    lineOwner.store(self.number, std::memory_order_relaxed);
+    lineDepth = 1;
+    markerState = kNoMarker;
+    isFileLine = true;
+    TraceLine& own = *lineInProgress;
+    const TraceStamp::Column* const stamp = own.stamp.column();
+    const LocationMemo::Entry* const location =
+        file.data() == nullptr ? nullptr : own.location.column(file, line);
+    if (stamp == nullptr || location == nullptr) [[unlikely]] {
+        own.stamp.appendTo(own.text);
+        writeColumns(severityName(texts.marker));
+        insertLocation(file, line);
+        return *this;
+    }
+    // All columns at once.
+    char* end =
+        own.text.beginAscii(sizeof(stamp->bytes) + sizeof(texts.column.bytes) +
+                            sizeof(ThreadMemo::Column::bytes) + sizeof(location->column().bytes));
+    end = stamp->writeTo(end);
+    end = texts.column.writeTo(end);
+    end = own.thread.column(os().GetCurrentThreadId()).writeTo(end);
+    own.text.endAscii(location->column().writeTo(end));
+    own.statement = location;
+    own.source = TraceLine::Source::Column;
+    return *this;
+}
+
+/// The third and the fourth piece of a log statement, each behind its marker.
+void Recorder::insertLocation(std::string_view file, int line) {
+    if (file.data() != nullptr && isLineGathered() && markerState == kNoMarker) {
+        if (const LocationMemo::Entry* const column = lineInProgress->location.column(file, line)) {
+            lineInProgress->appendColumn(*column);
+            return;
+        }
+    }
+    const std::string name(file);
+    const char* const text = file.data() == nullptr ? nullptr : name.c_str();
+    *this << L"!~Fil:" << text << L"!~Lin:" << line;
+}
+
+[[gnu::hot]] Recorder& Recorder::operator<<(const std::wstring& text) {
     if (isLineGathered() && markerState == kNoMarker && tagOf(text.c_str()) == Tag::None) {
         lineInProgress->text.appendToNull(text);
     } else {
@@ -296,20 +407,14 @@ void Recorder::prepare(std::wostringstream& stream) {
 
 /// Begins a line with its time, its severity and its thread.
 void Recorder::beginColumns(const wchar_t* severity) {
-    if (!streamOutTimeStamp()) {
-        write(severityColumn(severity).text());
-        write(threadColumn(os().GetCurrentThreadId()).text());
-        return;
-    }
-    LineText& text = lineInProgress->text;
-    ColumnBytes column;
-    if (plainSeverity(severity, column)) {
-        text.appendAscii(column.bytes, column.size);
-    } else {
-        text.append(severityColumn(severity).text());
-    }
-    const ColumnBytes& thread = lineInProgress->thread.column(os().GetCurrentThreadId());
-    text.appendAscii(thread.bytes, thread.size);
+    streamOutTimeStamp();
+    writeColumns(severity);
+}
+
+/// The columns of the severity and the thread.
+void Recorder::writeColumns(const wchar_t* severity) {
+    write(severityColumn(severity).text());
+    write(threadColumn(os().GetCurrentThreadId()).text());
 }
 
 /// Whether the calling thread's next value will be taken for a file name.
@@ -375,7 +480,7 @@ void Recorder::takeLineNumber(std::int64_t number) {
     if (ownsLine()) {
         TraceLine& own = *lineInProgress;
         if (own.source == TraceLine::Source::Name && isLineGathered()) {
-            own.appendColumn(line);
+            own.appendColumn(own.location.column(line));
             return;
         }
         settleSource();
@@ -405,7 +510,7 @@ std::size_t Recorder::copySource(wchar_t* name) const {
     const TraceLine& line = *lineInProgress;
     switch (line.source) {
         case TraceLine::Source::Column:
-            std::memcpy(name, line.statement->name, sizeof(line.statement->name));
+            std::memcpy(name, line.statement->name(), LocationMemo::kSource * sizeof(wchar_t));
             return LocationMemo::kSource;
         case TraceLine::Source::Name: {
             const std::string_view kept = line.location.name();
@@ -430,7 +535,7 @@ void Recorder::setPendingMarker(std::int32_t state) {
 void Recorder::processMarker(const wchar_t* text) {
     switch (tagOf(text)) {
         case Tag::Severity:
-            beginColumns(text[5] == L'\0' ? L"" : text + 6);
+            beginColumns(severityName(text));
             break;
         case Tag::File:
             setPendingMarker(kFileExpected);
@@ -543,11 +648,15 @@ bool Recorder::insertQuickly(std::uint64_t number) {
     return insertGathered([number](LineText& line) { line.appendNumber(number); });
 }
 
-/// Begins a line with its time. Whether the line is gathered beside the stream.
-bool Recorder::streamOutTimeStamp() {
+/// Begins a line with its time.
+void Recorder::streamOutTimeStamp() {
     const StreamGuard::Suspension suspension;
-    // Also false where the thread owns the mutex afterwards: its last owner ended inside a line.
-    const bool isMutexHeld = lock.acquire(-1);
+    streamOutTimeStamp(lock.acquire(-1));
+}
+
+/// The same once the mutex was asked for. Without it also where the thread owns the mutex: its last
+/// owner ended inside a line.
+void Recorder::streamOutTimeStamp(bool isMutexHeld) {
     StreamLock* held = nullptr;
     if (!isMutexHeld || lineOwner.load(std::memory_order_relaxed) != 0 || !writesTraceFile ||
         !traceFile().isPlain()) {
@@ -561,10 +670,6 @@ bool Recorder::streamOutTimeStamp() {
     if (held != nullptr) {
         held->lock();
     }
-    if (isLineGathered()) {
-        lineInProgress->stamp.appendTo(lineInProgress->text);
-        return true;
-    }
     if (ownsLine()) {
         write(lineInProgress->stamp.now());
     } else {
@@ -572,7 +677,6 @@ bool Recorder::streamOutTimeStamp() {
         write(TraceStamp().now());
     }
     write(L"\t");
-    return false;
 }
 
 std::wstring Recorder::baseName(const std::wstring& path) {
@@ -621,6 +725,7 @@ bool Recorder::countFlush() {
 }
 
 bool Recorder::isFileFull(const std::wstring& path) const {
+    const platform::TimesUnread onlyTheSize;
     WIN32_FILE_ATTRIBUTE_DATA data{};
     if (!os().GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data)) {
         return false;
@@ -713,13 +818,13 @@ void Recorder::beginLine(bool isMutexHeld) {
 
 /// Releases one level of the mutex. Deliberate: also when the calling thread does not own it, the
 /// release then fails.
-void Recorder::endLine() {
+[[gnu::hot]] void Recorder::endLine() {
     if (ownsLine() && --lineDepth == 0) {
         // A marker that still waits takes the thread's next value, in a line or not.
         ThreadMarkers& own = threadMarkers(serial);
         own.markerState = markerState;
         const std::uint64_t statement = lineInProgress->source == TraceLine::Source::Column
-                                            ? lineInProgress->statement->number
+                                            ? lineInProgress->statement->number()
                                             : 0;
         // Mostly it has that name already.
         if (statement == 0 || own.statement != statement) {

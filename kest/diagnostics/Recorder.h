@@ -78,9 +78,18 @@ public:
     /// Inserts the text up to its first null character as constant wide text: it may be a marker.
     Recorder& operator<<(const std::wstring& text);
 
-    /// Begins the line of a log statement: the same as inserting `severity`, a severity marker, and
-    /// then `file` and `line`, each behind its marker.
-    Recorder& begin(const wchar_t* severity, const char* file, int line);
+    /// The severities, with the numbers that logMessage takes.
+    enum class Severity : int { Info, Warning, Error, Critical };
+
+    /// Begins the line of a log statement: the same as inserting the severity's marker, and then
+    /// `file` and `line`, each behind its marker.
+    Recorder& begin(Severity severity, const char* file, int line) {
+        // Here, so that the length of a name that the compiler knows is not counted each time.
+        return beginAt(severity, file == nullptr ? std::string_view() : std::string_view(file),
+                       line);
+    }
+    /// Ends the line of a log statement: the same as inserting a line feed, and flush.
+    void end();
 
 private:
     template <class T>
@@ -109,9 +118,12 @@ private:
     Recorder& operator=(const Recorder&) = delete;
 
     static Recorder* create();
+    Recorder& beginAt(Severity severity, std::string_view file, int line);
+    void insertLocation(std::string_view file, int line);
     void insertConstantText(const wchar_t* text);
     void processMarker(const wchar_t* text);
-    bool streamOutTimeStamp();
+    void streamOutTimeStamp();
+    void streamOutTimeStamp(bool isMutexHeld);
     std::wstring baseName(const std::wstring& path);
 
     // The short way of a value: false when it has to go the long way, nothing has happened then.
@@ -145,12 +157,15 @@ private:
     TraceFile& traceFile() const;
     void write(std::wstring_view text);
     void beginColumns(const wchar_t* severity);
+    void writeColumns(const wchar_t* severity);
     void openFile(const std::wstring& path);
     bool countFlush();
     bool isFileFull(const std::wstring& path) const;
     void rollOver();
     bool ownsLine() const;
     void beginLine(bool isMutexHeld);
+    bool writeUsualLine(bool& isCheckDue);
+    void checkAfterLine();
     void endLine();
 
     static std::atomic<Recorder*> s_instance;

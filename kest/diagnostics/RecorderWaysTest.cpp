@@ -223,37 +223,55 @@ void everyName() {
 
 /// What begins a log statement, against the pieces that it stands for.
 void everyBeginning(bool atOnce) {
-    const auto begin = [atOnce](const wchar_t* severity, const char* file,
+    using enum Recorder::Severity;
+    const auto begin = [atOnce](Recorder::Severity severity, const char* file,
                                 int number) -> Recorder& {
+        static constexpr const wchar_t* kMarkers[] = {L"!~Sev:INFO", L"!~Sev:WARNING",
+                                                      L"!~Sev:ERROR", L"!~Sev:CRITICAL"};
         return atOnce ? trace().begin(severity, file, number)
-                      : trace() << severity << L"!~Fil:" << file << L"!~Lin:" << number;
+                      : trace() << kMarkers[static_cast<int>(severity)] << L"!~Fil:" << file
+                                << L"!~Lin:" << number;
+    };
+    const auto end = [atOnce] {
+        if (atOnce) {
+            trace().end();
+        } else {
+            trace() << '\n';
+            trace().flush();
+        }
     };
     const char* const none = nullptr;
     for (const char* const file : {"x", "TransactedFS", "folder/x.cpp", "a\\b/", "", "caf\xE9.cpp",
                                    none, "a-name-that-is-longer-than-its-column.cpp"}) {
         for (const int number : {0, 5, 13, 99999, 100000, -1}) {
-            for (const wchar_t* const severity :
-                 {L"!~Sev:INFO", L"!~Sev:CRITICAL", L"!~Sev", L"!~Sev:\u00DCBER", L"no marker"}) {
-                begin(severity, file, number) << "first " << number << L" second\n";
-                trace().flush();
+            for (const Recorder::Severity severity : {Info, Warning, Error, Critical}) {
+                begin(severity, file, number) << "first " << number << L" second";
+                end();
             }
-            begin(L"!~Sev:INFO", file, number) << "in ";
-            begin(L"!~Sev:ERROR", file, number) << "another\n";
-            trace().flush();
-            trace() << "the rest" << L"!~Lin:" << 3 << '\n';
-            trace().flush();
+            begin(Info, file, number) << "in ";
+            begin(Error, file, number) << "another";
+            end();
+            trace() << "the rest" << L"!~Lin:" << 3;
+            end();
+            // A marker that waits takes the line feed.
+            begin(Info, file, number) << "no end" << L"!~Fil:";
+            end();
+            trace() << "after it" << L"!~Lin:" << 4;
+            end();
+            begin(Info, file, number) << LeavesWidth();
+            end();
             // A marker that waits takes the severity.
             trace() << L"!~Fil:";
-            begin(L"!~Sev:INFO", file, number) << "text\n";
-            trace().flush();
+            begin(Info, file, number) << "text";
+            end();
             trace() << L"!~Lin:";
-            begin(L"!~Sev:INFO", file, number) << L"!~Lin:" << 7 << "text\n";
-            trace().flush();
+            begin(Info, file, number) << L"!~Lin:" << 7 << "text";
+            end();
             // One that begins and goes on in a stream that has changed.
             line([&] {
                 trace() << LeavesHex();
-                begin(L"!~Sev:INFO", file, number) << 255 << LeavesDecimal();
-                trace().flush();
+                begin(Info, file, number) << 255 << LeavesDecimal();
+                end();
             });
         }
     }

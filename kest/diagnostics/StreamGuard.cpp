@@ -1,17 +1,10 @@
 #include "kest/diagnostics/StreamGuard.h"
 
-#include <atomic>
 #include <condition_variable>
-#include <cstdint>
 #include <mutex>
 
 namespace Tallowmere {
 namespace {
-
-/// A mutex that is ready before any constructor runs, since parts of the library log while it is
-/// being loaded, and that costs a trace line, which never has to wait here, no call.
-enum Word : std::uint32_t { kFree, kTaken, kTakenAndWaitedFor };
-constinit std::atomic<std::uint32_t> g_word{kFree};
 
 struct Waiting {
     std::mutex mutex;
@@ -28,26 +21,21 @@ unsigned int g_suspensions = 0;
 
 }  // namespace
 
-void StreamGuard::lock() {
-    std::uint32_t expected = kFree;
-    if (g_word.compare_exchange_strong(expected, kTaken, std::memory_order_acquire,
-                                       std::memory_order_relaxed)) {
-        return;
-    }
+constinit std::atomic<std::uint32_t> StreamGuard::s_word{kFree};
+
+void StreamGuard::waitForIt() {
     Waiting& all = waiting();
     std::unique_lock<std::mutex> guard(all.mutex);
     // Who releases it afterwards waits for the mutex before it wakes anybody: no call is missed.
-    while (g_word.exchange(kTakenAndWaitedFor, std::memory_order_acquire) != kFree) {
+    while (s_word.exchange(kTakenAndWaitedFor, std::memory_order_acquire) != kFree) {
         all.condition.wait(guard);
     }
 }
 
-void StreamGuard::unlock() {
-    if (g_word.exchange(kFree, std::memory_order_release) == kTakenAndWaitedFor) {
-        Waiting& all = waiting();
-        const std::lock_guard<std::mutex> guard(all.mutex);
-        all.condition.notify_one();
-    }
+void StreamGuard::wakeOne() {
+    Waiting& all = waiting();
+    const std::lock_guard<std::mutex> guard(all.mutex);
+    all.condition.notify_one();
 }
 
 bool StreamGuard::isSuspended() {

@@ -1,6 +1,10 @@
 #pragma once
 
+#include <atomic>
+#include <cstdint>
+
 #include "kest/diagnostics/ThreadMarkers.h"
+#include "kest/platform/SingleThread.h"
 
 /// Keeps a Recorder's stream and fields whole while several threads use it.
 ///
@@ -61,8 +65,31 @@ public:
     };
 
 private:
-    static void lock();
-    static void unlock();
+    // A mutex that is ready before any constructor runs, since parts of the library log while it is
+    // being loaded, and that costs a trace line, which never has to wait here, no call.
+
+    enum Word : std::uint32_t { kFree, kTaken, kTakenAndWaitedFor };
+
+    static void lock() {
+        std::uint32_t expected = kFree;
+        if (platform::isSingleThreaded() && s_word.load(std::memory_order_relaxed) == kFree) {
+            s_word.store(kTaken, std::memory_order_relaxed);
+        } else if (!s_word.compare_exchange_strong(expected, kTaken, std::memory_order_acquire,
+                                                   std::memory_order_relaxed)) {
+            waitForIt();
+        }
+    }
+    static void unlock() {
+        if (platform::isSingleThreaded()) {
+            s_word.store(kFree, std::memory_order_relaxed);
+        } else if (s_word.exchange(kFree, std::memory_order_release) == kTakenAndWaitedFor) {
+            wakeOne();
+        }
+    }
+    static void waitForIt();
+    static void wakeOne();
+
+    static constinit std::atomic<std::uint32_t> s_word;
 };
 
 }  // namespace Tallowmere

@@ -21,9 +21,9 @@ struct ThreadMarkers {
     /// Whether the name was set outside any line, so that the thread's next line begins with it.
     bool isSourceNewer;
     std::uint8_t sourceLength;
-    wchar_t source[kSourceSize];
     /// The number of the statement whose column the name is (see LocationMemo); 0 for none.
     std::uint64_t statement;
+    wchar_t source[kSourceSize];
 };
 
 extern thread_local constinit ThreadMarkers t_markers;

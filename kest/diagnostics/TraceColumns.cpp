@@ -11,10 +11,10 @@ constexpr std::size_t kSeverityBuffer = 34;
 constexpr std::size_t kLocationBuffer = 40;
 constexpr std::size_t kSourceSize = 30;
 static_assert(kSeverityBuffer <= TraceColumn::kSize && kLocationBuffer <= TraceColumn::kSize);
-static_assert(TraceColumn::kSize <= ColumnBytes::kSize);
 
-/// Of a text that is ASCII.
-void narrow(std::wstring_view text, ColumnBytes& column) {
+/// Of a text that is ASCII and not too long.
+template <std::size_t capacity>
+void narrow(std::wstring_view text, ColumnBytes<capacity>& column) {
     std::transform(text.begin(), text.end(), column.bytes,
                    [](wchar_t unit) { return static_cast<char>(unit); });
     column.size = text.size();
@@ -85,51 +85,12 @@ TraceColumn locationColumn(std::wstring_view source, int line) {
     return column;
 }
 
-bool plainSeverity(const wchar_t* name, ColumnBytes& column) {
-    constexpr std::size_t kWidth = 8;
-    std::memset(column.bytes, ' ', kWidth);
-    std::size_t length = 0;
-    for (; name[length] != L'\0'; ++length) {
-        const auto unit = static_cast<std::uint32_t>(name[length]);
-        if (unit >= 0x80 || length == kWidth) {
-            return false;
-        }
-        column.bytes[length] = static_cast<char>(unit);
-    }
-    column.bytes[kWidth] = '\t';
-    column.size = kWidth + 1;
-    return true;
-}
-
 void ThreadMemo::make(std::uint32_t thread) {
     m_thread = thread;
     narrow(threadColumn(thread).text(), m_column);
 }
 
-bool LocationMemo::isSame(std::string_view name) const {
-    if (name.size() != m_length || name.empty()) {
-        return false;
-    }
-    // A word at a time: this is asked for each line. The last word overlaps the one before it.
-    constexpr std::size_t kWord = sizeof(std::uint64_t);
-    if (m_length < kWord) {
-        return std::equal(name.begin(), name.end(), m_source);
-    }
-    const auto differ = [&](std::size_t at) {
-        std::uint64_t given = 0;
-        std::uint64_t kept = 0;
-        std::memcpy(&given, name.data() + at, kWord);
-        std::memcpy(&kept, m_source + at, kWord);
-        return given ^ kept;
-    };
-    std::uint64_t difference = differ(m_length - kWord);
-    for (std::size_t at = 0; at + kWord < m_length; at += kWord) {
-        difference |= differ(at);
-    }
-    return difference == 0;
-}
-
-bool LocationMemo::keepBaseName(std::string_view path) {
+bool LocationMemo::takeName(std::string_view path) {
     // The last component, which is the base name of every path that does not end in a separator.
     std::size_t begin = path.size();
     while (begin != 0 && path[begin - 1] != '/' && path[begin - 1] != '\\') {
@@ -137,28 +98,35 @@ bool LocationMemo::keepBaseName(std::string_view path) {
     }
     const std::string_view name = path.substr(begin);
     const auto isPlain = [](char byte) { return static_cast<unsigned char>(byte - 1) < 0x7F; };
-    if (isSame(name)) {
-        return true;
-    }
     if (name.empty() || name.size() > kSource || !std::all_of(name.begin(), name.end(), isPlain)) {
         return false;
     }
-    std::memset(m_source, 0, sizeof(m_source));
     m_length = name.copy(m_source, kSource);
     return true;
 }
 
-void LocationMemo::fill(Entry& entry, int line) const {
-    wchar_t name[kSource];
-    std::copy_n(m_source, m_length, name);
-    const TraceColumn column = locationColumn({name, m_length}, line);
-    narrow(column.text(), entry.column);
+const LocationMemo::Entry* LocationMemo::columnAnew(std::string_view path, int line) {
+    // A longer path is looked through each time, and its base name is the key.
+    return takeName(path) ? &entryOf(path.size() <= Entry::kKey ? path : name(), line) : nullptr;
+}
+
+/// The column of the kept name, which is the base name of `key`.
+const LocationMemo::Entry& LocationMemo::entryOf(std::string_view key, int line) {
+    Entry& entry = m_entries[static_cast<unsigned int>(line) % kEntries];
+    if (entry.m_line == line && isKey(entry, key)) {
+        return entry;
+    }
+    wchar_t source[kSource];
+    std::copy_n(m_source, m_length, source);
+    const TraceColumn column = locationColumn({source, m_length}, line);
+    narrow(column.text(), entry.m_column);
     // A column is longer than any name.
-    (void)column.text().copy(entry.name, kSource);
-    std::memcpy(entry.m_source, m_source, kSourceRoom);
+    (void)column.text().copy(entry.m_name, kSource);
+    entry.m_keyLength = static_cast<std::uint32_t>(key.copy(entry.m_key, Entry::kKey));
     entry.m_line = line;
     static std::atomic<std::uint64_t> s_last{0};
-    entry.number = ++s_last;
+    entry.m_number = ++s_last;
+    return entry;
 }
 
 }  // namespace Tallowmere

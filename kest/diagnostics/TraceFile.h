@@ -3,6 +3,7 @@
 #include <atomic>
 #include <ostream>
 #include <string>
+#include <string_view>
 
 #include "kest/diagnostics/LineText.h"
 #include "kest/diagnostics/Utf8Buffer.h"
@@ -39,6 +40,19 @@ public:
     void gather(LineText& line) { m_buffer.gather(line); }
     /// Writes what was inserted so far and behind it `line`, which is left empty.
     void writeLine(LineText& line) { m_buffer.handOn(line); }
+    /// The same for a line with which nothing is unusual; false, and nothing has happened, for any
+    /// other.
+    bool writeUsualLine(LineText& line) {
+        const std::string_view bytes = line.bytes();
+        if (!m_buffer.isAtRest() || line.isPairOpen() || bytes.empty()) [[unlikely]] {
+            return false;
+        }
+        const std::streamsize written =
+            m_file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        m_buffer.hasHandedOn(bytes, static_cast<std::size_t>(written));
+        line.clearBytes();
+        return true;
+    }
 
 private:
     platform::OutputFile m_file;

@@ -21,11 +21,11 @@ struct TraceLine {
     /// The column, where it is one.
     const LocationMemo::Entry* statement = nullptr;
 
-    /// Writes the column of the kept name and `line`, which then stands in that place.
-    void appendColumn(int line) {
-        statement = &location.column(line);
-        text.appendAscii(statement->column.bytes, statement->column.size);
+    /// Writes a column of the memo's, which then stands in that place.
+    void appendColumn(const LocationMemo::Entry& column) {
+        statement = &column;
         source = Source::Column;
+        text.endAscii(column.column().writeTo(text.beginAscii(TraceColumn::kSize)));
     }
 };
 

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "kest/diagnostics/LineText.h"
+#include "kest/diagnostics/TraceColumns.h"
 #include "kest/platform/Win32.h"
 
 namespace Tallowmere {
@@ -17,26 +18,32 @@ class TraceStamp {
 public:
     /// Now. Empty when the system knows no local time. Valid until the next call.
     const std::wstring& now();
-    /// The same, and a tab behind it, at the end of a line.
+    /// Enough for "September 16, 2026, 11:35:54.123 AM" and its tab.
+    using Column = ColumnBytes<48>;
+    /// The same and a tab behind it, as bytes. Null when they are more, or not ASCII: appendTo then
+    /// has the same time.
+    const Column* column() {
+        refresh();
+        return m_column.size != 0 ? &m_column : nullptr;
+    }
+    /// Appends the time that was asked for last, and a tab.
     void appendTo(LineText& line);
 
 private:
-    /// Enough for "September 16, 2026, 11:35:54.123 AM" and its tab.
-    static constexpr std::size_t kBytesAtMost = 48;
-
     void refresh();
+    void showInText();
     void make(const SYSTEMTIME& time);
 
-    std::wstring m_text;
-    /// The text and a tab as bytes, in which only the digits change.
-    char m_bytes[kBytesAtMost] = {};
-    /// How many they are; 0 when the text is not ASCII, or too long.
-    std::size_t m_byteCount = 0;
+    /// What the bytes say; the text does so but for its milliseconds.
+    SYSTEMTIME m_second{};
+    LCID m_language = 0;
+    WORD m_shownInText = 0;
     /// Where the three digits of the milliseconds stand; npos when the text is not to be used
     /// again.
     std::size_t m_milliseconds = std::wstring::npos;
-    SYSTEMTIME m_second{};
-    LCID m_language = 0;
+    /// The text and a tab, in which only the digits change; empty when they are made each time.
+    Column m_column{};
+    std::wstring m_text;
 };
 
 }  // namespace Tallowmere

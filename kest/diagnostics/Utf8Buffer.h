@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <streambuf>
+#include <string_view>
 
 #include "kest/diagnostics/LineText.h"
 
@@ -25,6 +27,16 @@ public:
     void gather(LineText& text);
     /// Hands on what was gathered, and behind it `text`, which is left empty.
     void handOn(LineText& text);
+    /// Whether nothing was gathered that is not handed on, and no line is cut in the middle:
+    /// another text may then go to the bytes by itself, if hasHandedOn is told.
+    bool isAtRest() const { return m_gathered.empty() && !m_isTorn; }
+    /// So many of `bytes`, which are not empty, have been written.
+    void hasHandedOn(std::string_view bytes, std::size_t written) {
+        if (written != 0) {
+            m_isAtLineStart = bytes[written - 1] == '\n';
+        }
+        m_isTorn = written != bytes.size() && !m_isAtLineStart;
+    }
     /// Whether half a pair of surrogates waits for the next text.
     bool isPairOpen() const { return m_gathered.isPairOpen(); }
 

@@ -22,9 +22,12 @@ public:
 
     bool isOpen() const;
 
+    /// The same as sputn: how many bytes the system took, fewer than `count` when the disk is full,
+    /// say.
+    std::streamsize write(const char* bytes, std::streamsize count);
+
 protected:
     int_type overflow(int_type byte) override;
-    /// How many bytes the system took: fewer than `count` when the disk is full, say.
     std::streamsize xsputn(const char* bytes, std::streamsize count) override;
 
 private:

@@ -73,7 +73,8 @@ Program& InstalledProgramsImpl::current() {
     if (position == products.end()) {
         // Deliberate: made and not thrown. What is past the end is then accessed all the same,
         // which ends the process; nobody goes on with a product that is none.
-        (void)std::logic_error("InstalledPrograms iterator is out of range");
+        [[maybe_unused]] const std::logic_error unthrown(
+            "InstalledPrograms iterator is out of range");
         std::abort();
     }
     return *position->second;

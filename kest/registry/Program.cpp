@@ -1,5 +1,7 @@
 #include "kest/registry/Program.h"
 
+#include <iterator>
+
 #include "kest/registry/Catalogue.h"
 #include "kest/registry/InstalledPrograms.h"
 #include "kest/system/System.h"
@@ -71,8 +73,9 @@ void Program::addExtensions(const std::wstring& text) {
 
 void Program::addExtensions(const std::vector<std::wstring>& more) {
     // Through a copy: they may be this program's own.
-    const std::vector<std::wstring> added = more;
-    extensions.insert(extensions.end(), added.begin(), added.end());
+    std::vector<std::wstring> added = more;
+    extensions.insert(extensions.end(), std::make_move_iterator(added.begin()),
+                      std::make_move_iterator(added.end()));
 }
 
 std::vector<std::wstring> Program::getExtensions() const {

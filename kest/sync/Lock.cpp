@@ -43,11 +43,11 @@ Lock::~Lock() {
     delete impl;
 }
 
-bool Lock::acquire(int timeout) {
+[[gnu::hot]] bool Lock::acquire(int timeout) {
     return wait(handleOf(impl), timeout);
 }
 
-bool Lock::release() {
+[[gnu::hot]] bool Lock::release() {
     const HANDLE mutex = handleOf(impl);
     return mutex != nullptr && os().ReleaseMutex(mutex) != FALSE;
 }

@@ -1,5 +1,7 @@
 #include "kest/time/DateTime.h"
 
+#include <utility>
+
 #include "kest/time/DateTimeImpl.h"
 
 namespace Tallowmere {
@@ -19,9 +21,8 @@ DateTime::DateTime(const std::wstring& text) : impl(new DateTimeImpl(text)) {}
 
 DateTime& DateTime::operator=(const DateTime& other) {
     // The copy first: it may fail, and `other` may be this very object.
-    DateTimeImpl* const copy = new DateTimeImpl(*other.impl);
-    delete impl;
-    impl = copy;
+    DateTime copy(other);
+    std::swap(impl, copy.impl);
     return *this;
 }
 

@@ -3,15 +3,17 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <new>
 #include <string>
 
+#include "kest/platform/SpareBlocks.h"
 #include "kest/platform/Win32.h"
 
 namespace Tallowmere {
 
 /// What stands behind a DateTime: the calendar fields, in UTC. The operations are those of DateTime
 /// and are described there. Internal.
-class DateTimeImpl {
+class DateTimeImpl final {
 public:
     /// Asks for the value of s_invalid.
     struct Invalid {};
@@ -38,6 +40,17 @@ public:
 
     const SYSTEMTIME& time() const { return m_time; }
 
+    /// Memory of the heap, which is used again: see SpareBlocks.h.
+    static void* operator new(std::size_t size) {
+        void* const spare = platform::takeSpareBlock();
+        return spare != nullptr ? spare : ::operator new(size);
+    }
+    static void operator delete(void* memory) noexcept {
+        if (memory != nullptr && !platform::keepSpareBlock(memory)) {
+            ::operator delete(memory);
+        }
+    }
+
     friend bool operator==(const DateTimeImpl& left, const DateTimeImpl& right);
     friend bool operator!=(const DateTimeImpl& left, const DateTimeImpl& right);
     friend bool operator<(const DateTimeImpl& left, const DateTimeImpl& right);
@@ -59,5 +72,7 @@ private:
 
     SYSTEMTIME m_time;
 };
+
+static_assert(sizeof(DateTimeImpl) == platform::kSpareBlockSize);
 
 }  // namespace Tallowmere

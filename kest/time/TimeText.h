@@ -20,8 +20,9 @@ namespace Tallowmere {
 KEST_API std::wstring systemTimeToStringHuman(const SYSTEMTIME& time, const wchar_t* dateFormat,
                                               const wchar_t* timeFormat);
 
-/// The form for names, of 19 characters: "2010.05.17-08.30.00". Failures are as in
-/// systemTimeToStringHuman; the hyphen is always there.
+/// The form for names, of 19 characters: "2010.05.17-08.30.00", in the calendar of the fields also
+/// where the thread's language has another one. Failures are as in systemTimeToStringHuman; the hyphen
+/// is always there.
 KEST_API std::wstring systemTimeToStringCoded(const SYSTEMTIME& time);
 
 /// A file time as text: in the form of systemTimeToStringHuman with the default formats when `human`

@@ -78,11 +78,47 @@ TEST_F(TimeText, FormatsArePassedOnUnchanged) {
     EXPECT_EQ(L"<>, <>", systemTimeToStringHuman(kTime, L"any'thing", L"at all"));
     EXPECT_EQ(L"<>, <>", systemTimeToStringHuman(kTime, nullptr, nullptr));
     EXPECT_EQ(L"<>-<>", systemTimeToStringCoded(kTime));
-    EXPECT_EQ((std::vector<std::wstring>{L"any'thing", L"at all", L"dddd, MMMM d, yyyy",
-                                         L"h':'mm':'ss tt", L"yyyy.MM.dd", L"HH.mm.ss"}),
-              seen);
-    // The locale is asked for anew each time.
-    EXPECT_EQ((std::vector<LCID>{0x0407, 0x0408, 0x0409, 0x040A, 0x040B, 0x040C}), locales);
+    EXPECT_EQ(
+        (std::vector<std::wstring>{L"any'thing", L"at all", L"dddd, MMMM d, yyyy",
+                                   L"h':'mm':'ss tt", L"yyyy.MM.dd", L"HH.mm.ss", L"yyyy.MM.dd"}),
+        seen);
+    // The locale is asked for anew each time. What is no year is asked for without one.
+    EXPECT_EQ((std::vector<LCID>{0x0407, 0x0408, 0x0409, 0x040A, 0x040B, 0x040C, 0x007F}), locales);
+}
+
+TEST_F(TimeText, CodedIsInTheCalendarOfTheFieldsWhateverTheThreadsLanguage) {
+    // As Windows writes them: Thailand counts 543 years more, Saudi Arabia the years of the Hijra.
+    const ScopedCall<&Calls::GetDateFormatW> date(
+        [](LCID locale, DWORD, const SYSTEMTIME*, const wchar_t*, wchar_t* buffer, int) {
+            std::wcscpy(buffer, locale == 0x041E   ? L"2553.05.17"
+                                : locale == 0x0401 ? L"1431.06.03"
+                                                   : L"2010.05.17");
+            return 11;
+        });
+    const ScopedCall<&Calls::GetTimeFormatW> time(
+        [](LCID, DWORD, const SYSTEMTIME*, const wchar_t*, wchar_t* buffer, int) {
+            std::wcscpy(buffer, L"08.30.00");
+            return 9;
+        });
+    for (const LCID language : {0x041E, 0x0401, 0x0409, 0x0407}) {
+        const ScopedCall<&Calls::GetThreadLocale> thread([language] { return language; });
+        EXPECT_EQ(L"2010.05.17-08.30.00", systemTimeToStringCoded(kTime));
+    }
+    // A text for a person is in that person's calendar.
+    const ScopedCall<&Calls::GetThreadLocale> thread([] { return LCID{0x041E}; });
+    EXPECT_EQ(L"2553.05.17, 08.30.00", systemTimeToStringHuman(kTime, L"yyyy.MM.dd", L"HH.mm.ss"));
+}
+
+TEST_F(TimeText, ADateThatCannotBeHadWithoutALanguageIsReportedAndEmpty) {
+    const ScopedCall<&Calls::GetDateFormatW> date(
+        [](LCID locale, DWORD, const SYSTEMTIME*, const wchar_t*, wchar_t* buffer, int) {
+            std::wcscpy(buffer, L"2553.05.17");
+            return locale == 0x007F ? failing(0, ERROR_ACCESS_DENIED) : 11;
+        });
+    const std::wstring expected = report(ERROR_ACCESS_DENIED);
+    const CapturedErrors errors;
+    EXPECT_EQ(L"-08.30.00", systemTimeToStringCoded(kTime));
+    EXPECT_EQ(expected, errors.text());
 }
 
 TEST_F(TimeText, TheDateIsFormattedFirst) {

@@ -20,7 +20,7 @@ namespace {
 using transactions::Kind;
 using transactions::Record;
 
-constexpr std::size_t kBufferSize = 64 * 1024;
+constexpr std::size_t kBufferSize = std::size_t{64} * 1024;
 
 /// The record that the kernel gives; its name is behind it.
 struct KernelEntry {

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "kest/platform/HandleTable.h"
+#include "kest/platform/TimesUnread.h"
 #include "kest/platform/linux/Closing.h"
 #include "kest/platform/linux/Descriptor.h"
 #include "kest/platform/linux/Errno.h"
@@ -66,8 +67,11 @@ DWORD readAttributes(const wchar_t* path, WIN32_FILE_ATTRIBUTE_DATA& data) {
     if (error != ERROR_SUCCESS) {
         return error;
     }
+    constexpr unsigned int kAll = STATX_BASIC_STATS | STATX_BTIME;
+    constexpr unsigned int kChanges = STATX_MTIME | STATX_CTIME;
+    const bool isTimeRead = !TimesUnread::isSo();
     struct statx status;
-    if (statx(place.base, place.rest, AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS | STATX_BTIME,
+    if (statx(place.base, place.rest, AT_SYMLINK_NOFOLLOW, isTimeRead ? kAll : kAll & ~kChanges,
               &status) != 0) {
         return errorOfPlace(errno, place);
     }
@@ -79,9 +83,11 @@ DWORD readAttributes(const wchar_t* path, WIN32_FILE_ATTRIBUTE_DATA& data) {
     data.dwFileAttributes = attributes;
     // Where the file system does not keep the time of creation, the last change stands for it.
     const bool hasBirth = (status.stx_mask & STATX_BTIME) != 0;
-    data.ftCreationTime = fileTime(hasBirth ? status.stx_btime : status.stx_mtime);
-    data.ftLastAccessTime = fileTime(status.stx_atime);
-    data.ftLastWriteTime = fileTime(status.stx_mtime);
+    if (isTimeRead) {
+        data.ftCreationTime = fileTime(hasBirth ? status.stx_btime : status.stx_mtime);
+        data.ftLastAccessTime = fileTime(status.stx_atime);
+        data.ftLastWriteTime = fileTime(status.stx_mtime);
+    }
     if (S_ISREG(status.stx_mode)) {
         data.nFileSizeHigh = static_cast<DWORD>(status.stx_size >> 32);
         data.nFileSizeLow = static_cast<DWORD>(status.stx_size);
@@ -118,6 +124,15 @@ DWORD openFile(const wchar_t* path, DWORD access, DWORD flags, OpenFile& file) {
 }
 
 }  // namespace
+}  // namespace Tallowmere::platform::standin
+
+namespace Tallowmere::platform {
+
+thread_local constinit unsigned int TimesUnread::s_depth = 0;
+
+}  // namespace Tallowmere::platform
+
+namespace Tallowmere::platform::standin {
 
 DWORD GetFileAttributesW(const wchar_t* path) {
     WIN32_FILE_ATTRIBUTE_DATA data{};

@@ -134,7 +134,7 @@ bool narrow(std::wstring_view wide, std::string& native) {
 unsigned int toNativePath(const wchar_t* wide, std::string& native) {
     native.clear();
     std::wstring_view rest(wide);
-    if (rest.substr(0, kPrefix.size()) == kPrefix) {
+    if (*wide == kPrefix.front() && rest.substr(0, kPrefix.size()) == kPrefix) {
         rest.remove_prefix(kPrefix.size());
         // Understood once: a second prefix names no place at all, as on Windows.
         if (rest.substr(0, kPrefix.size()) == kPrefix) {

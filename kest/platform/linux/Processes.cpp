@@ -94,7 +94,8 @@ DWORD findProgram(const std::wstring& name, std::string& file) {
     for (std::size_t start = 0; start <= folders.size();) {
         const std::size_t end = std::min(folders.find(':', start), folders.size());
         const std::string folder = folders.substr(start, end - start);
-        file = folder.empty() ? "./" + native : folder + "/" + native;
+        file = folder.empty() ? "." : folder;
+        file.append("/").append(native);
         const DWORD error = checkProgram(file, true);
         if (error == ERROR_SUCCESS) {
             return error;

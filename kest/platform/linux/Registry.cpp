@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cstring>
 #include <memory>
 #include <new>
 #include <string>
@@ -119,9 +118,7 @@ DWORD giveData(const std::string& from, BYTE* data, DWORD* size) {
     if (room < needed) {
         return ERROR_MORE_DATA;
     }
-    if (needed > 0) {
-        std::memcpy(data, from.data(), needed);
-    }
+    std::copy(from.begin(), from.end(), data);
     return ERROR_SUCCESS;
 }
 

@@ -18,6 +18,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdint>
@@ -107,14 +108,21 @@ inline bool takesAtOnce(Mutex& mutex, Word taken = kTaken) {
 /// Waits until it has the mutex, or until the clock of CLOCK_MONOTONIC shows `end`, if there is
 /// one.
 bool takesWithin(Mutex& mutex, const timespec* end) {
-    // Whoever has it is mostly done sooner than a thread is sent to sleep and woken.
+    // Whoever has it is mostly done sooner than a thread is sent to sleep and woken. But each look
+    // takes the word away from the owner's processor, and each change of the owner all that the
+    // mutex guards: so the looks become rarer, and an owner that comes back at once may go on for a
+    // while.
+    constexpr int kRestsAtMost = 8;
     static const int s_tries = ::sysconf(_SC_NPROCESSORS_ONLN) > 1 ? 100 : 0;
     for (Word taken = kTaken;; taken = kTakenAndWaitedFor) {
-        for (int i = 0; i < s_tries; ++i) {
+        for (int i = 0, rests = 1; i < s_tries; ++i) {
             if (mutex.word.load(std::memory_order_relaxed) == kFree && takesAtOnce(mutex, taken)) {
                 return true;
             }
-            rest();
+            for (int j = 0; j < rests; ++j) {
+                rest();
+            }
+            rests = std::min(2 * rests, kRestsAtMost);
         }
         // A thread that was woken does not know whether others sleep as well: it takes the mutex as
         // one that is waited for. And it tries again before it sleeps again, or each release would
@@ -348,6 +356,15 @@ DWORD unlessClosed(Mutex& mutex, HANDLE handle, DWORD answer) {
                         std::exchange(mutex.isAbandoned, false) ? WAIT_ABANDONED : WAIT_OBJECT_0);
 }
 
+[[gnu::noinline]] DWORD askThreadId() {
+    const auto id = static_cast<DWORD>(gettid());
+    // Kept only where a child process, whose thread has another one, forgets it.
+    if (watch().isSet()) {
+        t_threadId = id;
+    }
+    return id;
+}
+
 [[gnu::noinline]] BOOL releaseIt(HANDLE handle) {
     Mutex* const mutex = find(handle);
     if (mutex == nullptr) {
@@ -392,7 +409,7 @@ HANDLE CreateMutexW(SECURITY_ATTRIBUTES* /*security*/, BOOL initiallyOwned, cons
 
 // The usual ways stand in the calls themselves, with nothing around them: a trace line takes both.
 
-DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) {
+[[gnu::hot]] DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) {
     Thread& self = t_thread;
     if (self.isWatched && isFound(handle, self) && takesAtOnce(*self.found)) {
         Mutex& mutex = *self.found;
@@ -403,7 +420,7 @@ DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) {
     return waitForIt(handle, milliseconds);
 }
 
-BOOL ReleaseMutex(HANDLE handle) {
+[[gnu::hot]] BOOL ReleaseMutex(HANDLE handle) {
     Thread& self = t_thread;
     if (self.owned == self.found && isFound(handle, self) && self.owned->again == 0) {
         give(*self.found, self);
@@ -430,15 +447,9 @@ bool closeMutex(HANDLE handle) {
     return true;
 }
 
-DWORD GetCurrentThreadId() {
-    if (t_threadId == 0) {
-        const auto id = static_cast<DWORD>(gettid());
-        if (!watch().isSet()) {
-            return id;
-        }
-        t_threadId = id;
-    }
-    return t_threadId;
+[[gnu::hot]] DWORD GetCurrentThreadId() {
+    const DWORD id = t_threadId;
+    return id != 0 ? id : askThreadId();
 }
 
 }  // namespace Tallowmere::platform::standin

@@ -1,4 +1,5 @@
-// The clock and the conversions between calendar fields and file times.
+// The clock, and file times as local time. The conversions between calendar fields and file times
+// stand in Calendar.cpp.
 
 #include <time.h>
 
@@ -8,38 +9,33 @@
 
 namespace Tallowmere::platform::standin {
 
-void GetSystemTime(SYSTEMTIME* time) {
-    timespec now{};
+namespace {
+
+/// The calendar is asked once a second: each trace line wants the time.
+struct Second {
+    time_t number;
+    SYSTEMTIME fields;
+};
+
+thread_local constinit Second t_second{-1, {}};
+
+[[gnu::noinline]] void begin(time_t second) {
+    const std::int64_t seconds = std::int64_t{second} + calendar::kSecondsFrom1601To1970;
+    // No clock of a computer that runs this is outside the calendar.
+    (void)calendar::fromTicks(seconds * calendar::kTicksPerSecond, t_second.fields);
+    t_second.number = second;
+}
+
+}  // namespace
+
+[[gnu::hot]] void GetSystemTime(SYSTEMTIME* time) {
+    timespec now;
     clock_gettime(CLOCK_REALTIME, &now);
-    // The calendar is asked once a second: each trace line wants the time.
-    static thread_local constinit time_t t_second = -1;
-    static thread_local constinit SYSTEMTIME t_fields{};
-    if (now.tv_sec != t_second) {
-        const std::int64_t seconds = std::int64_t{now.tv_sec} + calendar::kSecondsFrom1601To1970;
-        // No clock of a computer that runs this is outside the calendar.
-        (void)calendar::fromTicks(seconds * calendar::kTicksPerSecond, t_fields);
-        t_second = now.tv_sec;
+    if (now.tv_sec != t_second.number) {
+        begin(now.tv_sec);
     }
-    *time = t_fields;
-    time->wMilliseconds = static_cast<WORD>(now.tv_nsec / 1000000);
-}
-
-BOOL SystemTimeToFileTime(const SYSTEMTIME* time, FILETIME* result) {
-    std::int64_t ticks = 0;
-    if (!calendar::toTicks(*time, ticks)) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return FALSE;
-    }
-    *result = calendar::split(static_cast<std::uint64_t>(ticks));
-    return TRUE;
-}
-
-BOOL FileTimeToSystemTime(const FILETIME* time, SYSTEMTIME* result) {
-    if (!calendar::fromTicks(static_cast<std::int64_t>(calendar::join(*time)), *result)) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return FALSE;
-    }
-    return TRUE;
+    *time = t_second.fields;
+    time->wMilliseconds = static_cast<WORD>(static_cast<std::uint32_t>(now.tv_nsec) / 1000000);
 }
 
 BOOL FileTimeToLocalFileTime(const FILETIME* time, FILETIME* result) {

@@ -127,14 +127,11 @@ LCID numberOf(std::string_view name) {
 }  // namespace Tallowmere::platform::language
 
 namespace Tallowmere::platform::standin {
+namespace {
 
-LCID GetThreadLocale() {
-    const char* const name = nl_langinfo(NL_LOCALE_NAME(LC_TIME));
-    if (name[0] == 'C' && name[1] == '\0') {
-        return 0x0409;
-    }
-    // Asked for each trace line, so the last answer is kept. The name's address says nothing: the
-    // memory of a locale that was given up is used again.
+/// Asked for each trace line, so the last answer is kept. The name's address says nothing: the
+/// memory of a locale that was given up is used again.
+[[gnu::noinline]] LCID numberOfNamed(const char* name) {
     constexpr std::size_t kNameAtMost = 32;
     static thread_local constinit char t_name[kNameAtMost]{};
     static thread_local constinit LCID t_number = 0;
@@ -148,6 +145,13 @@ LCID GetThreadLocale() {
         t_number = number;
     }
     return t_number;
+}
+
+}  // namespace
+
+[[gnu::hot]] LCID GetThreadLocale() {
+    const char* const name = nl_langinfo(NL_LOCALE_NAME(LC_TIME));
+    return name[0] == 'C' && name[1] == '\0' ? 0x0409 : numberOfNamed(name);
 }
 
 }  // namespace Tallowmere::platform::standin

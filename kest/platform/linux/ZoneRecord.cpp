@@ -16,7 +16,7 @@
 namespace Tallowmere::platform::zone {
 namespace {
 
-constexpr std::time_t kDay = 24 * 60 * 60;
+constexpr std::time_t kDay = std::time_t{24} * 60 * 60;
 
 tm localTime(std::time_t at) {
     tm local{};
@@ -84,7 +84,7 @@ struct MachineSetting {
 
 MachineSetting machineSetting() {
     MachineSetting setting;
-    struct stat file{};
+    struct stat file {};
     if (stat("/etc/localtime", &file) == 0) {
         setting.device = file.st_dev;
         setting.file = file.st_ino;

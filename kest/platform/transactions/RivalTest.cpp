@@ -289,9 +289,9 @@ TEST_P(KilledRivalTest, OneIsKilledWhileTheOtherWorks) {
     std::cout << races << " races, " << done << " of " << races << " done\n";
 }
 
-/// Whether a machine that runs short or a disk that breaks may give that error once. A primitive
-/// that says yes or no cannot say that it does not know; one that denies access, or says that
-/// somebody holds the lock, is believed.
+/// Whether a machine that runs short or a disk that breaks may give that error once, and then the
+/// next answer is a true one. A primitive that says yes or no cannot say that it does not know, and
+/// one that denies access may be right. A lock that somebody holds says that the owner lives.
 bool isPassing(Primitive primitive, DWORD error) {
     switch (primitive) {
         case Primitive::SameVolume:

@@ -66,29 +66,21 @@ std::wstring Stage::newSlot() {
     return L"slot-" + std::to_wstring(m_slots++);
 }
 
-DWORD Stage::discard() {
-    DWORD first = ERROR_SUCCESS;
-    const auto note = [&](DWORD error) {
-        if (first == ERROR_SUCCESS && error != ERROR_FILE_NOT_FOUND) {
-            first = error;
-        }
-    };
+void Stage::discard() {
     std::unique_ptr<Listing> listing;
-    DWORD error = m_disk.list(m_directory, listing);
-    if (error != ERROR_SUCCESS) {
-        return error;
+    if (m_disk.list(m_directory, listing) != ERROR_SUCCESS) {
+        return;
     }
     std::vector<std::wstring> names;
     Record record;
-    while ((error = listing->next(record)) == ERROR_SUCCESS) {
+    while (listing->next(record) == ERROR_SUCCESS) {
         names.push_back(record.name);
     }
     listing.reset();
     for (const std::wstring& name : names) {
-        note(removeTree(m_disk, m_directory, name));
+        (void)removeTree(m_disk, m_directory, name);
     }
-    note(m_disk.removeLocked(m_where, m_name, std::move(m_lock)));
-    return first;
+    (void)m_disk.removeLocked(m_where, m_name, std::move(m_lock));
 }
 
 namespace {
@@ -201,7 +193,7 @@ DWORD meetStage(Disk& disk, const DirectoryPtr& where, const std::wstring& name,
         error = finish(disk, where, stage.m_directory, journal);
     }
     if (error == ERROR_SUCCESS) {
-        (void)stage.discard();
+        stage.discard();
     }
     // An orphan that is only to be destroyed is in nobody's way.
     return isCommitted ? error : DWORD{ERROR_SUCCESS};

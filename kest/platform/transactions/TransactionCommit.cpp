@@ -28,7 +28,10 @@ void Transaction::end(State state) {
     if (m_stage != nullptr) {
         if (!m_keepsStage) {
             // What cannot be removed now stays an orphan, and is removed by whoever comes next.
-            (void)errorOf([&] { return m_stage->discard(); });
+            (void)errorOf([&] {
+                m_stage->discard();
+                return DWORD{ERROR_SUCCESS};
+            });
         }
         m_stage.reset();
     }
@@ -179,7 +182,10 @@ DWORD Transaction::settleStage(ChangedDirectories& directories) {
     // On failure everything is rolled back, whichever of the two it stands in.
     std::swap(m_stage, settled);
     if (settled != nullptr) {
-        (void)errorOf([&] { return settled->discard(); });
+        (void)errorOf([&] {
+            settled->discard();
+            return DWORD{ERROR_SUCCESS};
+        });
     }
     m_stageWhere = foldPath(first.text);
     return error;

@@ -35,6 +35,10 @@ OutputFile::int_type OutputFile::overflow(int_type byte) {
 }
 
 std::streamsize OutputFile::xsputn(const char* bytes, std::streamsize count) {
+    return write(bytes, count);
+}
+
+std::streamsize OutputFile::write(const char* bytes, std::streamsize count) {
     if (m_file == nullptr) {
         return 0;
     }

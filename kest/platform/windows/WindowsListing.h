@@ -17,7 +17,7 @@ transactions::Kind kindOf(DWORD attributes, DWORD reparseTag);
 DWORD tagOf(DWORD attributes, DWORD reparseTag);
 
 /// How much of a directory is read ahead: the names of some ten thousand entries.
-inline constexpr std::size_t kListingPiece = 1024 * 1024;
+inline constexpr std::size_t kListingPiece = std::size_t{1024} * 1024;
 
 /// Lists the directory at a path in the system's form. `hidden` is one name that is left out, or
 /// empty. What fits into a piece is read at once, so that no search stays open: an open one keeps

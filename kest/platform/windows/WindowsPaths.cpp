@@ -72,12 +72,12 @@ DWORD appendShare(std::wstring_view rest, std::wstring& text) {
 DWORD appendDrive(std::wstring_view rest, std::wstring& text) {
     text.assign(1, rest[0] >= L'a' ? static_cast<wchar_t>(rest[0] - L'a' + L'A') : rest[0]);
     text += L':';
-    rest.remove_prefix(2);
-    if (!rest.empty() && rest[0] != L'\\') {
+    std::wstring_view behind = rest.substr(2);
+    if (!behind.empty() && behind[0] != L'\\') {
         return ERROR_INVALID_NAME;
     }
-    rest.remove_prefix(rest.empty() ? 0 : 1);
-    return append(rest, text);
+    behind.remove_prefix(behind.empty() ? 0 : 1);
+    return append(behind, text);
 }
 
 /// The text of a path behind its prefix.

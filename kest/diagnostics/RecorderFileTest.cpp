@@ -45,11 +45,16 @@ private:
     ScopedCall<&Calls::GetFileAttributesExW> m_attributes;
 };
 
-class RecorderFileTest : public ::testing::Test {
+/// Lines go there in pieces, or by what a log statement calls.
+class RecorderFileTest : public ::testing::TestWithParam<bool> {
 protected:
     static Recorder& trace() { return *Recorder::instance(); }
 
     static void logLine(const std::wstring& message) {
+        if (GetParam()) {
+            (trace().begin(Recorder::Severity::Warning, "x", 1) << message).end();
+            return;
+        }
         trace() << L"!~Sev:WARNING" << L"!~Fil:" << "x" << L"!~Lin:" << 1 << message << '\n';
         trace().flush();
     }
@@ -78,7 +83,7 @@ protected:
     ScratchFile file;
 };
 
-TEST_F(RecorderFileTest, WritesLinesToTheFileAsTheyEnd) {
+TEST_P(RecorderFileTest, WritesLinesToTheFileAsTheyEnd) {
     std::ofstream(file.name()) << "old text\n";
     trace().setFile(file.path().c_str());
     EXPECT_TRUE(trace().isStreamSet());
@@ -89,7 +94,7 @@ TEST_F(RecorderFileTest, WritesLinesToTheFileAsTheyEnd) {
     EXPECT_EQ(line("hello") + line("again"), file.text());
 }
 
-TEST_F(RecorderFileTest, LeavesTheConsoleAlone) {
+TEST_P(RecorderFileTest, LeavesTheConsoleAlone) {
     std::wostringstream console;
     std::wstreambuf* const before = std::wcout.rdbuf(console.rdbuf());
     trace().setFile(file.path().c_str());
@@ -98,7 +103,7 @@ TEST_F(RecorderFileTest, LeavesTheConsoleAlone) {
     EXPECT_EQ(L"", console.str());
 }
 
-TEST_F(RecorderFileTest, WritesNamesOfEveryLanguage) {
+TEST_P(RecorderFileTest, WritesNamesOfEveryLanguage) {
     trace().setFile(file.path().c_str());
     logLine(L"Reading file D:\\\u00DCbung\\\u65E5\u672C\\\U0001F600.txt");
     logLine(L"ascii");
@@ -108,7 +113,7 @@ TEST_F(RecorderFileTest, WritesNamesOfEveryLanguage) {
               file.text());
 }
 
-TEST_F(RecorderFileTest, WritesAPairOfSurrogatesAcrossPieces) {
+TEST_P(RecorderFileTest, WritesAPairOfSurrogatesAcrossPieces) {
     trace().setFile(file.path().c_str());
     const wchar_t high[] = {static_cast<wchar_t>(0xD83D), 0};
     const wchar_t low[] = {static_cast<wchar_t>(0xDE00), 0};
@@ -117,7 +122,7 @@ TEST_F(RecorderFileTest, WritesAPairOfSurrogatesAcrossPieces) {
     EXPECT_EQ("\xF0\x9F\x98\x80\xEF\xBF\xBD\n", file.text());
 }
 
-TEST_F(RecorderFileTest, CutsThePathToTheLowBytes) {
+TEST_P(RecorderFileTest, CutsThePathToTheLowBytes) {
     std::wstring path = file.path();
     for (wchar_t& c : path) {
         // The separators stay, so that the folder is found.
@@ -131,7 +136,7 @@ TEST_F(RecorderFileTest, CutsThePathToTheLowBytes) {
     EXPECT_EQ(line("hello"), file.text());
 }
 
-TEST_F(RecorderFileTest, UnderstandsBothSeparators) {
+TEST_P(RecorderFileTest, UnderstandsBothSeparators) {
     std::wstring path = file.path();
     std::replace(path.begin(), path.end(), L'/', L'\\');
     trace().setFile(path.c_str());
@@ -139,7 +144,7 @@ TEST_F(RecorderFileTest, UnderstandsBothSeparators) {
     EXPECT_EQ(line("hello"), file.text());
 }
 
-TEST_F(RecorderFileTest, LosesTheTraceOfAFileThatCannotBeOpened) {
+TEST_P(RecorderFileTest, LosesTheTraceOfAFileThatCannotBeOpened) {
     std::wostringstream console;
     std::wstreambuf* const before = std::wcout.rdbuf(console.rdbuf());
     const std::wstring folder = std::filesystem::temp_directory_path().wstring();
@@ -162,14 +167,14 @@ TEST_F(RecorderFileTest, LosesTheTraceOfAFileThatCannotBeOpened) {
     EXPECT_FALSE(file.exists());
 }
 
-TEST_F(RecorderFileTest, TakesTheMutexWhileItOpens) {
+TEST_P(RecorderFileTest, TakesTheMutexWhileItOpens) {
     trace();
     const CallLog log(platform::testing::Sync);
     trace().setFile(file.path().c_str());
     EXPECT_EQ(std::vector<std::wstring>({L"WaitForSingleObject", L"ReleaseMutex"}), log.names());
 }
 
-TEST_F(RecorderFileTest, LooksAtTheSizeOnEveryTenthFlush) {
+TEST_P(RecorderFileTest, LooksAtTheSizeOnEveryTenthFlush) {
     trace().setFile(file.path().c_str());
     const FixedSize size(0, kLimit - 1);
     logLines(9);
@@ -184,7 +189,7 @@ TEST_F(RecorderFileTest, LooksAtTheSizeOnEveryTenthFlush) {
     EXPECT_EQ(lines(1, 9) + line("1") + lines(1, 9) + line("1"), file.text());
 }
 
-TEST_F(RecorderFileTest, LooksAtNoSizeWithoutAPath) {
+TEST_P(RecorderFileTest, LooksAtNoSizeWithoutAPath) {
     std::wostringstream stream;
     trace().setStream(&stream, nullptr, false);
     const FixedSize size(0, kLimit);
@@ -192,7 +197,7 @@ TEST_F(RecorderFileTest, LooksAtNoSizeWithoutAPath) {
     EXPECT_EQ(0, size.looks());
 }
 
-TEST_F(RecorderFileTest, GoesOnWhenTheSizeCannotBeRead) {
+TEST_P(RecorderFileTest, GoesOnWhenTheSizeCannotBeRead) {
     trace().setFile(file.path().c_str());
     const ScopedCall<&Calls::GetFileAttributesExW> attributes(
         [](const wchar_t*, GET_FILEEX_INFO_LEVELS, void* data) {
@@ -204,7 +209,7 @@ TEST_F(RecorderFileTest, GoesOnWhenTheSizeCannotBeRead) {
     EXPECT_EQ(lines(1, 20), file.text());
 }
 
-TEST_F(RecorderFileTest, EmptiesAFileThatHasReachedTheLimit) {
+TEST_P(RecorderFileTest, EmptiesAFileThatHasReachedTheLimit) {
     trace().setFile(file.path().c_str());
     logLines(1);
     file.grow(kLimit);
@@ -217,7 +222,7 @@ TEST_F(RecorderFileTest, EmptiesAFileThatHasReachedTheLimit) {
     EXPECT_EQ(kRolledOver + line("next"), file.text());
 }
 
-TEST_F(RecorderFileTest, LeavesAFileThatIsOneByteShort) {
+TEST_P(RecorderFileTest, LeavesAFileThatIsOneByteShort) {
     trace().setFile(file.path().c_str());
     logLines(1);
     file.grow(kLimit - 1);
@@ -225,7 +230,7 @@ TEST_F(RecorderFileTest, LeavesAFileThatIsOneByteShort) {
     EXPECT_EQ(kLimit - 1, file.bytes().size());
 }
 
-TEST_F(RecorderFileTest, CountsTheFlushInsideARollOver) {
+TEST_P(RecorderFileTest, CountsTheFlushInsideARollOver) {
     trace().setFile(file.path().c_str());
     logLines(9);
     {
@@ -241,7 +246,7 @@ TEST_F(RecorderFileTest, CountsTheFlushInsideARollOver) {
     EXPECT_EQ(kRolledOver + lines(1, 8) + line("ninth"), file.text());
 }
 
-TEST_F(RecorderFileTest, ShiftsTheHighHalfOfTheSizeBySixteen) {
+TEST_P(RecorderFileTest, ShiftsTheHighHalfOfTheSizeBySixteen) {
     trace().setFile(file.path().c_str());
     {
         // 159 * 65536 is one step below the limit, whatever it means in gigabytes.
@@ -255,7 +260,7 @@ TEST_F(RecorderFileTest, ShiftsTheHighHalfOfTheSizeBySixteen) {
     EXPECT_EQ(kRolledOver, file.text());
 }
 
-TEST_F(RecorderFileTest, KeepsTheFirstFileButRollsOverIntoTheSecond) {
+TEST_P(RecorderFileTest, KeepsTheFirstFileButRollsOverIntoTheSecond) {
     const ScratchFile second;
     trace().setFile(file.path().c_str());
     trace().setFile(second.path().c_str());
@@ -271,7 +276,7 @@ TEST_F(RecorderFileTest, KeepsTheFirstFileButRollsOverIntoTheSecond) {
     EXPECT_EQ(kRolledOver + line("next"), second.text());
 }
 
-TEST_F(RecorderFileTest, LooksAtTheSecondFileThatOthersWrite) {
+TEST_P(RecorderFileTest, LooksAtTheSecondFileThatOthersWrite) {
     const ScratchFile second;
     std::ofstream(second.name()) << "theirs";
     second.grow(kLimit);
@@ -282,7 +287,7 @@ TEST_F(RecorderFileTest, LooksAtTheSecondFileThatOthersWrite) {
     EXPECT_EQ(kRolledOver, second.text());
 }
 
-TEST_F(RecorderFileTest, LosesTheTraceWhenTheFileCannotBeOpenedAgain) {
+TEST_P(RecorderFileTest, LosesTheTraceWhenTheFileCannotBeOpenedAgain) {
     trace().setFile(file.path().c_str());
     const std::wstring noFolder = file.path() + L"/none/trace.log";
     trace().setFile(noFolder.c_str());
@@ -292,7 +297,7 @@ TEST_F(RecorderFileTest, LosesTheTraceWhenTheFileCannotBeOpenedAgain) {
     EXPECT_EQ(lines(1, 10), file.text());
 }
 
-TEST_F(RecorderFileTest, GivesUpTheMutexInTheFlushInsideARollOver) {
+TEST_P(RecorderFileTest, GivesUpTheMutexInTheFlushInsideARollOver) {
     trace().setFile(file.path().c_str());
     logLines(9);
     const FixedSize size(0, kLimit);
@@ -309,7 +314,7 @@ TEST_F(RecorderFileTest, GivesUpTheMutexInTheFlushInsideARollOver) {
     EXPECT_FALSE(released);
 }
 
-TEST_F(RecorderFileTest, GivesUpTwoLevelsOfTheMutexInARollOver) {
+TEST_P(RecorderFileTest, GivesUpTwoLevelsOfTheMutexInARollOver) {
     trace().setFile(file.path().c_str());
     logLines(8);
     trace() << L"!~Sev:INFO" << L"!~Sev:INFO";
@@ -326,7 +331,7 @@ TEST_F(RecorderFileTest, GivesUpTwoLevelsOfTheMutexInARollOver) {
     EXPECT_FALSE(released);
 }
 
-TEST_F(RecorderFileTest, RollsOverInAFlushThatEndsNoLine) {
+TEST_P(RecorderFileTest, RollsOverInAFlushThatEndsNoLine) {
     trace().setFile(file.path().c_str());
     const FixedSize size(0, kLimit);
     trace() << "piece\n";
@@ -363,7 +368,7 @@ private:
     Notes& m_notes;
 };
 
-TEST_F(RecorderFileTest, LeavesACallersStreamForTheFileInARollOver) {
+TEST_P(RecorderFileTest, LeavesACallersStreamForTheFileInARollOver) {
     Notes notes;
     NotedLock lock(notes);
     trace().setStream(new NotedStream(notes), &lock, true);
@@ -381,7 +386,7 @@ TEST_F(RecorderFileTest, LeavesACallersStreamForTheFileInARollOver) {
     EXPECT_EQ(9, notes.unlocks);
 }
 
-TEST_F(RecorderFileTest, DoesNotDeleteAStreamThatItDoesNotOwnInARollOver) {
+TEST_P(RecorderFileTest, DoesNotDeleteAStreamThatItDoesNotOwnInARollOver) {
     std::wostringstream stream;
     trace().setStream(&stream, nullptr, false);
     trace().setFile(file.path().c_str());
@@ -403,7 +408,7 @@ std::wostream& operator<<(std::wostream& out, const Talkative&) {
     return out << L"value";
 }
 
-TEST_F(RecorderFileTest, DoesNotRollOverInTheMidstOfAPiece) {
+TEST_P(RecorderFileTest, DoesNotRollOverInTheMidstOfAPiece) {
     trace().setFile(file.path().c_str());
     logLines(8);
     const FixedSize size(0, kLimit);
@@ -415,7 +420,7 @@ TEST_F(RecorderFileTest, DoesNotRollOverInTheMidstOfAPiece) {
     EXPECT_EQ(lines(1, 8) + inner + inner + "value\n", file.text());
 }
 
-TEST_F(RecorderFileTest, GoesOnAfterAPieceThatFailedTheStream) {
+TEST_P(RecorderFileTest, GoesOnAfterAPieceThatFailedTheStream) {
     struct Failing {
         static std::wostream& fail(std::wostream& out) {
             out.setstate(std::ios_base::badbit);
@@ -432,6 +437,8 @@ TEST_F(RecorderFileTest, GoesOnAfterAPieceThatFailedTheStream) {
     begun.pop_back();
     EXPECT_EQ(begun + line("next"), file.text());
 }
+
+INSTANTIATE_TEST_SUITE_P(PiecesAndStatements, RecorderFileTest, ::testing::Bool());
 
 }  // namespace
 }  // namespace Tallowmere

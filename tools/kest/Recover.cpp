@@ -47,7 +47,7 @@ std::wstring lookAt(const std::wstring& folder, TraceTap& trace) {
         return trace.messageOf(error);
     }
     // That the name is not there is told as an error, too.
-    const std::wstring error = trace.lastError();
+    std::wstring error = trace.lastError();
     trace.forgetMessages();
     return error;
 }

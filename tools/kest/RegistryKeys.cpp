@@ -49,6 +49,7 @@ bool readKey(const std::wstring& argument, Registry::Hive& hive, std::wstring& p
 void sayNames(const Call& call, const std::vector<std::wstring>& lines) {
     if (call.has(L"--json")) {
         std::vector<std::string> values;
+        values.reserve(lines.size());
         for (const std::wstring& line : lines) {
             values.push_back(json::text(line));
         }

@@ -111,6 +111,9 @@ bool fromTicks(std::int64_t ticks, SYSTEMTIME& time) {
     const std::uint32_t seconds = clock / 1000;
     const std::uint32_t minutes = seconds / 60;
     const std::uint32_t hours = minutes / 60;
+    // In the same way as a date's parts; exact for some thousand million days.
+    constexpr std::uint32_t kOverWeek = 613566757;  // 2^32 / 7
+    const std::uint64_t weekday = std::uint64_t{7} * (kOverWeek * (days + 1)) >> 32;
     // Half of the fields at once: they are read again before eight stores would be through.
     const auto four = [](std::uint64_t first, std::uint64_t second, std::uint64_t third,
                          std::uint64_t fourth) {
@@ -118,7 +121,7 @@ bool fromTicks(std::int64_t ticks, SYSTEMTIME& time) {
     };
     static_assert(std::endian::native == std::endian::little && sizeof(SYSTEMTIME) == 16);
     const std::uint64_t halves[] = {
-        four(date.year, date.month, (days + 1) % 7, date.day),
+        four(date.year, date.month, weekday, date.day),
         four(hours, minutes - 60 * hours, seconds - 60 * minutes, clock - 1000 * seconds)};
     std::memcpy(&time, halves, sizeof(time));
     return true;

@@ -58,6 +58,7 @@ TEST(Calendar, TicksAndFieldsGoThereAndBack) {
             SYSTEMTIME back{};
             ASSERT_TRUE(fromTicks(ticks, back));
             ASSERT_EQ(year, back.wYear);
+            ASSERT_EQ(weekdayOf(ticks / kTicksPerDay), back.wDayOfWeek);
             ASSERT_EQ(month, back.wMonth);
             ASSERT_EQ(28, back.wDay);
             ASSERT_EQ(13, back.wHour);

@@ -14,9 +14,11 @@
 #include <cstring>
 #include <filesystem>
 #include <string>
+#include <thread>
 
 #include "kest/platform/Calls.h"
 #include "kest/platform/HandleTable.h"
+#include "kest/platform/TimesUnread.h"
 #include "kest/platform/linux/FinalPath.h"
 #include "kest/platform/linux/Names.h"
 #include "kest/platform/testing/TempTree.h"
@@ -148,8 +150,7 @@ TEST_F(LinuxFiles, EveryNameOnDiskIsReachedAndComesBack) {
                                    "a|b", "\xC3\xA4 \xE6\x97\xA5", "trailing. ", "x (deleted)"}) {
         tree.write(name + "/" + name, "x");
         EXPECT_EQ(FILE_ATTRIBUTE_ARCHIVE, attributes(wide(name + "/" + name))) << name;
-        EXPECT_EQ(L"\\\\?\\" + wide(name + "/" + name), finalPath(wide(name + "/" + name)))
-            << name;
+        EXPECT_EQ(L"\\\\?\\" + wide(name + "/" + name), finalPath(wide(name + "/" + name))) << name;
         EXPECT_EQ(L"\\\\?\\" + wide(name), finalPath(wide(name))) << name;
     }
     EXPECT_EQ(ERROR_INVALID_NAME, attributesError(L"/tmp/\xD800"));
@@ -253,6 +254,23 @@ TEST_F(LinuxFiles, TheTimesAreThoseOfTheFile) {
     EXPECT_EQ(12879041490U * 10000000 + 9999999, ticks(data.ftLastWriteTime));
     // Either when it was made, later than what it was set to, or the last write.
     EXPECT_GE(ticks(data.ftCreationTime), ticks(data.ftLastWriteTime));
+}
+
+TEST_F(LinuxFiles, TimesThatNobodyReadsAreNotThereAndAllElseIs) {
+    tree.write("file", "four");
+    {
+        const TimesUnread outer;
+        { const TimesUnread inner; }
+        ASSERT_EQ(DWORD{FILE_ATTRIBUTE_ARCHIVE}, attributes(wide("file")));
+        EXPECT_EQ(4U, data.nFileSizeLow);
+        EXPECT_EQ(0U, data.ftLastWriteTime.dwHighDateTime);
+        EXPECT_EQ(0U, data.ftCreationTime.dwHighDateTime);
+        // Another thread reads them.
+        std::thread([&] { ASSERT_NE(INVALID_FILE_ATTRIBUTES, attributes(wide("file"))); }).join();
+        EXPECT_NE(0U, data.ftLastWriteTime.dwHighDateTime);
+    }
+    ASSERT_NE(INVALID_FILE_ATTRIBUTES, attributes(wide("file")));
+    EXPECT_NE(0U, data.ftLastWriteTime.dwHighDateTime);
 }
 
 TEST_F(LinuxFiles, AFileThatMayNotBeReadCanStillBeNamed) {

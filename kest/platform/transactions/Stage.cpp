@@ -111,10 +111,6 @@ DWORD finish(Disk& disk, const DirectoryPtr& where, const DirectoryPtr& stage,
     return error == ERROR_SUCCESS ? removeJournal(disk, stage) : error;
 }
 
-}  // namespace
-
-namespace {
-
 /// Whether an error says nothing about an entry, but that the machine runs short or the disk
 /// breaks. What was to be looked at may then be an orphan with a journal, and who went on from
 /// there would build on what is neither old nor new, and see it changed once more by the next who

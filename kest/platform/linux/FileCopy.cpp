@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <vector>
@@ -23,20 +24,71 @@ bool isSystemNamespace(const char* name) {
     return std::strncmp(name, "security.", 9) == 0 || std::strncmp(name, "trusted.", 8) == 0;
 }
 
+/// What attributes belong to: an open descriptor, or one that was opened for its place alone (a
+/// FIFO is never opened otherwise) and is then called by the name that the system has for it.
+class Node {
+public:
+    explicit Node(int descriptor) : m_descriptor(descriptor) {}
+    static Node ofPlace(int descriptor) {
+        Node node(descriptor);
+        node.m_isPlace = true;
+        std::snprintf(node.m_path, sizeof node.m_path, "/proc/self/fd/%d", descriptor);
+        return node;
+    }
+    ssize_t list(char* names, std::size_t size) const {
+        return m_isPlace ? listxattr(m_path, names, size) : flistxattr(m_descriptor, names, size);
+    }
+    ssize_t get(const char* name, char* value, std::size_t size) const {
+        return m_isPlace ? getxattr(m_path, name, value, size)
+                         : fgetxattr(m_descriptor, name, value, size);
+    }
+    int set(const char* name, const char* value, std::size_t size) const {
+        return m_isPlace ? setxattr(m_path, name, value, size, 0)
+                         : fsetxattr(m_descriptor, name, value, size, 0);
+    }
+    int status(struct stat& status) const { return fstat(m_descriptor, &status); }
+    int setMode(mode_t mode) const {
+        return m_isPlace ? chmod(m_path, mode) : fchmod(m_descriptor, mode);
+    }
+
+private:
+    int m_descriptor;
+    bool m_isPlace = false;
+    char m_path[32] = {};
+};
+
+/// Even its owner sets attributes only of what he may write: lends him that right. The mode has to
+/// be put right afterwards, which is told by `isLent`. Returns 0 or an errno value.
+int setAttribute(const Node& to, const char* name, const char* value, std::size_t size,
+                 bool& isLent) {
+    if (to.set(name, value, size) == 0) {
+        return 0;
+    }
+    struct stat made {};
+    if (errno != EACCES || to.status(made) != 0 || (made.st_mode & S_IWUSR) != 0) {
+        return errno;
+    }
+    if (to.setMode((made.st_mode & 07777) | S_IWUSR) != 0) {
+        return errno;
+    }
+    isLent = true;
+    return to.set(name, value, size) == 0 ? 0 : errno;
+}
+
 /// Extended attributes, access lists among them. Those that only the system may set are kept where
 /// it lets us; any other that cannot be kept is a failure, since a copy without it would lose
 /// something.
-int copyAttributes(int from, int to) {
+int copyAttributes(const Node& from, const Node& to, bool& isLent) {
     std::array<char, 1024> few;
-    ssize_t size = flistxattr(from, few.data(), few.size());
+    ssize_t size = from.list(few.data(), few.size());
     std::vector<char> many;
     const char* names = few.data();
     while (size < 0 && errno == ERANGE) {
-        size = flistxattr(from, nullptr, 0);
+        size = from.list(nullptr, 0);
         if (size >= 0) {
             many.resize(static_cast<std::size_t>(size) + 256);
             names = many.data();
-            size = flistxattr(from, many.data(), many.size());
+            size = from.list(many.data(), many.size());
         }
     }
     if (size < 0) {
@@ -44,10 +96,10 @@ int copyAttributes(int from, int to) {
     }
     std::vector<char> value;
     for (const char* name = names; name < names + size; name += std::strlen(name) + 1) {
-        ssize_t length = fgetxattr(from, name, nullptr, 0);
+        ssize_t length = from.get(name, nullptr, 0);
         if (length >= 0) {
             value.resize(static_cast<std::size_t>(length) + 1);
-            length = fgetxattr(from, name, value.data(), value.size());
+            length = from.get(name, value.data(), value.size());
         }
         if (length < 0) {
             if (errno == ENODATA || isSystemNamespace(name)) {
@@ -55,10 +107,48 @@ int copyAttributes(int from, int to) {
             }
             return errno;
         }
-        if (fsetxattr(to, name, value.data(), static_cast<std::size_t>(length), 0) != 0 &&
-            !isSystemNamespace(name)) {
+        const int error =
+            setAttribute(to, name, value.data(), static_cast<std::size_t>(length), isLent);
+        if (error != 0 && !isSystemNamespace(name)) {
+            return error;
+        }
+    }
+    return 0;
+}
+
+/// Whether an error of changing the owner says that this owner is not to be had: it is not for the
+/// process to set, has no number in its user namespace, or the volume knows no owners.
+bool isOwnerRefused(int error) {
+    return error == EPERM || error == EINVAL || error == EOVERFLOW || error == ENOSYS ||
+           error == EOPNOTSUPP;
+}
+
+/// Sets one of the two or both by `change`, as far as the process may. `missed` takes the bits of a
+/// mode that lend the rights of who could not be made owner or group.
+template <class Change>
+int copyOwnerBy(const Change& change, const struct stat& wanted, uid_t owner, gid_t group,
+                mode_t& missed) {
+    constexpr auto kSameUser = static_cast<uid_t>(-1);
+    constexpr auto kSameGroup = static_cast<gid_t>(-1);
+    missed = 0;
+    if ((wanted.st_uid == owner && wanted.st_gid == group) ||
+        change(wanted.st_uid, wanted.st_gid) == 0) {
+        return 0;
+    }
+    if (!isOwnerRefused(errno)) {
+        return errno;
+    }
+    if (wanted.st_uid != owner && change(wanted.st_uid, kSameGroup) != 0) {
+        if (!isOwnerRefused(errno)) {
             return errno;
         }
+        missed |= S_ISUID;
+    }
+    if (wanted.st_gid != group && change(kSameUser, wanted.st_gid) != 0) {
+        if (!isOwnerRefused(errno)) {
+            return errno;
+        }
+        missed |= S_ISGID;
     }
     return 0;
 }
@@ -67,28 +157,12 @@ int copyAttributes(int from, int to) {
 /// Our choice: the bits of `mode` that lend whoever starts the file its owner's or its group's
 /// rights go where it did not get that owner or group, whose rights nobody meant to lend.
 int copyOwner(const struct stat& wanted, uid_t owner, gid_t group, int to, mode_t& mode) {
-    if (wanted.st_uid == owner && wanted.st_gid == group) {
-        return 0;
-    }
-    if (fchown(to, wanted.st_uid, wanted.st_gid) == 0) {
-        return 0;
-    }
-    if (errno != EPERM) {
-        return errno;
-    }
-    if (wanted.st_uid != owner) {
-        mode &= ~static_cast<mode_t>(S_ISUID);
-    }
-    if (fchown(to, static_cast<uid_t>(-1), wanted.st_gid) == 0) {
-        return 0;
-    }
-    if (errno != EPERM) {
-        return errno;
-    }
-    if (wanted.st_gid != group) {
-        mode &= ~static_cast<mode_t>(S_ISGID);
-    }
-    return 0;
+    mode_t missed = 0;
+    const int error =
+        copyOwnerBy([&](uid_t user, gid_t members) { return fchown(to, user, members); }, wanted,
+                    owner, group, missed);
+    mode &= ~missed;
+    return error;
 }
 
 int writeAll(int to, const char* data, std::size_t size, off_t at) {
@@ -254,11 +328,12 @@ int copyInto(int from, int to, const struct stat& status, NewFileDefaults& defau
     if (error == 0) {
         error = copyOwner(status, defaults.owner, defaults.group, to, mode);
     }
+    bool isLent = false;
     if (error == 0) {
-        error = copyAttributes(from, to);
+        error = copyAttributes(Node(from), Node(to), isLent);
     }
     // After the owner, whose change takes the special bits away.
-    if (error == 0 && ((mode & defaults.mask) != 0 || (mode & ~kRights) != 0) &&
+    if (error == 0 && (isLent || (mode & defaults.mask) != 0 || (mode & ~kRights) != 0) &&
         fchmod(to, mode) != 0) {
         error = errno;
     }
@@ -305,15 +380,46 @@ int copySpecial(const struct stat& status, int to, const char* newName) {
     return mknodat(to, newName, status.st_mode, status.st_rdev) != 0 ? errno : 0;
 }
 
-/// What a link, a FIFO, a socket or a device keeps besides being there.
-int finishUnopened(const struct stat& status, int to, const char* newName) {
-    if (fchownat(to, newName, status.st_uid, status.st_gid, AT_SYMLINK_NOFOLLOW) != 0 &&
-        errno != EPERM) {
+/// What a FIFO, a socket or a device keeps of its attributes, above all its access list: the mode
+/// alone would give the group what the list gives to others.
+int copySpecialAttributes(int from, const char* name, const struct stat& status, int to,
+                          const char* newName) {
+    constexpr int kPlace = O_PATH | O_NOFOLLOW | O_CLOEXEC;
+    const Descriptor source(openat(from, name, kPlace));
+    const Descriptor copy(openat(to, newName, kPlace));
+    struct stat found {};
+    if (!source || !copy || fstat(source.get(), &found) != 0) {
         return errno;
     }
-    // It stands in a directory of ours, so nobody can have put a link in its place.
-    if (!S_ISLNK(status.st_mode) && fchmodat(to, newName, status.st_mode & 07777, 0) != 0) {
-        return errno;
+    if (found.st_dev != status.st_dev || found.st_ino != status.st_ino) {
+        // Not what it was a moment ago.
+        return EBUSY;
+    }
+    bool isLent = false;
+    const int error =
+        copyAttributes(Node::ofPlace(source.get()), Node::ofPlace(copy.get()), isLent);
+    // Without /proc there is no way to ask, and nearly none has any.
+    return error == ENOENT ? 0 : error;
+}
+
+/// What a link, a FIFO, a socket or a device keeps besides being there.
+int finishUnopened(int from, const char* name, const struct stat& status, int to,
+                   const char* newName) {
+    mode_t missed = 0;
+    int error = copyOwnerBy(
+        [&](uid_t user, gid_t members) {
+            return fchownat(to, newName, user, members, AT_SYMLINK_NOFOLLOW);
+        },
+        status, static_cast<uid_t>(-1), static_cast<gid_t>(-1), missed);
+    if (error == 0 && !S_ISLNK(status.st_mode)) {
+        error = copySpecialAttributes(from, name, status, to, newName);
+        // It stands in a directory of ours, so nobody can have put a link in its place.
+        if (error == 0 && fchmodat(to, newName, status.st_mode & 07777, 0) != 0) {
+            error = errno;
+        }
+    }
+    if (error != 0) {
+        return error;
     }
     const struct timespec times[2] = {status.st_atim, status.st_mtim};
     return utimensat(to, newName, times, AT_SYMLINK_NOFOLLOW) != 0 ? errno : 0;
@@ -337,7 +443,7 @@ int copyEntry(int from, const char* name, int to, const char* newName, bool isRe
             if (error != 0) {
                 return error;
             }
-            error = finishUnopened(status, to, newName);
+            error = finishUnopened(from, name, status, to, newName);
             if (error != 0) {
                 (void)unlinkat(to, newName, 0);
             }
@@ -367,10 +473,11 @@ int copyDirectoryMetadata(int from, int to) {
     const mode_t mode = status.st_mode & 07777;
     mode_t lending = mode;
     int error = copyOwner(status, made.st_uid, made.st_gid, to, lending);
+    bool isLent = false;
     if (error == 0) {
-        error = copyAttributes(from, to);
+        error = copyAttributes(Node(from), Node(to), isLent);
     }
-    if (error == 0 && (made.st_mode & 07777) != mode && fchmod(to, mode) != 0) {
+    if (error == 0 && (isLent || (made.st_mode & 07777) != mode) && fchmod(to, mode) != 0) {
         error = errno;
     }
     return error == 0 ? copyTimes(to, status) : error;

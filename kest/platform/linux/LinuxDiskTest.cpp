@@ -249,6 +249,28 @@ TEST_F(LinuxDiskTest, WhatHasNoContentIsMadeAnewAndNeverOpened) {
     EXPECT_TRUE(S_ISSOCK(statusOf(tree / "socket2").st_mode));
 }
 
+TEST_F(LinuxDiskTest, AFifoKeepsItsAccessListWithWhichItsModeGivesTheGroupNothing) {
+    // What an access list lets others do shows in the mode as rights of the group.
+    const unsigned char list[] = {2,    0, 0, 0,                       //
+                                  0x01, 0, 6, 0, 255, 255, 255, 255,   // the owner: rw
+                                  0x02, 0, 6, 0, 1,   0,   0,   0,     // user 1: rw
+                                  0x04, 0, 0, 0, 255, 255, 255, 255,   // the group: nothing
+                                  0x10, 0, 6, 0, 255, 255, 255, 255,   // the mask: rw
+                                  0x20, 0, 0, 0, 255, 255, 255, 255};  // others: nothing
+    constexpr const char* kList = "system.posix_acl_access";
+    ASSERT_EQ(0, mkfifo((tree / "from").c_str(), 0600));
+    if (setxattr((tree / "from").c_str(), kList, list, sizeof list, 0) != 0) {
+        GTEST_SKIP() << "no access lists here: " << std::strerror(errno);
+    }
+    ASSERT_TRUE(copy("from", "to"));
+    ASSERT_TRUE(commit());
+    unsigned char kept[128] = {};
+    ASSERT_EQ(static_cast<ssize_t>(sizeof list),
+              getxattr((tree / "to").c_str(), kList, kept, sizeof kept));
+    EXPECT_EQ(0, std::memcmp(list, kept, sizeof list));
+    EXPECT_EQ(0660U, statusOf(tree / "to").st_mode & 07777);
+}
+
 TEST_F(LinuxDiskTest, ADeviceIsMadeAnewWhereThatIsAllowedAndElseAClearError) {
     if (geteuid() == 0 && mknod((tree / "null").c_str(), S_IFCHR | 0600, makedev(1, 3)) == 0) {
         ASSERT_TRUE(copy("null", "copy"));

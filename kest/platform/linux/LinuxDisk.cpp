@@ -146,7 +146,18 @@ std::wstring whereabouts(int directory, const std::wstring& text) {
     if (length > 0 && static_cast<std::size_t>(length) < sizeof path && path[0] == '/') {
         return names::widen(std::string_view(path, static_cast<std::size_t>(length)));
     }
-    // Without /proc, or beyond its limit: as it was called, from the current directory on.
+    if (length < 0 && errno == ENAMETOOLONG && !transactions::parentOf(text).empty() &&
+        text != L"/" && text != L".") {
+        // Beyond the limit: where the nearest directory above stands of which it can be said.
+        const std::wstring parent = transactions::parentOf(text);
+        const NativeName native(parent);
+        const Descriptor above =
+            native.isGood() ? openLong(AT_FDCWD, native.get(), 0) : Descriptor();
+        if (above) {
+            return transactions::join(whereabouts(above.get(), parent), transactions::nameOf(text));
+        }
+    }
+    // Without /proc: as it was called, from the current directory on.
     if (!text.empty() && text.front() == L'/') {
         return text;
     }

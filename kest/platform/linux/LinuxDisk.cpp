@@ -1,6 +1,7 @@
 #include "kest/platform/linux/LinuxDisk.h"
 
 #include <fcntl.h>
+#include <linux/capability.h>
 #include <linux/fs.h>
 #include <linux/magic.h>
 #include <linux/openat2.h>
@@ -78,6 +79,11 @@ private:
     bool m_isGood = true;
 };
 
+/// Of a directory that only we can look into. The sticky bit, of no use to others' directories of
+/// that kind, is a mark that only the owner can have set: whoever may rename entries can give a
+/// name like a stage's to any private directory of somebody else's, but not that.
+constexpr mode_t kPrivateMode = S_ISVTX | S_IRWXU;
+
 constexpr int kDirectoryFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 
 /// A directory that may be passed through but not read can still be worked in.
@@ -135,6 +141,39 @@ Descriptor openOnMount(int base, const char* name) {
     how.flags = kDirectoryFlags | O_NOFOLLOW;
     how.resolve = RESOLVE_NO_XDEV;
     return Descriptor(static_cast<int>(syscall(SYS_openat2, base, name, &how, sizeof how)));
+}
+
+/// What keeps entries in a directory. Null with errno when it cannot be asked.
+std::optional<LinuxDirectory::Guard> guardOf(int directory) {
+    struct statx status {};
+    if (statx(directory, "", AT_EMPTY_PATH, STATX_MODE | STATX_UID, &status) != 0) {
+        return std::nullopt;
+    }
+    return LinuxDirectory::Guard{(status.stx_attributes & STATX_ATTR_APPEND) != 0,
+                                 (status.stx_mode & S_ISVTX) != 0, status.stx_uid};
+}
+
+/// Whether the process may do with everybody's entries what their owners may.
+bool standsForAllOwners() {
+    struct __user_cap_header_struct header {
+        _LINUX_CAPABILITY_VERSION_3, 0
+    };
+    struct __user_cap_data_struct data[_LINUX_CAPABILITY_U32S_3] = {};
+    return syscall(SYS_capget, &header, data) == 0 &&
+           (data[CAP_TO_INDEX(CAP_FOWNER)].effective & CAP_TO_MASK(CAP_FOWNER)) != 0;
+}
+
+/// Gives the owner every right to a directory whose entries are to go: what he had denied himself
+/// is no reason to leave it behind. Whether that changed anything.
+bool lendAllRights(int directory) {
+    struct stat status {};
+    if (fstat(directory, &status) != 0 || (status.st_mode & S_IRWXU) == S_IRWXU ||
+        status.st_uid != geteuid()) {
+        return false;
+    }
+    char path[32];
+    std::snprintf(path, sizeof path, "/proc/self/fd/%d", directory);
+    return chmod(path, (status.st_mode & 07777) | S_IRWXU) == 0;
 }
 
 /// Where an open directory stands.
@@ -409,12 +448,59 @@ DWORD LinuxDisk::list(const DirectoryPtr& directory,
 
 DWORD LinuxDisk::listForRemoval(const DirectoryPtr& directory,
                                 std::unique_ptr<transactions::Listing>& listing) {
-    return listDirectory(std::static_pointer_cast<LinuxDirectory>(directory), Purpose::Removal,
-                         listing);
+    auto read = std::static_pointer_cast<LinuxDirectory>(directory);
+    if (lendAllRights(read->get())) {
+        // It may have been opened without the right to read it.
+        Descriptor opened(openat(read->get(), ".", kDirectoryFlags));
+        if (!opened) {
+            return errorFromErrno(errno);
+        }
+        read = std::make_shared<LinuxDirectory>(std::move(opened));
+    }
+    return listDirectory(read, Purpose::Removal, listing);
 }
 
 DWORD LinuxDisk::mayRemoveFrom(const DirectoryPtr& directory) {
-    return answer(faccessat(descriptor(directory), ".", W_OK | X_OK, AT_EACCESS));
+    auto& guard = static_cast<LinuxDirectory&>(*directory).guard;
+    if (!guard) {
+        guard = guardOf(descriptor(directory));
+    }
+    if (!guard) {
+        return errorFromErrno(errno);
+    }
+    return guard->isAppendOnly
+               ? DWORD{ERROR_ACCESS_DENIED}
+               : answer(faccessat(descriptor(directory), ".", W_OK | X_OK, AT_EACCESS));
+}
+
+DWORD LinuxDisk::mayRemove(const DirectoryPtr& parent, const std::wstring& name) {
+    const NativeName native(name);
+    if (!native.isGood()) {
+        return ERROR_INVALID_NAME;
+    }
+    struct statx status {};
+    if (statx(descriptor(parent), native.get(), AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, STATX_UID,
+              &status) != 0) {
+        // What is gone keeps nobody.
+        return errno == ENOENT ? DWORD{ERROR_SUCCESS} : errorFromErrno(errno);
+    }
+    if ((status.stx_attributes & (STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND)) != 0) {
+        return ERROR_ACCESS_DENIED;
+    }
+    if ((status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0) {
+        // A file can be mounted over, too, and goes along when the directory around it is renamed.
+        return ERROR_BUSY;
+    }
+    auto& guard = static_cast<LinuxDirectory&>(*parent).guard;
+    if (!guard) {
+        guard = guardOf(descriptor(parent));
+    }
+    if (!guard) {
+        return errorFromErrno(errno);
+    }
+    const bool isAnothers = guard->isSticky && guard->owner != geteuid() &&
+                            status.stx_uid != geteuid() && !standsForAllOwners();
+    return isAnothers ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
 }
 
 DWORD LinuxDisk::checkSameVolume(const DirectoryPtr& left, const DirectoryPtr& right) {
@@ -456,13 +542,30 @@ DWORD LinuxDisk::checkEntry(const DirectoryPtr& parent, const std::wstring& name
 
 DWORD LinuxDisk::makeDirectory(const DirectoryPtr& parent, const std::wstring& name) {
     const NativeName native(name);
-    return native.isGood() ? answer(mkdirat(descriptor(parent), native.get(), 0777))
-                           : DWORD{ERROR_INVALID_NAME};
+    if (!native.isGood()) {
+        return ERROR_INVALID_NAME;
+    }
+    if (mkdirat(descriptor(parent), native.get(), 0777) != 0) {
+        return errorFromErrno(errno);
+    }
+    // A mask that takes our own rights away must not shut us out of what we are about to fill. It
+    // stands in a directory of ours, so nobody can have put a link in its place.
+    struct stat status {};
+    if (fstatat(descriptor(parent), native.get(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+        (status.st_mode & S_IRWXU) != S_IRWXU) {
+        (void)!fchmodat(descriptor(parent), native.get(), (status.st_mode & 07777) | S_IRWXU, 0);
+    }
+    return ERROR_SUCCESS;
 }
 
 DWORD LinuxDisk::makePrivateDirectory(const DirectoryPtr& parent, const std::wstring& name) {
     const NativeName native(name);
-    if (mkdirat(descriptor(parent), native.get(), 0700) != 0) {
+    const auto guard = guardOf(descriptor(parent));
+    if (!guard || guard->isAppendOnly) {
+        // Where nothing can be removed, it would stay for good.
+        return guard ? DWORD{ERROR_ACCESS_DENIED} : errorFromErrno(errno);
+    }
+    if (mkdirat(descriptor(parent), native.get(), kPrivateMode) != 0) {
         return errorFromErrno(errno);
     }
     // A default access list of the parent must not reach what is made in here: every copy gets the
@@ -475,7 +578,7 @@ DWORD LinuxDisk::makePrivateDirectory(const DirectoryPtr& parent, const std::wst
         (void)removexattr(path, "system.posix_acl_default");
         struct stat status {};
         if (fstat(made.get(), &status) == 0 && (status.st_mode & 0700) != 0700) {
-            (void)chmod(path, 0700);
+            (void)chmod(path, kPrivateMode);
         }
     }
     return ERROR_SUCCESS;
@@ -607,7 +710,8 @@ DWORD LinuxDisk::writeFile(const DirectoryPtr& parent, const std::wstring& name,
     const NativeName native(name);
     const Descriptor file(openat(descriptor(parent), native.get(),
                                  O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0600));
-    if (!file) {
+    // Whoever comes after a crash has to read it, whatever our mask takes away.
+    if (!file || fchmod(file.get(), 0600) != 0) {
         return errorFromErrno(errno);
     }
     for (std::size_t at = 0; at < content.size();) {
@@ -661,8 +765,21 @@ DWORD LinuxDisk::checkPrivateOfOurs(const DirectoryPtr& directory) {
     if (fstat(descriptor(directory), &status) != 0) {
         return errorFromErrno(errno);
     }
-    return status.st_uid == geteuid() && (status.st_mode & 077) == 0 ? ERROR_SUCCESS
-                                                                     : ERROR_ACCESS_DENIED;
+    if (status.st_uid != geteuid() || (status.st_mode & 077) != 0) {
+        return ERROR_ACCESS_DENIED;
+    }
+    if ((status.st_mode & S_ISVTX) != 0) {
+        return ERROR_SUCCESS;
+    }
+    // A volume without modes of its own keeps no mark. It needs none where nobody else can rename
+    // what is there.
+    struct stat parent {};
+    if (fstatat(descriptor(directory), "..", &parent, 0) != 0) {
+        return errorFromErrno(errno);
+    }
+    const bool isClosed =
+        (parent.st_mode & 022) == 0 && (parent.st_uid == status.st_uid || parent.st_uid == 0);
+    return isClosed ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
 }
 
 std::wstring LinuxDisk::randomName() {

@@ -26,6 +26,15 @@ public:
         bool isOneDevice = false;
     };
     std::optional<Mount> mount;
+    /// Who may take entries out of it that are not his own: asked for once.
+    struct Guard {
+        /// Nobody, not even its owner.
+        bool isAppendOnly = false;
+        /// Only its owner.
+        bool isSticky = false;
+        std::uint32_t owner = 0;
+    };
+    std::optional<Guard> guard;
 
 private:
     Descriptor m_descriptor;
@@ -55,6 +64,7 @@ public:
     DWORD listForRemoval(const DirectoryPtr& directory,
                          std::unique_ptr<transactions::Listing>& listing) override;
     DWORD mayRemoveFrom(const DirectoryPtr& directory) override;
+    DWORD mayRemove(const DirectoryPtr& parent, const std::wstring& name) override;
     DWORD checkSameVolume(const DirectoryPtr& left, const DirectoryPtr& right) override;
     DWORD checkEntry(const DirectoryPtr& parent, const std::wstring& name,
                      const DirectoryPtr& directory) override;

@@ -370,7 +370,7 @@ TEST_F(LinuxDiskTest, AStageIsPrivateWhateverTheMaskSays) {
     int found = 0;
     for (const auto& entry : std::filesystem::directory_iterator(tree.root())) {
         ++found;
-        EXPECT_EQ(0700U, statusOf(entry.path()).st_mode & 07777);
+        EXPECT_EQ(01700U, statusOf(entry.path()).st_mode & 07777);
         EXPECT_EQ(38U, entry.path().filename().native().size());
     }
     EXPECT_EQ(1, found);

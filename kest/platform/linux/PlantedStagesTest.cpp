@@ -203,5 +203,22 @@ TEST_F(PlantedStages, HeldByALockForEver) {
     ::waitpid(holder, nullptr, 0);
 }
 
+TEST_F(PlantedStages, APrivateFolderOfTheVictimGivenTheNameOfOne) {
+    // Whoever may rename the entries of a folder cannot look into a private one, and must not find
+    // somebody who empties it for him.
+    fs::permissions(tree.root(), fs::perms::all);
+    ASSERT_TRUE(runsAs(kVictim, [&] {
+        tree.write("private/letter", "dear");
+        return ::chmod((tree / "private").c_str(), 0700) == 0;
+    }));
+    ASSERT_TRUE(runsAs(kAttacker, [&] {
+        return ::rename((tree / "private").c_str(), (tree / stageName(1)).c_str()) == 0;
+    }));
+    const auto before = planted();
+    EXPECT_EQ(2U, before.size());
+    victimGoesAboutItsBusiness();
+    EXPECT_EQ(before, planted());
+}
+
 }  // namespace
 }  // namespace Tallowmere

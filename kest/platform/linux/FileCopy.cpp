@@ -182,8 +182,8 @@ int writeAll(int to, const char* data, std::size_t size, off_t at) {
 }
 
 /// By reading and writing, for what the system cannot copy inside itself. `end` is where to stop,
-/// or -1 for the end of the file.
-int copyRangeByHand(int from, int to, off_t at, off_t end) {
+/// or -1 for the end of the file. `at` is how far it came: less when the file is shorter.
+int copyRangeByHand(int from, int to, off_t& at, off_t end) {
     // Nearly all files that come here are empty: a large buffer only for those that are not.
     std::array<char, 1024> few;
     std::unique_ptr<char[]> many;
@@ -229,7 +229,8 @@ void handToDisk(int to, off_t at, off_t size) {
     }
 }
 
-int copyRange(int from, int to, off_t at, off_t end) {
+/// `at` is how far it came: less when the file is shorter than it was.
+int copyRange(int from, int to, off_t& at, off_t end) {
     const bool isLarge = end - at > kPiece;
     while (at < end) {
         off_t in = at;
@@ -266,44 +267,59 @@ int copyRange(int from, int to, off_t at, off_t end) {
     return 0;
 }
 
+/// From this size on a file is asked for its holes in any case: room that is kept for it beyond its
+/// end, or that the system needs to find its pieces, counts as its own and hides as much of a hole.
+constexpr off_t kAskedForHoles = 1L << 20;
+
+bool hasHoles(int from, const struct stat& status) {
+    if (status.st_blocks < (status.st_size + 511) / 512) {
+        return true;
+    }
+    if (status.st_size < kAskedForHoles) {
+        return false;
+    }
+    const off_t hole = lseek(from, 0, SEEK_HOLE);
+    return hole >= 0 && hole < status.st_size;
+}
+
 int copyContent(int from, int to, const struct stat& status) {
+    off_t at = 0;
     if (status.st_size == 0) {
         // Some files of the system claim no size and have content.
-        return copyRangeByHand(from, to, 0, -1);
+        return copyRangeByHand(from, to, at, -1);
     }
-    const bool hasHoles = status.st_blocks < (status.st_size + 511) / 512;
-    if (!hasHoles) {
-        return copyRange(from, to, 0, status.st_size);
+    if (!hasHoles(from, status)) {
+        return copyRange(from, to, at, status.st_size);
     }
-    off_t at = 0;
     while (at < status.st_size) {
         const off_t data = lseek(from, at, SEEK_DATA);
-        if (data < 0) {
-            if (errno == ENXIO) {
-                break;
-            }
+        if (data < 0 && errno != ENXIO) {
             // A file system that does not know holes has none.
-            const int error = copyRange(from, to, at, status.st_size);
-            if (error != 0) {
-                return error;
-            }
-            return 0;
+            return copyRange(from, to, at, status.st_size);
         }
-        if (data >= status.st_size) {
+        if (data < 0 || data >= status.st_size) {
             break;
         }
         off_t hole = lseek(from, data, SEEK_HOLE);
         if (hole < 0 || hole > status.st_size) {
             hole = status.st_size;
         }
-        const int error = copyRange(from, to, data, hole);
+        at = data;
+        const int error = copyRange(from, to, at, hole);
         if (error != 0) {
             return error;
         }
-        at = hole;
+        if (at < hole) {
+            // Shorter than it was, or than it claims to be. What is not there is no hole.
+            return 0;
+        }
     }
     // The hole at the end.
-    return ftruncate(to, status.st_size) != 0 ? errno : 0;
+    struct stat now {};
+    if (fstat(from, &now) != 0) {
+        return errno;
+    }
+    return ftruncate(to, std::max(at, std::min(now.st_size, status.st_size))) != 0 ? errno : 0;
 }
 
 int copyTimes(int to, const struct stat& status) {

@@ -15,6 +15,8 @@
 
 #include <csignal>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <set>
 
 #include "kest/platform/Calls.h"
@@ -205,6 +207,46 @@ TEST_F(LinuxDiskTest, HolesStayHoles) {
     EXPECT_EQ(kSize, statusOf(tree / "to").st_size);
     EXPECT_LT(statusOf(tree / "to").st_blocks * 512, 1 << 20);
     EXPECT_EQ(tree.read("from"), tree.read("to"));
+}
+
+TEST_F(LinuxDiskTest, AHoleIsKeptThoughRoomIsKeptBeyondTheEnd) {
+    constexpr off_t kSize = 6 << 20;
+    constexpr off_t kData = 1 << 20;
+    tree.write("from", std::string(kData, 'x'));
+    const int file = open((tree / "from").c_str(), O_WRONLY);
+    ASSERT_EQ(0, ftruncate(file, kSize));
+    if (fallocate(file, FALLOC_FL_KEEP_SIZE, kSize, kSize) != 0) {
+        ::close(file);
+        GTEST_SKIP() << "no room can be kept here: " << std::strerror(errno);
+    }
+    ::close(file);
+    ASSERT_TRUE(copy("from", "to"));
+    ASSERT_TRUE(commit());
+    EXPECT_EQ(kSize, statusOf(tree / "to").st_size);
+    EXPECT_LE(statusOf(tree / "to").st_blocks * 512, 2 * kData);
+    EXPECT_EQ(tree.read("from"), tree.read("to"));
+}
+
+TEST_F(LinuxDiskTest, AFileThatIsShorterThanItClaimsIsNotFilledUp) {
+    // The size of such a file is that of a page, whatever it holds, and it has no blocks.
+    const char* const claiming = "/sys/kernel/mm/transparent_hugepage/enabled";
+    struct stat claimed {};
+    std::string content;
+    {
+        std::ifstream stream(claiming);
+        content.assign(std::istreambuf_iterator<char>(stream), {});
+    }
+    if (stat(claiming, &claimed) != 0 || content.empty() ||
+        claimed.st_size <= static_cast<off_t>(content.size())) {
+        GTEST_SKIP() << "no such file here";
+    }
+    const int from = open("/sys/kernel/mm/transparent_hugepage", O_PATH | O_DIRECTORY);
+    const int to = open(tree.root().c_str(), O_PATH | O_DIRECTORY);
+    NewFileDefaults defaults;
+    EXPECT_EQ(0, copyEntry(from, "enabled", to, "to", false, false, defaults));
+    ::close(from);
+    ::close(to);
+    EXPECT_EQ(content, tree.read("to"));
 }
 
 TEST_F(LinuxDiskTest, ADirectoryTakesOverWhatTheSystemKeepsAboutItsSource) {

@@ -66,12 +66,14 @@ const std::vector<DWORD>& errorsOf(Primitive primitive) {
     static const std::vector<DWORD> kThrow = {kThrows};
     static const std::vector<DWORD> kRead = {ERROR_ACCESS_DENIED, ERROR_TOO_MANY_OPEN_FILES,
                                              ERROR_IO_DEVICE, kThrows};
-    // A rival's loop of links that is gone when it is looked at again.
-    static const std::vector<DWORD> kOpen = {ERROR_ACCESS_DENIED, ERROR_TOO_MANY_OPEN_FILES,
-                                             ERROR_CANT_RESOLVE_FILENAME, ERROR_IO_DEVICE, kThrows};
+    // Among them a rival's loop of links, and a drive that comes back: gone when it is looked at
+    // again.
+    static const std::vector<DWORD> kOpen = {
+        ERROR_ACCESS_DENIED, ERROR_TOO_MANY_OPEN_FILES, ERROR_CANT_RESOLVE_FILENAME,
+        ERROR_NOT_READY,     ERROR_IO_DEVICE,           kThrows};
     // Not "no", which from a disk that says what is true is no fault.
     static const std::vector<DWORD> kLook = {ERROR_TOO_MANY_OPEN_FILES, ERROR_GEN_FAILURE,
-                                             ERROR_IO_DEVICE, kThrows};
+                                             ERROR_FILE_CORRUPT, ERROR_IO_DEVICE, kThrows};
     static const std::vector<DWORD> kMake = {ERROR_ACCESS_DENIED, ERROR_DISK_FULL,
                                              ERROR_WRITE_PROTECT, ERROR_IO_DEVICE, kThrows};
     static const std::vector<DWORD> kCopy = {ERROR_ACCESS_DENIED, ERROR_SHARING_VIOLATION,

@@ -127,7 +127,6 @@ bool leavesOpen(DWORD error) {
         case ERROR_WRITE_PROTECT:
         case ERROR_NOT_SAME_DEVICE:
         case ERROR_NOT_SUPPORTED:
-        case ERROR_FILE_CORRUPT:
             return false;
         default:
             return true;
@@ -166,7 +165,8 @@ DWORD meetStage(Disk& disk, const DirectoryPtr& where, const std::wstring& name,
         // A draft that is not whole yet does not count: when it is, its owner will look for rivals.
         DWORD error = readDraft(disk, stage.m_directory, met.publishing);
         // One that cannot be read now may be about any entry.
-        met.isPublishing = error == ERROR_SUCCESS || leavesOpen(error);
+        met.isPublishing =
+            error == ERROR_SUCCESS || (error != ERROR_FILE_CORRUPT && leavesOpen(error));
         if (error == ERROR_FILE_NOT_FOUND) {
             // It may have become the journal.
             error = readJournal(disk, stage.m_directory, met.publishing);

@@ -21,8 +21,6 @@ bool saysNothingIsThere(DWORD error) {
         case ERROR_FILENAME_EXCED_RANGE:
         case ERROR_DIRECTORY:
         case ERROR_INVALID_DRIVE:
-        case ERROR_NOT_READY:
-        case ERROR_BAD_UNIT:
         case ERROR_NOT_SUPPORTED:
             return true;
         default:

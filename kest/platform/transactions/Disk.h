@@ -12,8 +12,8 @@
 ///
 /// Every operation answers with a Windows error code, ERROR_SUCCESS when it was done, and leaves
 /// the thread's last error alone. Names are single components in the library's wide form; texts are
-/// paths in normal form (see normalize). Nothing here retries, and nothing but what is said is
-/// changed.
+/// paths in normal form (see normalize). Nothing but what is said is changed, and nothing tried
+/// again unless another program may be in the way for a moment only.
 namespace Tallowmere::platform::transactions {
 
 enum class Kind {

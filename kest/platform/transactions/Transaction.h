@@ -170,6 +170,8 @@ private:
     };
 
     // Finding (TransactionView.cpp).
+    DWORD normalize(const wchar_t* path, std::wstring& text);
+    bool isBelowStaged(const std::wstring& text) const;
     DWORD locate(const wchar_t* path, Place& place);
     bool locateQuickly(std::wstring_view path, Place& place);
     DWORD locateText(const std::wstring& text, Place& place);

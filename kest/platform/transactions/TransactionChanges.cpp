@@ -169,7 +169,7 @@ DWORD Transaction::createDirectory(const wchar_t* path) {
     std::wstring text;
     DWORD error = checkOpen();
     if (error == ERROR_SUCCESS) {
-        error = m_disk.normalize(path, text);
+        error = normalize(path, text);
     }
     if (error == ERROR_SUCCESS) {
         error = locateText(text, place);
@@ -287,6 +287,15 @@ DWORD Transaction::replaceFile(const Place& place, const Standing& source, Links
                                : DWORD{ERROR_ACCESS_DENIED};
     if (error == ERROR_SUCCESS && (kind == Kind::Directory || kind == Kind::DirectoryLink)) {
         error = ERROR_ACCESS_DENIED;
+    }
+    if (error == ERROR_SUCCESS && old.staged) {
+        // Our choice: a file of this transaction is not replaced by one that is called otherwise,
+        // in another letter case or by what happens to be the other one's short name. Two files of
+        // a source that tells them apart would become one, and nobody would hear of it.
+        const Change* const change = changeOf(place);
+        const std::wstring name =
+            change != nullptr ? change->name : m_disk.spelling(old.directory(), old.name());
+        error = name == place.name ? ERROR_SUCCESS : ERROR_ALREADY_EXISTS;
     }
     if (error == ERROR_SUCCESS) {
         error = m_disk.mayRemove(old.directory(), old.name());

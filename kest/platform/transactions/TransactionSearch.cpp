@@ -42,7 +42,7 @@ DWORD Transaction::findFirst(const wchar_t* pattern, WIN32_FIND_DATAW& data, HAN
     DWORD error = checkOpen();
     std::wstring text;
     if (error == ERROR_SUCCESS) {
-        error = m_disk.normalize(pattern, text);
+        error = normalize(pattern, text);
     }
     if (error != ERROR_SUCCESS) {
         return error;

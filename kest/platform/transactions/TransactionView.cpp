@@ -1,6 +1,7 @@
 // How a transaction finds what a path means to it.
 
 #include <algorithm>
+#include <cwchar>
 #include <utility>
 
 #include "kest/platform/transactions/Texts.h"
@@ -19,6 +20,20 @@ constexpr int kQuickLooks = 4;
 
 bool isAnySeparator(wchar_t unit) {
     return unit == L'\\' || unit == L'/';
+}
+
+/// The last component of a path, taken off it with its separator; empty when there is none whose
+/// meaning it tells alone.
+std::wstring_view takeLast(std::wstring_view& path) {
+    const std::size_t separator = path.find_last_of(L"\\/");
+    if (separator == std::wstring_view::npos) {
+        path = {};
+        return {};
+    }
+    const std::wstring_view name = path.substr(separator + 1);
+    path = path.substr(0, separator);
+    const bool isWhole = !name.empty() && name.back() != L'.' && name.back() != L' ';
+    return isWhole ? name : std::wstring_view();
 }
 
 /// Whether a path was in normal form but for its separators.
@@ -227,6 +242,48 @@ bool Transaction::locateQuickly(std::wstring_view path, Place& place) {
     return false;
 }
 
+/// Whether a directory is a staged one or lies below one.
+bool Transaction::isBelowStaged(const std::wstring& text) const {
+    const std::wstring folded = m_disk.fold(text);
+    return std::any_of(m_pinned.begin(), m_pinned.end(), [&](const ViewPtr& view) {
+        const std::wstring staged = m_disk.fold(view->text);
+        return folded == staged || isBelow(folded, staged);
+    });
+}
+
+/// The normal form of a caller's path. Where a disk has a second, short name for an entry, it puts
+/// the long one in its place; but it looks at what lies on the disk, where the view may have a
+/// staged directory in which nothing goes by that name. There the caller's name is the name.
+DWORD Transaction::normalize(const wchar_t* path, std::wstring& text) {
+    const DWORD error = m_disk.normalize(path, text);
+    if (error != ERROR_SUCCESS || m_pinned.empty() || std::wcschr(path, L'~') == nullptr) {
+        return error;
+    }
+    std::vector<std::wstring_view> spelled;
+    std::vector<std::wstring_view> normal;
+    std::wstring_view restSpelled(path);
+    std::wstring_view restNormal(text);
+    for (;;) {
+        const std::wstring_view name = takeLast(restSpelled);
+        if (name.empty() || restNormal.find(L'/') == std::wstring_view::npos) {
+            break;
+        }
+        spelled.push_back(name);
+        normal.push_back(restNormal.substr(restNormal.rfind(L'/') + 1));
+        restNormal = restNormal.substr(0, restNormal.rfind(L'/'));
+    }
+    std::wstring result(restNormal);
+    while (!spelled.empty()) {
+        const bool isOwn = spelled.back().find(L'~') != std::wstring_view::npos &&
+                           spelled.back() != normal.back() && isBelowStaged(result);
+        result.append(1, L'/').append(isOwn ? spelled.back() : normal.back());
+        spelled.pop_back();
+        normal.pop_back();
+    }
+    text = std::move(result);
+    return ERROR_SUCCESS;
+}
+
 DWORD Transaction::locate(const wchar_t* path, Place& place) {
     if (path == nullptr) {
         return ERROR_PATH_NOT_FOUND;
@@ -235,7 +292,7 @@ DWORD Transaction::locate(const wchar_t* path, Place& place) {
     if (locateQuickly(spelled, place)) {
         return ERROR_SUCCESS;
     }
-    const DWORD error = m_disk.normalize(path, m_text);
+    const DWORD error = normalize(path, m_text);
     if (error != ERROR_SUCCESS) {
         return error;
     }

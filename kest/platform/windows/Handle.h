@@ -48,6 +48,12 @@ inline DWORD failure() {
     return error != ERROR_SUCCESS ? error : DWORD{ERROR_INTERNAL_ERROR};
 }
 
+/// Whether an entry could not be opened because it was removed while somebody has it open. With
+/// every right to it, that is what ERROR_ACCESS_DENIED means, too.
+inline bool isDeletePending(DWORD error) {
+    return error == ERROR_DELETE_PENDING || error == ERROR_ACCESS_DENIED;
+}
+
 /// Gives the thread its last error back at the end of a scope.
 class LastErrorGuard {
 public:

@@ -1,6 +1,7 @@
 // How a Windows disk is changed.
 
 #include "kest/platform/windows/Handle.h"
+#include "kest/platform/windows/Patience.h"
 #include "kest/platform/windows/UnixLinks.h"
 #include "kest/platform/windows/WindowsDisk.h"
 #include "kest/platform/windows/WindowsPaths.h"
@@ -26,8 +27,9 @@ bool setAttributes(HANDLE file, DWORD attributes) {
     return ::SetFileInformationByHandle(file, FileBasicInfo, &info, sizeof info) != FALSE;
 }
 
-/// Removes an open entry, at the latest when it is closed.
-DWORD dispose(HANDLE file, const std::wstring& path, DWORD attributes) {
+/// Removes an open entry. `isGone` tells whether its name is gone at once; otherwise it goes with
+/// the last handle on the entry, which may be another program's.
+DWORD dispose(HANDLE file, const std::wstring& path, DWORD attributes, bool& isGone) {
     // Newer systems take the name away at once, whoever else has the entry open. Values of newer
     // headers than ours.
     constexpr auto kDispositionEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(21);
@@ -35,7 +37,8 @@ DWORD dispose(HANDLE file, const std::wstring& path, DWORD attributes) {
     constexpr DWORD kPosixSemantics = 0x2;
     constexpr DWORD kIgnoreReadOnly = 0x10;
     DWORD flags = kDelete | kPosixSemantics | kIgnoreReadOnly;
-    if (::SetFileInformationByHandle(file, kDispositionEx, &flags, sizeof flags)) {
+    isGone = ::SetFileInformationByHandle(file, kDispositionEx, &flags, sizeof flags) != FALSE;
+    if (isGone) {
         return ERROR_SUCCESS;
     }
     Handle writable;
@@ -58,10 +61,17 @@ DWORD dispose(HANDLE file, const std::wstring& path, DWORD attributes) {
     return error;
 }
 
+/// Whether an entry that was removed is still there, because somebody has it open. Under Wine it
+/// can even be opened until then.
+bool isStillThere(const std::wstring& path) {
+    return openEntry(path, FILE_READ_ATTRIBUTES) || isDeletePending(::GetLastError());
+}
+
 /// Removes the entry at a path through one open file, so that what was looked at is what is
-/// removed.
+/// removed. ERROR_SHARING_VIOLATION when it is going to go only when somebody else closes it: until
+/// then its name is taken and a power cut brings it back, so it must not count as gone.
 DWORD remove(const std::wstring& path, bool isDirectory) {
-    const Handle handle = openEntry(path, DELETE | FILE_READ_ATTRIBUTES);
+    Handle handle = openEntry(path, DELETE | FILE_READ_ATTRIBUTES);
     if (!handle) {
         return failure();
     }
@@ -72,8 +82,16 @@ DWORD remove(const std::wstring& path, bool isDirectory) {
     if (((info.FileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) != isDirectory) {
         return isDirectory ? ERROR_DIRECTORY : ERROR_ACCESS_DENIED;
     }
-    const DWORD error = refuseUnixLink(handle.get(), path);
-    return error == ERROR_SUCCESS ? dispose(handle.get(), path, info.FileAttributes) : error;
+    DWORD error = refuseUnixLink(handle.get(), path);
+    bool isGone = false;
+    if (error == ERROR_SUCCESS) {
+        error = dispose(handle.get(), path, info.FileAttributes, isGone);
+    }
+    if (error != ERROR_SUCCESS || isGone) {
+        return error;
+    }
+    handle.close();
+    return isStillThere(path) ? ERROR_SHARING_VIOLATION : ERROR_SUCCESS;
 }
 
 /// Under Wine, ERROR_NOT_SUPPORTED for an entry that is a link of the Unix disk.
@@ -185,7 +203,9 @@ DWORD WindowsDisk::rename(const DirectoryPtr& from, const std::wstring& fromName
     }
     // Neither replacing nor copying, and written through: where the directory cannot be flushed
     // (see syncDirectory), this is what makes the change last.
-    return answerOfNew(::MoveFileExW(source.c_str(), target.c_str(), MOVEFILE_WRITE_THROUGH));
+    return patiently(&isHeldOrDenied, [&] {
+        return answerOfNew(::MoveFileExW(source.c_str(), target.c_str(), MOVEFILE_WRITE_THROUGH));
+    });
 }
 
 DWORD WindowsDisk::exchange(const DirectoryPtr&, const std::wstring&, const DirectoryPtr&,

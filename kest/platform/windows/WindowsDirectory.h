@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -16,8 +17,9 @@ namespace Tallowmere::platform {
 /// one is looked at where it matters (see WindowsDisk::checkEntry).
 class WindowsDirectory : public transactions::Directory {
 public:
-    /// `path` in the system's form, `number` its file number on the volume.
-    WindowsDirectory(std::wstring path, bool isRoot, std::uint64_t number)
+    /// `path` in the system's form, `number` its file number on the volume, or nothing when that
+    /// could not be asked for.
+    WindowsDirectory(std::wstring path, bool isRoot, std::optional<std::uint64_t> number)
         : m_path(std::move(path)), m_isRoot(isRoot), m_number(number) {}
 
     /// The path, for putting something behind it.
@@ -35,7 +37,7 @@ public:
                      L'\\');
         return path;
     }
-    std::uint64_t number() const { return m_number; }
+    std::optional<std::uint64_t> number() const { return m_number; }
 
     /// Where its volume is mounted; asked for once.
     std::wstring volume;
@@ -45,7 +47,7 @@ public:
 private:
     std::wstring m_path;
     bool m_isRoot;
-    std::uint64_t m_number;
+    std::optional<std::uint64_t> m_number;
 };
 
 }  // namespace Tallowmere::platform

@@ -78,11 +78,12 @@ inline WindowsDirectory& windowsDirectory(const transactions::DirectoryPtr& dire
     return static_cast<WindowsDirectory&>(*directory);
 }
 
-/// The number of an open file on its volume, 0 when it cannot be asked for.
-std::uint64_t fileNumber(HANDLE file);
-/// Whether an open file is that directory: ERROR_FILE_NOT_FOUND when not, ERROR_GEN_FAILURE when
-/// that cannot be told.
-DWORD checkNumber(HANDLE file, const WindowsDirectory& directory);
+/// The number of an open file on its volume; nothing when it cannot be asked for.
+std::optional<std::uint64_t> fileNumber(HANDLE file);
+/// Whether two numbers are those of one file: ERROR_FILE_NOT_FOUND when not, ERROR_GEN_FAILURE when
+/// one of them could not be asked for. Some volumes, often a server's, answer and have no numbers;
+/// there a file is the one that its path leads to.
+DWORD checkNumbers(std::optional<std::uint64_t> left, std::optional<std::uint64_t> right);
 
 /// The file of a lock, in the directory that is locked.
 inline constexpr wchar_t kLockName[] = L"lock";

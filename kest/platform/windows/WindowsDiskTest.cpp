@@ -11,12 +11,14 @@
 #include "kest/platform/testing/TempTree.h"
 #include "kest/platform/windows/Handle.h"
 #include "kest/platform/windows/UnixLinks.h"
+#include "kest/platform/windows/testing/ScopedPause.h"
 #include "kest/platform/windows/testing/UnixSide.h"
 
 namespace Tallowmere::platform {
 namespace {
 
 using testing::runOnUnix;
+using testing::ScopedPause;
 using testing::TempTree;
 using testing::unixPath;
 using transactions::DirectoryLock;
@@ -349,6 +351,7 @@ TEST_F(WindowsDiskTest, AFileIsRemoved) {
 }
 
 TEST_F(WindowsDiskTest, AFileThatIsHeldIsNotRemoved) {
+    const ScopedPause pause;
     tree.write("file", "x");
     setAttributes("file", FILE_ATTRIBUTE_READONLY);
     {
@@ -358,6 +361,25 @@ TEST_F(WindowsDiskTest, AFileThatIsHeldIsNotRemoved) {
     EXPECT_NE(0U, attributes("file") & FILE_ATTRIBUTE_READONLY);
     EXPECT_EQ("x", tree.read("file"));
     setAttributes("file", FILE_ATTRIBUTE_NORMAL);
+}
+
+TEST_F(WindowsDiskTest, WhatStaysUntilSomebodyClosesItIsNotRemovedYet) {
+    // Newer Windows takes the name away at once, on the file systems that know how to.
+    tree.write("file", "x");
+    tree.makeDirectory("directory");
+    Handle file = hold("file", kShareAll);
+    Handle directory = hold("directory", kShareAll);
+    const DWORD fileError = disk.removeFile(root, L"file");
+    const DWORD directoryError = disk.removeDirectory(root, L"directory");
+    EXPECT_EQ(tree.exists("file") ? ERROR_SHARING_VIOLATION : ERROR_SUCCESS, fileError);
+    EXPECT_EQ(tree.exists("directory") ? ERROR_SHARING_VIOLATION : ERROR_SUCCESS, directoryError);
+    if (isWine()) {
+        EXPECT_TRUE(tree.exists("file"));
+        EXPECT_TRUE(tree.exists("directory"));
+    }
+    file.close();
+    directory.close();
+    EXPECT_TRUE(tree.snapshot().empty());
 }
 
 TEST_F(WindowsDiskTest, ADirectoryIsRemovedWhenItIsEmpty) {
@@ -372,6 +394,7 @@ TEST_F(WindowsDiskTest, ADirectoryIsRemovedWhenItIsEmpty) {
 }
 
 TEST_F(WindowsDiskTest, WhatCouldNotBeRemovedIsKnownBefore) {
+    const ScopedPause pause;
     tree.write("file", "x");
     tree.write("readonly", "x");
     tree.makeDirectory("directory");
@@ -423,6 +446,64 @@ TEST_F(WindowsDiskTest, ARenameNeverReplaces) {
     EXPECT_EQ("deep", tree.read("to/tree2/sub/file"));
     EXPECT_FALSE(tree.exists("file"));
     EXPECT_FALSE(tree.exists("tree"));
+}
+
+TEST_F(WindowsDiskTest, WhatIsHeldForAMomentIsRenamedAndMayBeRemovedAfterIt) {
+    tree.write("file", "x");
+    tree.write("tree/sub/file", "y");
+    for (const char* const held : {"file", "tree", "tree/sub/file"}) {
+        Handle scanner = hold(held, FILE_SHARE_READ | FILE_SHARE_WRITE);
+        const bool isFile = std::string(held) == "file";
+        const ScopedPause pause([&] {
+            if (ScopedPause::count() == 3) {
+                scanner.close();
+            }
+        });
+        // A file below a directory does not keep Wine from renaming that.
+        const bool waits = !isWine() || std::string(held) != "tree/sub/file";
+        EXPECT_EQ(0U, disk.rename(root, isFile ? L"file" : L"tree", root, L"moved")) << held;
+        EXPECT_EQ(waits ? 3 : 0, ScopedPause::count()) << held;
+        scanner.close();
+        EXPECT_EQ(0U, disk.rename(root, L"moved", root, isFile ? L"file" : L"tree"));
+    }
+    Handle scanner = hold("file", FILE_SHARE_READ);
+    {
+        const ScopedPause pause([&] { scanner.close(); });
+        EXPECT_EQ(0U, disk.mayRemove(root, L"file"));
+        EXPECT_EQ(1, ScopedPause::count());
+    }
+    scanner = hold("tree/sub/file", FILE_SHARE_READ);
+    {
+        const ScopedPause pause([&] { scanner.close(); });
+        EXPECT_EQ(0U, disk.syncVolume(opened("tree")));
+        // Whoever may flush the volume need not open the file.
+        EXPECT_GE(1, ScopedPause::count());
+    }
+    EXPECT_EQ("y", tree.read("tree/sub/file"));
+}
+
+TEST_F(WindowsDiskTest, PatienceHasAnEndAndIsForNothingElse) {
+    tree.write("file", "x");
+    tree.write("taken", "x");
+    const auto pauses = static_cast<int>(std::size(kPauses));
+    {
+        const Handle held = hold("file", FILE_SHARE_READ | FILE_SHARE_WRITE);
+        const ScopedPause pause;
+        EXPECT_EQ(ERROR_SHARING_VIOLATION, disk.rename(root, L"file", root, L"moved"));
+        EXPECT_EQ(pauses, ScopedPause::count());
+        EXPECT_EQ(ERROR_SHARING_VIOLATION, disk.mayRemove(root, L"file"));
+        EXPECT_EQ(2 * pauses, ScopedPause::count());
+    }
+    const ScopedPause pause;
+    EXPECT_EQ(ERROR_ALREADY_EXISTS, disk.rename(root, L"file", root, L"taken"));
+    EXPECT_EQ(ERROR_FILE_NOT_FOUND, disk.rename(root, L"none", root, L"other"));
+    EXPECT_EQ(ERROR_FILE_NOT_FOUND, disk.mayRemove(root, L"none"));
+    EXPECT_EQ(0, ScopedPause::count());
+    DWORD longest = 0;
+    for (const DWORD milliseconds : kPauses) {
+        longest += milliseconds;
+    }
+    EXPECT_GT(1500U, longest);
 }
 
 TEST_F(WindowsDiskTest, NothingIsExchanged) {
@@ -491,6 +572,32 @@ TEST_F(WindowsDiskTest, ALockThatAPowerCutLeftBehindIsTakenOver) {
     EXPECT_TRUE(records(directory).empty());
     lock.reset();
     EXPECT_TRUE(tree.snapshot("locked").empty());
+}
+
+TEST_F(WindowsDiskTest, ALockThatSomebodyElseHasOpenIsStillTaken) {
+    // Its owner has ended, but a scanner keeps the file from going.
+    tree.write("locked/lock", "");
+    const DirectoryPtr directory = opened("locked");
+    Handle scanner = hold("locked/lock", kShareAll);
+    ASSERT_TRUE(::DeleteFileW(tree.wide("locked/lock").c_str()));
+    std::unique_ptr<DirectoryLock> lock;
+    const bool isThere = tree.exists("locked/lock");
+    EXPECT_EQ(isThere ? ERROR_LOCK_VIOLATION : ERROR_SUCCESS, disk.lock(directory, lock));
+    EXPECT_TRUE(isThere || !isWine());
+    scanner.close();
+    lock.reset();
+    EXPECT_EQ(0U, disk.lock(directory, lock));
+}
+
+TEST(WindowsFileNumbers, TellFilesApartWhereTheVolumeHasThem) {
+    EXPECT_EQ(ERROR_SUCCESS, checkNumbers(7, 7));
+    EXPECT_EQ(ERROR_FILE_NOT_FOUND, checkNumbers(7, 8));
+    EXPECT_EQ(ERROR_GEN_FAILURE, checkNumbers(std::nullopt, 7));
+    EXPECT_EQ(ERROR_GEN_FAILURE, checkNumbers(7, std::nullopt));
+    EXPECT_EQ(ERROR_GEN_FAILURE, checkNumbers(std::nullopt, std::nullopt));
+    // A volume without numbers: every file has the same.
+    EXPECT_EQ(ERROR_SUCCESS, checkNumbers(0, 0));
+    EXPECT_EQ(ERROR_SUCCESS, checkNumbers(~std::uint64_t{0}, ~std::uint64_t{0}));
 }
 
 TEST_F(WindowsDiskTest, ALockedDirectoryIsRemovedWithItsLock) {

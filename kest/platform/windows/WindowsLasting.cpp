@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "kest/platform/windows/Handle.h"
+#include "kest/platform/windows/Patience.h"
 #include "kest/platform/windows/UnixLinks.h"
 #include "kest/platform/windows/WindowsDisk.h"
 #include "kest/platform/windows/WindowsListing.h"
@@ -59,8 +60,11 @@ DWORD flushFile(const std::wstring& path, DWORD attributes) {
             return failure();
         }
     }
-    const Handle handle = openEntry(path, GENERIC_WRITE);
-    DWORD error = handle ? DWORD{ERROR_SUCCESS} : failure();
+    Handle handle;
+    DWORD error = patiently(&isHeld, [&] {
+        handle = openEntry(path, GENERIC_WRITE);
+        return handle ? DWORD{ERROR_SUCCESS} : failure();
+    });
     if (isReadOnly && !setAttributes(attributes) && error == ERROR_SUCCESS) {
         error = failure();
     }
@@ -69,7 +73,7 @@ DWORD flushFile(const std::wstring& path, DWORD attributes) {
 
 /// Flushes the entries of a directory.
 DWORD flushDirectory(const std::wstring& path) {
-    const DWORD error = flush(openEntry(path, GENERIC_WRITE));
+    const DWORD error = patiently(&isHeld, [&] { return flush(openEntry(path, GENERIC_WRITE)); });
     switch (error) {
         case ERROR_ACCESS_DENIED:
             // Not ours to write to, although an entry of it may be ours to take away. The rename

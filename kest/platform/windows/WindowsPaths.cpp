@@ -220,6 +220,16 @@ bool fromSystem(std::wstring_view path, std::wstring& text) {
            parsePlain(path.substr(kPrefix.size()), text) == ERROR_SUCCESS;
 }
 
+std::wstring placeOf(const std::wstring& text, const std::wstring& place) {
+    const auto namesSnapshot = [](const std::wstring& path) {
+        return fold(path).find(L"/@GMT-") != std::wstring::npos;
+    };
+    std::wstring canonical;
+    const bool isTrue =
+        fromSystem(place, canonical) && (!namesSnapshot(text) || namesSnapshot(canonical));
+    return isTrue ? canonical : text;
+}
+
 std::wstring fold(const std::wstring& name) {
     std::wstring folded = name;
     bool isPlain = true;

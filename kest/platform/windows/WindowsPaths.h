@@ -36,6 +36,12 @@ std::wstring toSystem(std::wstring_view text);
 /// above.
 bool fromSystem(std::wstring_view path, std::wstring& text);
 
+/// Where the directory really stands that was opened by `text`; `place` is what the system says, or
+/// empty. That is not believed when it has lost the component that names a snapshot
+/// ("@GMT-2010.05.17-08.30.00"): a server knows the directory by its live path, where something
+/// else stands by now. Nor when it is none of the forms above.
+std::wstring placeOf(const std::wstring& text, const std::wstring& place);
+
 /// The long name of the entry at a path in the system's form, in the case in which the disk has it.
 /// False, and `name` untouched, when there is none.
 bool spelling(const std::wstring& path, std::wstring& name);

@@ -165,6 +165,18 @@ TEST(WindowsPaths, TheSystemsPathsComeBack) {
     EXPECT_FALSE(fromSystem(L"", text));
 }
 
+TEST(WindowsPaths, ADirectoryStandsWhereTheSystemSaysUnlessThatIsAnotherTime) {
+    EXPECT_EQ(L"C:/Real/Dir", placeOf(L"C:/link", L"\\\\?\\C:\\Real\\Dir"));
+    EXPECT_EQ(L"C:/link", placeOf(L"C:/link", L""));
+    EXPECT_EQ(L"C:/link", placeOf(L"C:/link", L"\\\\?\\GLOBALROOT\\Device\\Disk"));
+    const std::wstring snapshot = L"//pc/C$/@GMT-2010.05.17-08.30.00/users";
+    EXPECT_EQ(snapshot, placeOf(snapshot, L"\\\\?\\UNC\\pc\\C$\\Users"));
+    EXPECT_EQ(L"//pc/C$/@GMT-2010.05.17-08.30.00/Users",
+              placeOf(snapshot, L"\\\\?\\UNC\\pc\\C$\\@GMT-2010.05.17-08.30.00\\Users"));
+    const std::wstring lower = L"//pc/c$/users/@gmt-2010.05.17-08.30.00";
+    EXPECT_EQ(lower, placeOf(lower, L"\\\\?\\UNC\\pc\\c$\\Users"));
+}
+
 TEST(WindowsPaths, NamesFoldCharacterByCharacter) {
     EXPECT_EQ(L"", fold(L""));
     EXPECT_EQ(L"README.TXT", fold(L"ReadMe.txt"));

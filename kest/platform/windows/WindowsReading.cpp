@@ -1,6 +1,7 @@
 // How a Windows disk is read.
 
 #include "kest/platform/windows/Handle.h"
+#include "kest/platform/windows/Patience.h"
 #include "kest/platform/windows/UnixLinks.h"
 #include "kest/platform/windows/WindowsDisk.h"
 #include "kest/platform/windows/WindowsListing.h"
@@ -115,22 +116,26 @@ DWORD open(const std::wstring& path, transactions::Links links, Handle& handle) 
 
 }  // namespace
 
-std::uint64_t fileNumber(HANDLE file) {
+std::optional<std::uint64_t> fileNumber(HANDLE file) {
     // What GetFileInformationByHandle gives as the file index, without all else that it asks for,
     // which costs a hundred times as much where the volume has to be asked.
     FILE_INTERNAL_INFORMATION number{};
     IO_STATUS_BLOCK status{};
     const NTSTATUS result =
         ::NtQueryInformationFile(file, &status, &number, sizeof number, FileInternalInformation);
-    return result < 0 ? 0 : static_cast<std::uint64_t>(number.IndexNumber.QuadPart);
+    if (result < 0) {
+        return std::nullopt;
+    }
+    return static_cast<std::uint64_t>(number.IndexNumber.QuadPart);
 }
 
-DWORD checkNumber(HANDLE file, const WindowsDirectory& directory) {
-    const std::uint64_t number = fileNumber(file);
-    if (number == 0 || directory.number() == 0) {
+DWORD checkNumbers(std::optional<std::uint64_t> left, std::optional<std::uint64_t> right) {
+    if (!left || !right) {
         return ERROR_GEN_FAILURE;
     }
-    return number == directory.number() ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
+    // A volume without numbers gives 0 for every file, and one whose numbers have more than 64 bits
+    // all ones for each that is too large: equal, too.
+    return *left == *right ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
 }
 
 DWORD WindowsDisk::normalize(const wchar_t* path, std::wstring& text) {
@@ -157,10 +162,11 @@ DWORD WindowsDisk::openDirectory(const std::wstring& text, DirectoryPtr& directo
         return error;
     }
     std::wstring place;
-    if (!placeOf(handle.get(), place) || !paths::fromSystem(place, canonical)) {
+    if (!placeOf(handle.get(), place)) {
         // A volume without a name of its own, or a file system that cannot tell: as it was called.
-        canonical = text;
+        place.clear();
     }
+    canonical = paths::placeOf(text, place);
     directory = std::make_shared<WindowsDirectory>(
         paths::toSystem(canonical), paths::isRoot(canonical), fileNumber(handle.get()));
     return ERROR_SUCCESS;
@@ -217,9 +223,13 @@ DWORD WindowsDisk::mayRemove(const DirectoryPtr& parent, const std::wstring& nam
     const LastErrorGuard kept;
     const std::wstring path = windowsDirectory(parent).entry(name);
     // Asks the system for the right, and for who else has it open and will not share it.
-    const Handle handle = openEntry(path, DELETE | FILE_READ_ATTRIBUTES);
-    if (!handle) {
-        return failure();
+    Handle handle;
+    const DWORD error = patiently(&isHeld, [&] {
+        handle = openEntry(path, DELETE | FILE_READ_ATTRIBUTES);
+        return handle ? DWORD{ERROR_SUCCESS} : failure();
+    });
+    if (error != ERROR_SUCCESS) {
+        return error;
     }
     FILE_BASIC_INFO info{};
     if (!::GetFileInformationByHandleEx(handle.get(), FileBasicInfo, &info, sizeof info)) {
@@ -270,7 +280,8 @@ DWORD WindowsDisk::checkEntry(const DirectoryPtr& parent, const std::wstring& na
                               const DirectoryPtr& directory) {
     const LastErrorGuard kept;
     const Handle handle = openEntry(windowsDirectory(parent).entry(name), FILE_READ_ATTRIBUTES);
-    return handle ? checkNumber(handle.get(), windowsDirectory(directory)) : failure();
+    return handle ? checkNumbers(fileNumber(handle.get()), windowsDirectory(directory).number())
+                  : failure();
 }
 
 namespace transactions {

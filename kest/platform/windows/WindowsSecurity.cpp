@@ -140,8 +140,12 @@ DWORD checkPrivate(HANDLE directory, HANDLE own) {
         // What the kernel answers for a volume that keeps none of this.
         return ERROR_SUCCESS;
     }
+    return checkPrivateList(list, owner);
+}
+
+DWORD checkPrivateList(ACL* list, PSID owner) {
     Sid user{};
-    error = currentUser(user);
+    const DWORD error = currentUser(user);
     if (error != ERROR_SUCCESS) {
         return error;
     }
@@ -163,6 +167,11 @@ DWORD checkPrivate(HANDLE directory, HANDLE own) {
         if (head.AceType != ACCESS_ALLOWED_ACE_TYPE) {
             // Of a kind that we never make.
             return ERROR_ACCESS_DENIED;
+        }
+        if (static_cast<const ACCESS_ALLOWED_ACE*>(entry)->Mask == 0) {
+            // A server that keeps modes instead of lists tells so of a group and of everybody that
+            // they may do nothing.
+            continue;
         }
         const PSID sid = &static_cast<ACCESS_ALLOWED_ACE*>(entry)->SidStart;
         bool isTrusted = ::EqualSid(sid, owner) != FALSE;

@@ -34,4 +34,7 @@ private:
 /// it. ERROR_ACCESS_DENIED when not; any other error tells neither.
 DWORD checkPrivate(HANDLE directory, HANDLE own);
 
+/// The part of that which is about the access list of what belongs to `owner`; null is no list.
+DWORD checkPrivateList(ACL* list, PSID owner);
+
 }  // namespace Tallowmere::platform

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "kest/platform/testing/TempTree.h"
 #include "kest/platform/windows/Handle.h"
 #include "kest/platform/windows/WindowsDisk.h"
@@ -146,6 +148,38 @@ TEST_F(WindowsSecurityTest, InheritedEntriesAreForWhatIsMadeBelowAlone) {
     ASSERT_TRUE(::GetSecurityDescriptorControl(security.attributes()->lpSecurityDescriptor,
                                                &control, &revision));
     EXPECT_NE(0, control & SE_DACL_PROTECTED);
+}
+
+TEST(WindowsAccessLists, WhatGivesNothingIsNobodysRight) {
+    struct Entry {
+        const wchar_t* sid;
+        DWORD mask;
+        DWORD flags = 0;
+    };
+    const wchar_t* const user = L"S-1-5-21-1-2-3-1000";
+    const auto check = [&](const std::vector<Entry>& entries) -> DWORD {
+        alignas(ACL) char buffer[1024];
+        ACL* const list = reinterpret_cast<ACL*>(buffer);
+        EXPECT_TRUE(::InitializeAcl(list, sizeof buffer, ACL_REVISION));
+        PSID sid = nullptr;
+        for (const Entry& entry : entries) {
+            EXPECT_TRUE(::ConvertStringSidToSidW(entry.sid, &sid));
+            EXPECT_TRUE(::AddAccessAllowedAceEx(list, ACL_REVISION, entry.flags, entry.mask, sid));
+            ::LocalFree(sid);
+        }
+        EXPECT_TRUE(::ConvertStringSidToSidW(user, &sid));
+        const DWORD error = checkPrivateList(list, sid);
+        ::LocalFree(sid);
+        return error;
+    };
+    const wchar_t* const group = L"S-1-5-21-1-2-3-513";
+    const wchar_t* const everyone = L"S-1-1-0";
+    // As a server answers that keeps modes instead of lists, for a folder that is one user's alone.
+    EXPECT_EQ(0U, check({{user, FILE_ALL_ACCESS}, {group, 0}, {everyone, 0}}));
+    EXPECT_EQ(0U, check({{user, FILE_ALL_ACCESS}, {everyone, FILE_ALL_ACCESS, INHERIT_ONLY_ACE}}));
+    EXPECT_EQ(ERROR_ACCESS_DENIED,
+              check({{user, FILE_ALL_ACCESS}, {everyone, FILE_LIST_DIRECTORY}}));
+    EXPECT_EQ(ERROR_ACCESS_DENIED, check({{user, FILE_ALL_ACCESS}, {group, FILE_LIST_DIRECTORY}}));
 }
 
 }  // namespace

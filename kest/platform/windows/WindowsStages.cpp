@@ -4,6 +4,7 @@
 
 #include "kest/platform/windows/Handle.h"
 #include "kest/platform/windows/WindowsDisk.h"
+#include "kest/platform/windows/WindowsPaths.h"
 #include "kest/platform/windows/WindowsSecurity.h"
 
 // After Win32.h, which it needs.
@@ -62,12 +63,18 @@ DWORD WindowsDisk::lock(const DirectoryPtr& directory, std::unique_ptr<Directory
     // Made and taken in one step, and shared with nobody. After a power cut an old one may still be
     // there: it is taken over. While it is open Windows renames neither this directory nor any
     // above it.
-    Handle file(::CreateFileW(windowsDirectory(directory).entry(kLockName).c_str(),
-                              GENERIC_WRITE | DELETE, 0, security.attributes(), OPEN_ALWAYS,
-                              FILE_FLAG_DELETE_ON_CLOSE | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+    const std::wstring path = windowsDirectory(directory).entry(kLockName);
+    Handle file(::CreateFileW(path.c_str(), GENERIC_WRITE | DELETE, 0, security.attributes(),
+                              OPEN_ALWAYS, FILE_FLAG_DELETE_ON_CLOSE | FILE_FLAG_OPEN_REPARSE_POINT,
+                              nullptr));
     if (!file) {
         const DWORD reason = failure();
-        return reason == ERROR_SHARING_VIOLATION ? DWORD{ERROR_LOCK_VIOLATION} : reason;
+        // One that is still there after its owner has ended, because a scanner has it open: who
+        // took that for a missing right would pass over an orphan with a journal.
+        std::wstring name;
+        const bool isPending = isDeletePending(reason) && paths::spelling(path, name);
+        return reason == ERROR_SHARING_VIOLATION || isPending ? DWORD{ERROR_LOCK_VIOLATION}
+                                                              : reason;
     }
     lock = std::make_unique<FileLock>(std::move(file), directory);
     return ERROR_SUCCESS;
@@ -87,7 +94,7 @@ DWORD WindowsDisk::checkPrivateOfOurs(const DirectoryPtr& directory) {
     const LastErrorGuard kept;
     const WindowsDirectory& stage = windowsDirectory(directory);
     const Handle handle = openEntry(stage.self(), READ_CONTROL | FILE_READ_ATTRIBUTES);
-    DWORD error = handle ? checkNumber(handle.get(), stage) : failure();
+    DWORD error = handle ? checkNumbers(fileNumber(handle.get()), stage.number()) : failure();
     if (error != ERROR_SUCCESS) {
         return error;
     }

@@ -9,6 +9,7 @@
 #include "kest/platform/transactions/Disk.h"
 #include "kest/platform/windows/Handle.h"
 #include "kest/platform/windows/UnixLinks.h"
+#include "kest/platform/windows/testing/ScopedPause.h"
 #include "kest/platform/windows/testing/ScratchDrive.h"
 #include "kest/platform/windows/testing/TreeTransaction.h"
 #include "kest/platform/windows/testing/UnixSide.h"
@@ -19,6 +20,7 @@ namespace {
 
 using testing::CurrentDisk;
 using testing::runOnUnix;
+using testing::ScopedPause;
 using testing::ScratchDrive;
 using testing::TempTree;
 using testing::TreeTransaction;
@@ -91,6 +93,7 @@ TEST_F(WindowsTransaction, ReadOnlyFilesAreCopiedAndRolledBack) {
 }
 
 TEST_F(WindowsTransaction, AFileThatSomebodyHoldsIsNotDeleted) {
+    const ScopedPause pause;
     tree.write("old/a", "1");
     tree.write("old/held", "2");
     const Snapshot before = tree.snapshot();
@@ -105,6 +108,7 @@ TEST_F(WindowsTransaction, AFileThatSomebodyHoldsIsNotDeleted) {
 }
 
 TEST_F(WindowsTransaction, ADirectoryThatIsHeldAtTheCommitLeavesEverythingAsItWas) {
+    const ScopedPause pause;
     tree.write("from/new", "new");
     tree.write("Old/a", "1");
     const Snapshot before = tree.snapshot();
@@ -134,6 +138,60 @@ TEST_F(WindowsTransaction, NamesAreOneWhateverTheirCase) {
     EXPECT_EQ(
         (Snapshot{{"from", "dir"}, {"from/a", "file new"}, {"old", "dir"}, {"old/a", "file new"}}),
         tree.snapshot());
+}
+
+TEST_F(WindowsTransaction, TwoFilesNeverBecomeOneBecauseTheirNamesMeetInTheCopy) {
+    tree.write("from/a", "1");
+    tree.write("from/b", "2");
+    {
+        TreeTransaction transaction;
+        EXPECT_EQ(0U, transaction.copyTree(tree.wide("from"), tree.wide("to")));
+        // As from a folder that tells letter case apart.
+        EXPECT_EQ(ERROR_ALREADY_EXISTS,
+                  transaction.copyFile(tree.wide("from/b"), tree.wide("to/A")));
+        EXPECT_EQ(0U, transaction.copyFile(tree.wide("from/a"), tree.wide("alone")));
+        EXPECT_EQ(ERROR_ALREADY_EXISTS,
+                  transaction.copyFile(tree.wide("from/b"), tree.wide("ALONE")));
+        // By its own name it is replaced.
+        EXPECT_EQ(0U, transaction.copyFile(tree.wide("from/b"), tree.wide("to/b")));
+        EXPECT_EQ(0U, transaction.copyFile(tree.wide("from/b"), tree.wide("alone")));
+        EXPECT_EQ(0U, transaction.commit());
+    }
+    EXPECT_EQ("1", tree.read("to/a"));
+    EXPECT_EQ("2", tree.read("alone"));
+}
+
+TEST_F(WindowsTransaction, AShortNameOfTheOldTreeMeansNothingInTheNewOne) {
+    tree.write("to/a name of some length.text", "old");
+    tree.write("to/a folder of some length/file", "old");
+    const auto shortName = [&](const char* relative) {
+        WIN32_FIND_DATAW found{};
+        const HANDLE search = ::FindFirstFileW(tree.wide(relative).c_str(), &found);
+        EXPECT_NE(INVALID_HANDLE_VALUE, search);
+        ::FindClose(search);
+        return std::wstring(found.cAlternateFileName);
+    };
+    const std::wstring file = shortName("to/a name of some length.text");
+    const std::wstring folder = shortName("to/a folder of some length");
+    if (file.empty()) {
+        GTEST_SKIP() << "this volume gives no short names";
+    }
+    // Entries of the source whose real names are those.
+    tree.makeDirectory("from");
+    const std::wstring from = tree.wide("from") + L"\\";
+    ASSERT_TRUE(::CreateDirectoryW((from + folder).c_str(), nullptr));
+    for (const std::wstring& name : {file, folder + L"\\" + file}) {
+        tree.write("content", "new");
+        ASSERT_TRUE(::MoveFileW(tree.wide("content").c_str(), (from + name).c_str()));
+    }
+    const Snapshot source = tree.snapshot("from");
+    ASSERT_EQ(3U, source.size());
+    {
+        TreeTransaction transaction;
+        EXPECT_EQ(0U, transaction.replaceTree(tree.wide("from"), tree.wide("to")));
+        EXPECT_EQ(0U, transaction.commit());
+    }
+    EXPECT_EQ(source, tree.snapshot("to"));
 }
 
 TEST_F(WindowsTransaction, ACommitThatFailsHalfWayGivesEachEntryItsOwnNameBack) {

@@ -25,6 +25,7 @@
 #include "kest/platform/linux/Errno.h"
 #include "kest/platform/linux/FileCopy.h"
 #include "kest/platform/linux/Names.h"
+#include "kest/platform/linux/Spelling.h"
 #include "kest/platform/transactions/Texts.h"
 
 namespace Tallowmere::platform {
@@ -501,6 +502,13 @@ DWORD LinuxDisk::mayRemove(const DirectoryPtr& parent, const std::wstring& name)
     const bool isAnothers = guard->isSticky && guard->owner != geteuid() &&
                             status.stx_uid != geteuid() && !standsForAllOwners();
     return isAnothers ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
+}
+
+std::wstring LinuxDisk::spelling(const DirectoryPtr& parent, const std::wstring& name) {
+    const NativeName native(name);
+    return native.isGood() && mayFoldNames(descriptor(parent))
+               ? names::widen(spellingOf(descriptor(parent), native.get()))
+               : name;
 }
 
 DWORD LinuxDisk::checkSameVolume(const DirectoryPtr& left, const DirectoryPtr& right) {

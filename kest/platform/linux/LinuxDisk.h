@@ -65,6 +65,7 @@ public:
                          std::unique_ptr<transactions::Listing>& listing) override;
     DWORD mayRemoveFrom(const DirectoryPtr& directory) override;
     DWORD mayRemove(const DirectoryPtr& parent, const std::wstring& name) override;
+    std::wstring spelling(const DirectoryPtr& parent, const std::wstring& name) override;
     DWORD checkSameVolume(const DirectoryPtr& left, const DirectoryPtr& right) override;
     DWORD checkEntry(const DirectoryPtr& parent, const std::wstring& name,
                      const DirectoryPtr& directory) override;

@@ -176,7 +176,8 @@ bool MemoryDisk::isRoot(std::wstring_view text) const {
 }
 
 std::wstring MemoryDisk::fold(const std::wstring& name) const {
-    return MemoryImage::fold(name, m_store.options().ignoresCase);
+    const auto& options = m_store.options();
+    return MemoryImage::fold(name, options.ignoresCase && !options.foldsUnknown);
 }
 
 // Reading.

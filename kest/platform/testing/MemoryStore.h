@@ -27,6 +27,9 @@ struct MemoryOptions {
     bool syncsBelow = false;
     /// Whether what is told to be durable is. A disk that lies is there to see that tests notice.
     bool syncs = true;
+    /// Whether the disk does not know that a volume ignores case, as Linux knows nothing of a FAT
+    /// volume's rules: an entry is found in any case, but two names are not told for the same.
+    bool foldsUnknown = false;
 
     static MemoryOptions linux() { return {}; }
     static MemoryOptions windows() { return {true, true, false, true, true, true, true}; }

@@ -172,6 +172,7 @@ private:
     // Finding (TransactionView.cpp).
     DWORD normalize(const wchar_t* path, std::wstring& text);
     bool isBelowStaged(const std::wstring& text) const;
+    std::wstring onDisk(const Place& place) const;
     DWORD locate(const wchar_t* path, Place& place);
     bool locateQuickly(std::wstring_view path, Place& place);
     DWORD locateText(const std::wstring& text, Place& place);

@@ -161,6 +161,9 @@ void Transaction::setStaged(const Place& place, const std::wstring& slot, bool h
     const std::wstring folded = m_disk.fold(place.name);
     changes.others[folded] = {Change::What::Staged, place.name, slot, hadOld};
     changes.removed.erase(folded);
+    if (hadOld && !changes.removed.empty()) {
+        changes.removed.erase(onDisk(place));
+    }
 }
 
 DWORD Transaction::createDirectory(const wchar_t* path) {

@@ -83,6 +83,18 @@ public:
         std::erase_if(entries, [&](const auto& entry) {
             return entry.first == path || entry.first.starts_with(path + L"/");
         });
+        std::erase_if(m_made, [&](const auto& made) {
+            return made.first == path || made.first.starts_with(path + L"/");
+        });
+    }
+    /// Notes under which name this transaction has made a leaf.
+    void make(const std::wstring& path, const std::wstring& spelled) {
+        m_made[path] = nameOf(spelled);
+    }
+    /// Whether it has made one there under a name in other letters: that one is not replaced.
+    bool isMadeAsAnother(const std::wstring& path, const std::wstring& spelled) const {
+        const auto found = m_made.find(path);
+        return found != m_made.end() && found->second != nameOf(spelled);
     }
     void copyTree(const std::wstring& from, const std::wstring& to) {
         Entries copies;
@@ -90,7 +102,10 @@ public:
             if (path == from || path.starts_with(from + L"/")) {
                 const bool isLink = what.starts_with("dirlink");
                 const std::string resolved = m_hasDrives ? "dirlink /resolved" : "link /resolved";
-                copies[to + path.substr(from.size())] = isLink ? resolved : what;
+                const std::wstring copy = to + path.substr(from.size());
+                copies[copy] = isLink ? resolved : what;
+                const auto made = m_made.find(path);
+                m_made[copy] = made != m_made.end() ? made->second : nameOf(path);
             }
         }
         entries.merge(copies);
@@ -106,6 +121,12 @@ public:
     Entries entries;
 
 private:
+    static std::wstring nameOf(const std::wstring& path) {
+        return path.substr(path.rfind(L'/') + 1);
+    }
+
+    /// By path: the name of what this transaction has made there.
+    std::map<std::wstring, std::wstring> m_made;
     bool m_hasDrives;
 };
 
@@ -288,12 +309,14 @@ void perform(const Step& step, const Machine& machine, Transaction& transaction,
             if (first == second) {
                 return;
             }
-            isExpected = model.isLeaf(first) && (model.isFree(second) || model.isLeaf(second));
+            isExpected = model.isLeaf(first) && (model.isFree(second) || model.isLeaf(second)) &&
+                         !model.isMadeAsAnother(second, two);
             answer = call([&] {
                 return transaction.copyFile(one.c_str(), two.c_str(), COPY_FILE_COPY_SYMLINK);
             });
             if (isExpected) {
                 model.entries[second] = model.entries[first];
+                model.make(second, two);
             }
             break;
         case 2:
@@ -307,6 +330,7 @@ void perform(const Step& step, const Machine& machine, Transaction& transaction,
             });
             if (isExpected) {
                 model.entries[first] = model.link(isDirectory);
+                model.make(first, one);
             }
             break;
         }
@@ -314,7 +338,7 @@ void perform(const Step& step, const Machine& machine, Transaction& transaction,
             isExpected = model.isLeaf(first);
             answer = call([&] { return transaction.deleteFile(one.c_str()); });
             if (isExpected) {
-                model.entries.erase(first);
+                model.eraseTree(first);
             }
             break;
         case 5:
@@ -323,7 +347,7 @@ void perform(const Step& step, const Machine& machine, Transaction& transaction,
                           model.isEmpty(first));
             answer = call([&] { return transaction.removeDirectory(one.c_str()); });
             if (isExpected) {
-                model.entries.erase(first);
+                model.eraseTree(first);
             }
             break;
         case 6: {

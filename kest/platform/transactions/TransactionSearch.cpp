@@ -215,7 +215,8 @@ DWORD Transaction::finishSearch(Search& search) {
     DWORD error = locateDirectory(search.m_text, source);
     if (error == ERROR_SUCCESS) {
         error = locateDirectory(search.m_adopter, adopter);
-        if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) {
+        if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ||
+            error == ERROR_DIRECTORY) {
             // Made, and removed again while the other one was being listed.
             return ERROR_SUCCESS;
         }

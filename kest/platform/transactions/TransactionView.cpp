@@ -143,10 +143,19 @@ Transaction::Change* Transaction::changeOf(const Place& place) {
 
 bool Transaction::isRemoved(const Place& place) {
     DirectoryChanges* const changes = place.parent->staged ? nullptr : changesOf(*place.parent);
-    std::wstring scratch;
     // What a search has just given is not among them.
-    return changes != nullptr && !changes->removed.empty() && known(place) == nullptr &&
-           changes->removed.contains(folded(place.name, scratch));
+    if (changes == nullptr || changes->removed.empty() || known(place) != nullptr) {
+        return false;
+    }
+    std::wstring scratch;
+    return changes->removed.contains(folded(place.name, scratch)) ||
+           changes->removed.contains(onDisk(place));
+}
+
+/// The name, as names are told apart, of what a disk finds at a place: one that finds an entry in
+/// another letter case, or by a short name, may have been told that it is removed by its own name.
+std::wstring Transaction::onDisk(const Place& place) const {
+    return m_disk.fold(m_disk.spelling(place.parent->directory, place.name));
 }
 
 Transaction::Standing Transaction::standing(const Place& place) {
@@ -371,9 +380,11 @@ DWORD Transaction::openText(const std::wstring& text, ViewPtr& view) {
     found->text = text;
     DWORD error = m_disk.openDirectory(text, found->directory, found->canonical);
     if (error != ERROR_SUCCESS) {
-        if ((error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) &&
+        if ((error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ||
+             error == ERROR_DIRECTORY) &&
             !m_disk.isRoot(text) && text != L"." && !m_changes.empty()) {
-            // Not on the disk, but it may have been created here under another spelling.
+            // Not on the disk, or a file that is to go, but it may have been created here under
+            // another spelling.
             ViewPtr parent;
             if (locateDirectory(parentOf(text), parent) == ERROR_SUCCESS) {
                 return stepInto(parent, nameOf(text), text, view);

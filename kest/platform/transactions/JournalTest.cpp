@@ -123,9 +123,8 @@ TEST_F(JournalTest, NamesNothingOutsideItsDirectories) {
     EXPECT_TRUE(isDamaged(entry(2, "new", "old", "slot-0")));
     EXPECT_TRUE(isDamaged(entry(1, "new", "old", "slot-0", 4)));
     const std::string withZero("a\0b", 3);
-    for (const std::string& name :
-         {std::string(), std::string("."), std::string(".."), std::string("../x"),
-          std::string("a\\b"), withZero}) {
+    for (const std::string& name : {std::string(), std::string("."), std::string(".."),
+                                    std::string("../x"), std::string("a\\b"), withZero}) {
         EXPECT_TRUE(isDamaged(entry(1, name, "old", "slot-0"))) << name;
         EXPECT_TRUE(isDamaged(entry(1, "new", name, "slot-0"))) << name;
         EXPECT_TRUE(isDamaged(entry(1, "new", "old", name))) << name;

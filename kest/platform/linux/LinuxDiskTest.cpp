@@ -537,7 +537,8 @@ TEST_F(LinuxDiskTest, ADirectoryThatItsOwnerMayNotWriteIsReplaced) {
 }
 
 TEST_F(LinuxDiskTest, ALargeFileIsCopiedPieceByPiece) {
-    std::string content(20U << 20, '\0');
+    // Beyond what is kept in memory while it is on its way to the disk.
+    std::string content(50U << 20, '\0');
     for (std::size_t i = 0; i < content.size(); i += 4093) {
         content[i] = static_cast<char>(i);
     }

@@ -52,6 +52,14 @@ TEST(LinuxTextFiles, GivesTheNumbersOfWindows) {
     EXPECT_EQ(nullptr, file);
 }
 
+TEST(LinuxTextFiles, ThePrefixOfALongPathIsNoPartOfIt) {
+    const testing::TempTree tree;
+    tree.write("file", "x");
+    std::FILE* file = nullptr;
+    EXPECT_EQ(0, os().fopen_s(&file, ("\\\\?\\" + (tree / "file").string()).c_str(), "r"));
+    EXPECT_EQ(0, os().fclose(file));
+}
+
 /// The number with which `name` is refused in a process of its own, once that has been prepared.
 int refusal(const std::string& name, const std::function<bool()>& prepare) {
     const pid_t child = ::fork();

@@ -16,6 +16,7 @@ import os
 import random
 import re
 import shutil
+import signal
 import statistics
 import subprocess
 import sys
@@ -25,6 +26,7 @@ import time
 HERE = os.path.dirname(os.path.abspath(__file__))
 KEST = os.path.join(HERE, "..", "build", "bench", "bench", "kest_trees")
 UNTRACED = KEST + "_untraced"
+BARE = os.path.join(os.path.dirname(KEST), "kest_bare")
 
 # (file system, tree, case) -> at most, times the peer.
 GOALS = {
@@ -121,18 +123,20 @@ class Volume:
 
 def variants(case, source, target, trace):
     """Name -> the commands whose time counts. The first is the peer. "traced" is a fresh copy against
-    the same library without its trace lines."""
+    the same library without its trace lines. "bare" is the least that the same promise costs here: a
+    plain C program with the calls that it cannot do without, no trace and nothing else."""
+    bare = [[BARE, "delete", target]] if case == "delete" else [[BARE, "copy", source, target]]
     durable = ["sync", "-f", os.path.dirname(target)]
     if case == "fresh":
         return {"cp -a, sync": [["cp", "-a", source, target], durable],
-                "kest": [[KEST, "copy", source, target, trace]]}
+                "kest": [[KEST, "copy", source, target, trace]], "bare": bare}
     if case == "traced":
         return {"untraced": [[UNTRACED, "copy", source, target, trace]],
                 "kest": [[KEST, "copy", source, target, trace]]}
     if case == "replace":
         return {"rm -rf, cp -a, sync": [["rm", "-rf", target], ["cp", "-a", source, target], durable],
-                "kest": [[KEST, "copy", source, target, trace]]}
-    return {"rm -rf": [["rm", "-rf", target]], "kest": [[KEST, "delete", target, trace]]}
+                "kest": [[KEST, "copy", source, target, trace]], "bare": bare}
+    return {"rm -rf": [["rm", "-rf", target]], "kest": [[KEST, "delete", target, trace]], "bare": bare}
 
 
 def prepare(case, source, target):
@@ -145,7 +149,7 @@ def prepare(case, source, target):
 def measure(volume, tree, case, rounds):
     source, target = f"{volume.place}/{tree}", f"{volume.place}/target"
     trace = f"{volume.place}/trace.log"
-    times, ratios, flushes = {}, [], {}
+    times, ratios, flushes = {}, {}, {}
     for number in range(rounds + 1):
         now = {}
         commands = list(variants(case, source, target, trace).items())
@@ -163,12 +167,18 @@ def measure(volume, tree, case, rounds):
         for name, value in now.items():
             times.setdefault(name, []).append(value)
         peer = next(iter(variants(case, source, target, trace)))
-        ratios.append(now["kest"] / now[peer])
+        for name in now:
+            if name != peer:
+                ratios.setdefault(name, []).append(now[name] / now[peer])
     return times, ratios, flushes
 
 
 def show(values):
     return f"{statistics.median(values):.1f} [{min(values):.1f}-{max(values):.1f}]"
+
+
+def spread(ratios):
+    return f"{statistics.median(ratios):.2f} [{min(ratios):.2f}-{max(ratios):.2f}]"
 
 
 def count_calls(volume, report):
@@ -228,8 +238,10 @@ def main():
     chosen = options.parse_args()
     if os.geteuid() != 0:
         sys.exit("bench-trees.py mounts images of its own: it needs root.")
-    report = ["| file system | tree | case | peer, ms | kest, ms | ratio | at most | | flushes, peer and kest |",
-              "|---|---|---|---|---|---|---|---|---|"]
+    # So that an image is unmounted and its loop device given back.
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))
+    report = ["| file system | tree | case | peer, ms | kest, ms | ratio | at most | | bare, ratio | flushes, peer and kest |",
+              "|---|---|---|---|---|---|---|---|---|---|"]
     for line in report:
         print(line, flush=True)
     with tempfile.TemporaryDirectory(prefix="kest-bench-", dir=os.environ.get("KEST_BENCH_DIR", "/var/tmp")) as folder:
@@ -240,12 +252,14 @@ def main():
                     make_tree(f"{volume.place}/{tree}", tree)
                     for case in chosen.cases.split(","):
                         times, ratios, flushes = measure(volume, tree, case, chosen.rounds)
-                        peer = next(name for name in times if name != "kest")
-                        ratio, limit = statistics.median(ratios), goal(fs, tree, case)
+                        peer = next(iter(variants(case, "", "", "")))
+                        ours, limit = ratios["kest"], goal(fs, tree, case)
+                        ratio = statistics.median(ours)
                         report.append(
                             f"| {fs} | {tree} | {case} | {peer}: {show(times[peer])} | {show(times['kest'])} | "
-                            f"{ratio:.2f} [{min(ratios):.2f}-{max(ratios):.2f}] | {limit:.2f} | "
+                            f"{spread(ours)} | {limit:.2f} | "
                             f"{'' if ratio <= limit else 'above'} | "
+                            f"{spread(ratios['bare']) if 'bare' in ratios else ''} | "
                             f"{statistics.median(flushes[peer]):.0f} {statistics.median(flushes['kest']):.0f} |")
                         print(report[-1], flush=True)
                     if tree != "T1" or not chosen.counts:

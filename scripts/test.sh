@@ -13,8 +13,13 @@ failed=0
 skipped=0
 failures=()
 
-# Whatever happens, no Wine server stays behind.
-trap 'cmake/wine-prefix.sh stop' EXIT
+# Whatever happens, no Wine server and no fuzzer stays behind.
+fuzzing=
+clear_up() {
+    [[ -z $fuzzing ]] || kill -- "-$fuzzing" 2>/dev/null
+    cmake/wine-prefix.sh stop
+}
+trap clear_up EXIT
 trap 'exit 130' INT
 trap 'exit 143' TERM
 
@@ -76,6 +81,24 @@ power_cuts() {
 trace_page() {
     cmake --build --preset linux --target kest_command kest_trace_sample || return 1
     TRACE_PAGE_LIMIT=5000 scripts/trace-page-test.sh
+}
+
+# Each fuzz target for a minute, beside what comes after: two at a time, with what the rest has no use
+# for. Programs under Wine mostly wait for each other.
+start_fuzzing() {
+    [[ -x build/linux-asan/fuzz/TextFuzz ]] || return
+    set -m
+    nice -n 19 scripts/fuzz.sh --quiet --seconds 60 --jobs 2 --programs build/linux-asan/fuzz \
+        >$logs/fuzz.log 2>&1 </dev/null &
+    set +m
+    fuzzing=$!
+}
+fuzzed() {
+    [[ -n $fuzzing ]] && wait "$fuzzing"
+    local status=$?
+    fuzzing=
+    cat $logs/fuzz.log
+    return $status
 }
 
 build() {
@@ -157,6 +180,7 @@ where_allowed "Power cuts" power-cuts power_cuts
 where_allowed "Trace page" trace-page trace_page
 build_and_test linux-asan in-memory
 build_and_test linux-tsan in-memory
+start_fuzzing
 echo
 quietly "Wine prefix" wine-prefix cmake/wine-prefix.sh start
 build_and_test windows in-memory
@@ -164,6 +188,7 @@ test_package linux
 test_package windows
 echo
 where_allowed "README" readme scripts/readme-test.py
+where_allowed "Fuzzing, a minute for each target" fuzzing fuzzed
 
 echo
 echo "All builds and tests: $((SECONDS / 60)) min $((SECONDS % 60)) s"

@@ -112,6 +112,7 @@ Descriptor openLong(int base, const char* const name, int flags) {
     return Descriptor(openDirectoryAt(at ? at.get() : base, name + start, flags));
 }
 
+/// Null with errno when it cannot be asked.
 std::optional<LinuxDirectory::Mount> mountOf(int directory) {
     struct statx status {};
     if (statx(directory, "", AT_EMPTY_PATH, STATX_BASIC_STATS | STATX_MNT_ID, &status) != 0) {
@@ -405,7 +406,7 @@ DWORD LinuxDisk::mayRemoveFrom(const DirectoryPtr& directory) {
     return answer(faccessat(descriptor(directory), ".", W_OK | X_OK, AT_EACCESS));
 }
 
-bool LinuxDisk::sameVolume(const DirectoryPtr& left, const DirectoryPtr& right) {
+DWORD LinuxDisk::checkSameVolume(const DirectoryPtr& left, const DirectoryPtr& right) {
     const auto ask =
         [](const DirectoryPtr& directory) -> const std::optional<LinuxDirectory::Mount>& {
         auto& known = static_cast<LinuxDirectory&>(*directory);
@@ -415,21 +416,31 @@ bool LinuxDisk::sameVolume(const DirectoryPtr& left, const DirectoryPtr& right) 
         return known.mount;
     };
     const auto& first = ask(left);
-    const auto& second = ask(right);
+    const auto* const second = first ? &ask(right) : nullptr;
+    if (second == nullptr || !*second) {
+        return errorFromErrno(errno);
+    }
     // The mount, too: a part of the same file system that is mounted elsewhere cannot be renamed
     // to.
-    return first && second && first->device == second->device && first->mount == second->mount;
+    return first->device == (*second)->device && first->mount == (*second)->mount
+               ? ERROR_SUCCESS
+               : ERROR_NOT_SAME_DEVICE;
 }
 
-bool LinuxDisk::isEntry(const DirectoryPtr& parent, const std::wstring& name,
-                        const DirectoryPtr& directory) {
+DWORD LinuxDisk::checkEntry(const DirectoryPtr& parent, const std::wstring& name,
+                            const DirectoryPtr& directory) {
     const NativeName native(name);
+    if (!native.isGood()) {
+        return ERROR_INVALID_NAME;
+    }
     struct stat entry {};
     struct stat opened {};
-    return native.isGood() &&
-           fstatat(descriptor(parent), native.get(), &entry, AT_SYMLINK_NOFOLLOW) == 0 &&
-           fstat(descriptor(directory), &opened) == 0 && entry.st_dev == opened.st_dev &&
-           entry.st_ino == opened.st_ino;
+    if (fstatat(descriptor(parent), native.get(), &entry, AT_SYMLINK_NOFOLLOW) != 0 ||
+        fstat(descriptor(directory), &opened) != 0) {
+        return errorFromErrno(errno);
+    }
+    return entry.st_dev == opened.st_dev && entry.st_ino == opened.st_ino ? ERROR_SUCCESS
+                                                                          : ERROR_FILE_NOT_FOUND;
 }
 
 DWORD LinuxDisk::makeDirectory(const DirectoryPtr& parent, const std::wstring& name) {
@@ -634,10 +645,13 @@ DWORD LinuxDisk::lock(const DirectoryPtr& directory, std::unique_ptr<DirectoryLo
     return ERROR_SUCCESS;
 }
 
-bool LinuxDisk::isPrivateOfOurs(const DirectoryPtr& directory) {
+DWORD LinuxDisk::checkPrivateOfOurs(const DirectoryPtr& directory) {
     struct stat status {};
-    return fstat(descriptor(directory), &status) == 0 && status.st_uid == geteuid() &&
-           (status.st_mode & 077) == 0;
+    if (fstat(descriptor(directory), &status) != 0) {
+        return errorFromErrno(errno);
+    }
+    return status.st_uid == geteuid() && (status.st_mode & 077) == 0 ? ERROR_SUCCESS
+                                                                     : ERROR_ACCESS_DENIED;
 }
 
 std::wstring LinuxDisk::randomName() {

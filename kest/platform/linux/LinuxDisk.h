@@ -55,9 +55,9 @@ public:
     DWORD listForRemoval(const DirectoryPtr& directory,
                          std::unique_ptr<transactions::Listing>& listing) override;
     DWORD mayRemoveFrom(const DirectoryPtr& directory) override;
-    bool sameVolume(const DirectoryPtr& left, const DirectoryPtr& right) override;
-    bool isEntry(const DirectoryPtr& parent, const std::wstring& name,
-                 const DirectoryPtr& directory) override;
+    DWORD checkSameVolume(const DirectoryPtr& left, const DirectoryPtr& right) override;
+    DWORD checkEntry(const DirectoryPtr& parent, const std::wstring& name,
+                     const DirectoryPtr& directory) override;
 
     DWORD makeDirectory(const DirectoryPtr& parent, const std::wstring& name) override;
     DWORD makePrivateDirectory(const DirectoryPtr& parent, const std::wstring& name) override;
@@ -83,7 +83,7 @@ public:
 
     DWORD lock(const DirectoryPtr& directory,
                std::unique_ptr<transactions::DirectoryLock>& lock) override;
-    bool isPrivateOfOurs(const DirectoryPtr& directory) override;
+    DWORD checkPrivateOfOurs(const DirectoryPtr& directory) override;
     std::wstring randomName() override;
 };
 

@@ -319,6 +319,21 @@ TEST_F(LinuxDiskTest, ADestinationThatIsALinkIsReplacedAndItsTargetStays) {
     EXPECT_FALSE(tree.exists("target/file"));
 }
 
+TEST_F(LinuxDiskTest, WhatLiesBehindALoopOfLinksIsNotCalledGone) {
+    // Deliberate: a rival may break the loop at any time, and then the tree is there after all. Who
+    // was told that it is not would report a deletion that never was, or copy into what is there.
+    std::filesystem::create_symlink("loop", tree / "loop");
+    WIN32_FILE_ATTRIBUTE_DATA data{};
+    EXPECT_FALSE(transactions::GetFileAttributesTransactedW(
+        wide(tree / "loop/tree").c_str(), GetFileExInfoStandard, &data, transaction));
+    EXPECT_EQ(ERROR_CANT_RESOLVE_FILENAME, os().GetLastError());
+    std::filesystem::remove(tree / "loop");
+    tree.write("loop/tree/file", "x");
+    EXPECT_FALSE(commit());
+    EXPECT_EQ(ERROR_CANT_RESOLVE_FILENAME, os().GetLastError());
+    EXPECT_EQ("x", tree.read("loop/tree/file"));
+}
+
 TEST_F(LinuxDiskTest, ASourceThatIsALinkIsCopiedThrough) {
     tree.write("target/file", "content");
     std::filesystem::create_directory_symlink("target", tree / "from");

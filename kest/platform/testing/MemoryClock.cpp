@@ -14,8 +14,8 @@ const char* nameOf(Primitive primitive) {
         "mayRemoveFrom",
         "mayRemove",
         "spelling",
-        "sameVolume",
-        "isEntry",
+        "checkSameVolume",
+        "checkEntry",
         "makeDirectory",
         "makePrivateDirectory",
         "copyFile",
@@ -32,7 +32,7 @@ const char* nameOf(Primitive primitive) {
         "writeFile (content)",
         "readFile",
         "lock",
-        "isPrivateOfOurs",
+        "checkPrivateOfOurs",
         "randomName",
     };
     return kNames[static_cast<int>(primitive)];
@@ -66,6 +66,14 @@ const std::vector<DWORD>& errorsOf(Primitive primitive) {
     static const std::vector<DWORD> kThrow = {kThrows};
     static const std::vector<DWORD> kRead = {ERROR_ACCESS_DENIED, ERROR_TOO_MANY_OPEN_FILES,
                                              ERROR_IO_DEVICE, kThrows};
+    // Among them a rival's loop of links, and a drive that comes back: gone when it is looked at
+    // again.
+    static const std::vector<DWORD> kOpen = {
+        ERROR_ACCESS_DENIED, ERROR_TOO_MANY_OPEN_FILES, ERROR_CANT_RESOLVE_FILENAME,
+        ERROR_NOT_READY,     ERROR_IO_DEVICE,           kThrows};
+    // Not "no", which from a disk that says what is true is no fault.
+    static const std::vector<DWORD> kLook = {ERROR_TOO_MANY_OPEN_FILES, ERROR_GEN_FAILURE,
+                                             ERROR_FILE_CORRUPT, ERROR_IO_DEVICE, kThrows};
     static const std::vector<DWORD> kMake = {ERROR_ACCESS_DENIED, ERROR_DISK_FULL,
                                              ERROR_WRITE_PROTECT, ERROR_IO_DEVICE, kThrows};
     static const std::vector<DWORD> kCopy = {ERROR_ACCESS_DENIED, ERROR_SHARING_VIOLATION,
@@ -83,6 +91,7 @@ const std::vector<DWORD>& errorsOf(Primitive primitive) {
                                              ERROR_NOT_SUPPORTED, kThrows};
     switch (primitive) {
         case Primitive::OpenDirectory:
+            return kOpen;
         case Primitive::OpenBelow:
         case Primitive::Describe:
         case Primitive::List:
@@ -91,10 +100,11 @@ const std::vector<DWORD>& errorsOf(Primitive primitive) {
         case Primitive::MayRemove:
         case Primitive::ReadFile:
             return kRead;
+        case Primitive::CheckSameVolume:
+        case Primitive::CheckEntry:
+        case Primitive::CheckPrivateOfOurs:
+            return kLook;
         case Primitive::Spelling:
-        case Primitive::SameVolume:
-        case Primitive::IsEntry:
-        case Primitive::IsPrivateOfOurs:
             return kAnswer;
         case Primitive::MakeDirectory:
         case Primitive::MakePrivateDirectory:

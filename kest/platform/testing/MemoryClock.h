@@ -19,8 +19,8 @@ enum class Primitive {
     MayRemoveFrom,
     MayRemove,
     Spelling,
-    SameVolume,
-    IsEntry,
+    CheckSameVolume,
+    CheckEntry,
     MakeDirectory,
     MakePrivateDirectory,
     CopyFile,
@@ -37,7 +37,7 @@ enum class Primitive {
     WriteContent,
     ReadFile,
     Lock,
-    IsPrivateOfOurs,
+    CheckPrivateOfOurs,
     RandomName,
 };
 
@@ -55,8 +55,8 @@ struct Stopped {};
 /// In place of an error: memory runs out.
 inline constexpr DWORD kThrows = 0xFFFFFFFFU;
 
-/// The errors that a primitive can give, kThrows among them. One that answers with yes or no says
-/// no instead.
+/// The errors that a primitive can give, kThrows among them. One that answers with a name gives it
+/// back as it was instead.
 const std::vector<DWORD>& errorsOf(Primitive primitive);
 
 /// How long a fault lasts: one step, all later steps of the same primitive, or all later steps.

@@ -301,15 +301,22 @@ std::wstring MemoryDisk::spelling(const DirectoryPtr& parent, const std::wstring
     return isFound ? entry.node->name : name;
 }
 
-bool MemoryDisk::sameVolume(const DirectoryPtr& left, const DirectoryPtr& right) {
-    return step(Primitive::SameVolume) == ERROR_SUCCESS && at(left).volume == at(right).volume;
+DWORD MemoryDisk::checkSameVolume(const DirectoryPtr& left, const DirectoryPtr& right) {
+    const DWORD error = step(Primitive::CheckSameVolume);
+    return error == ERROR_SUCCESS && at(left).volume != at(right).volume
+               ? DWORD{ERROR_NOT_SAME_DEVICE}
+               : error;
 }
 
-bool MemoryDisk::isEntry(const DirectoryPtr& parent, const std::wstring& name,
-                         const DirectoryPtr& directory) {
+DWORD MemoryDisk::checkEntry(const DirectoryPtr& parent, const std::wstring& name,
+                             const DirectoryPtr& directory) {
     Entry entry;
-    return step(Primitive::IsEntry) == ERROR_SUCCESS &&
-           findEntry(parent, name, entry) == ERROR_SUCCESS && entry.position == at(directory);
+    DWORD error = step(Primitive::CheckEntry);
+    if (error == ERROR_SUCCESS) {
+        error = findEntry(parent, name, entry);
+    }
+    return error == ERROR_SUCCESS && entry.position != at(directory) ? DWORD{ERROR_FILE_NOT_FOUND}
+                                                                     : error;
 }
 
 // Changing.
@@ -668,10 +675,16 @@ DWORD MemoryDisk::lock(const DirectoryPtr& directory,
     return ERROR_SUCCESS;
 }
 
-bool MemoryDisk::isPrivateOfOurs(const DirectoryPtr& directory) {
-    const bool isMade = step(Primitive::IsPrivateOfOurs) == ERROR_SUCCESS;
+DWORD MemoryDisk::checkPrivateOfOurs(const DirectoryPtr& directory) {
+    const DWORD error = step(Primitive::CheckPrivateOfOurs);
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
     const MemoryNode* const node = m_store.find(at(directory));
-    return isMade && node != nullptr && node->keeps.isPrivate && node->owner == m_user;
+    if (node == nullptr) {
+        return ERROR_FILE_NOT_FOUND;
+    }
+    return node->keeps.isPrivate && node->owner == m_user ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
 }
 
 std::wstring MemoryDisk::randomName() {

@@ -52,9 +52,9 @@ public:
     DWORD mayRemoveFrom(const DirectoryPtr& directory) override;
     DWORD mayRemove(const DirectoryPtr& parent, const std::wstring& name) override;
     std::wstring spelling(const DirectoryPtr& parent, const std::wstring& name) override;
-    bool sameVolume(const DirectoryPtr& left, const DirectoryPtr& right) override;
-    bool isEntry(const DirectoryPtr& parent, const std::wstring& name,
-                 const DirectoryPtr& directory) override;
+    DWORD checkSameVolume(const DirectoryPtr& left, const DirectoryPtr& right) override;
+    DWORD checkEntry(const DirectoryPtr& parent, const std::wstring& name,
+                     const DirectoryPtr& directory) override;
 
     DWORD makeDirectory(const DirectoryPtr& parent, const std::wstring& name) override;
     DWORD makePrivateDirectory(const DirectoryPtr& parent, const std::wstring& name) override;
@@ -80,7 +80,7 @@ public:
 
     DWORD lock(const DirectoryPtr& directory,
                std::unique_ptr<transactions::DirectoryLock>& lock) override;
-    bool isPrivateOfOurs(const DirectoryPtr& directory) override;
+    DWORD checkPrivateOfOurs(const DirectoryPtr& directory) override;
     std::wstring randomName() override;
 
 private:

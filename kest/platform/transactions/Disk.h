@@ -109,10 +109,13 @@ public:
         (void)parent;
         return name;
     }
-    virtual bool sameVolume(const DirectoryPtr& left, const DirectoryPtr& right) = 0;
-    /// Whether `name` in `parent` still is that very directory.
-    virtual bool isEntry(const DirectoryPtr& parent, const std::wstring& name,
-                         const DirectoryPtr& directory) = 0;
+    /// Whether two directories are on one volume, within which an entry can be renamed from one
+    /// into the other: ERROR_NOT_SAME_DEVICE when not. Any other error tells neither.
+    virtual DWORD checkSameVolume(const DirectoryPtr& left, const DirectoryPtr& right) = 0;
+    /// Whether `name` in `parent` still is that very directory: ERROR_FILE_NOT_FOUND when not. Any
+    /// other error tells neither.
+    virtual DWORD checkEntry(const DirectoryPtr& parent, const std::wstring& name,
+                             const DirectoryPtr& directory) = 0;
 
     // Changing. What is made must not exist yet: ERROR_ALREADY_EXISTS.
 
@@ -171,8 +174,9 @@ public:
         return error;
     }
     /// Whether the directory is one that makePrivateDirectory made for this user: nobody else can
-    /// have planted it or changed what is in it.
-    virtual bool isPrivateOfOurs(const DirectoryPtr& directory) = 0;
+    /// have planted it or changed what is in it. ERROR_ACCESS_DENIED when not; any other error
+    /// tells neither, but that it is no longer there.
+    virtual DWORD checkPrivateOfOurs(const DirectoryPtr& directory) = 0;
     /// 32 hexadecimal digits that nobody can guess.
     virtual std::wstring randomName() = 0;
 };

@@ -25,7 +25,7 @@ bool isClearing(Primitive primitive) {
         case Primitive::Describe:
         case Primitive::List:
         case Primitive::Next:
-        case Primitive::SameVolume:
+        case Primitive::CheckSameVolume:
         case Primitive::RemoveFile:
         case Primitive::RemoveDirectory:
         case Primitive::SyncVolume:
@@ -52,16 +52,8 @@ protected:
     static int sweep(const Trial& trial, MemoryFaultSpan span, Meanwhile meanwhile, Check check) {
         int runs = 0;
         for (std::size_t step = 0; step < trial.steps.size(); ++step) {
-            if (span == MemoryFaultSpan::SamePrimitive &&
-                trial.steps[step] == Primitive::SameVolume) {
-                // A disk that goes on saying no has as many volumes as directories.
-                continue;
-            }
             for (const DWORD error : errorsOf(trial.steps[step])) {
                 const int number = static_cast<int>(step) + 1;
-                // A tree that seems to be a volume of its own has the stage within, where the look
-                // that follows does not go.
-                const bool seemsMounted = trial.steps[step] == Primitive::SameVolume;
                 const auto how = [&] { return text(number, trial.steps[step], error, span); };
                 MemoryStore store = trial.start;
                 DWORD answer = ERROR_SUCCESS;
@@ -69,7 +61,7 @@ protected:
                     MemoryDisk disk(store);
                     disk.clock.failAt(number, error, span);
                     disk.clock.watch = [&](int now, Primitive primitive) {
-                        if (now > number && changes(primitive) && !seemsMounted) {
+                        if (now > number && changes(primitive)) {
                             meanwhile(store, [&] {
                                 return how() + ", before step " + std::to_string(now) + " (" +
                                        nameOf(primitive) + ")";
@@ -110,9 +102,6 @@ TEST_P(FailureTest, OnceEachStep) {
             EXPECT_EQ("", difference(expected, isClearing(failed) ? withoutStages(found) : found))
                 << how();
             recoveries.addFound(store, isDone ? Expected::New : Expected::Old, how);
-            if (failed == Primitive::SameVolume) {
-                return;
-            }
             recoveries.addCuts(store, isDone ? Expected::New : Expected::Old, how);
         });
     recoveries.run(SIZE_MAX);

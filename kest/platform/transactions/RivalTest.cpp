@@ -290,19 +290,12 @@ TEST_P(KilledRivalTest, OneIsKilledWhileTheOtherWorks) {
 }
 
 /// Whether a machine that runs short or a disk that breaks may give that error once, and then the
-/// next answer is a true one. A primitive that says yes or no cannot say that it does not know, and
+/// next answer is a true one. One that answers with a name cannot say that it does not know, and
 /// one that denies access may be right. A lock that somebody holds says that the owner lives.
 bool isPassing(Primitive primitive, DWORD error) {
-    switch (primitive) {
-        case Primitive::SameVolume:
-        case Primitive::IsEntry:
-        case Primitive::IsPrivateOfOurs:
-        case Primitive::Spelling:
-            return false;
-        default:
-            return error != ERROR_ACCESS_DENIED && error != ERROR_NOT_SUPPORTED &&
-                   error != ERROR_SHARING_VIOLATION && error != ERROR_LOCK_VIOLATION;
-    }
+    return primitive != Primitive::Spelling && error != ERROR_ACCESS_DENIED &&
+           error != ERROR_NOT_SUPPORTED && error != ERROR_SHARING_VIOLATION &&
+           error != ERROR_LOCK_VIOLATION;
 }
 
 TEST_P(KilledRivalTest, TheNextFailsAtAnyStepOfWhatItMeets) {

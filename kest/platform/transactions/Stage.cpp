@@ -51,15 +51,12 @@ DWORD Stage::own() {
     if (error == ERROR_SUCCESS) {
         error = m_disk.lock(m_directory, m_lock);
     }
-    if (error == ERROR_SUCCESS && !m_disk.isEntry(m_where, m_name, m_directory)) {
-        error = ERROR_FILE_NOT_FOUND;
+    if (error == ERROR_SUCCESS) {
+        error = m_disk.checkEntry(m_where, m_name, m_directory);
     }
-    if (error == ERROR_SUCCESS && !m_disk.isPrivateOfOurs(m_directory)) {
-        // A disk that gives everybody the same rights: what is in the stage could be changed by
-        // others, and nobody could tell an orphan of ours.
-        error = ERROR_ACCESS_DENIED;
-    }
-    return error;
+    // Not ours on a disk that gives everybody the same rights: what is in the stage could be
+    // changed by others, and nobody could tell an orphan of ours.
+    return error == ERROR_SUCCESS ? m_disk.checkPrivateOfOurs(m_directory) : error;
 }
 
 std::wstring Stage::newSlot() {
@@ -93,8 +90,8 @@ DWORD finish(Disk& disk, const DirectoryPtr& where, const DirectoryPtr& stage,
         std::wstring canonical;
         DirectoryPtr directory;
         DWORD error = disk.openDirectory(journal.directories[i], directory, canonical);
-        if (error == ERROR_SUCCESS && !disk.sameVolume(stage, directory)) {
-            error = ERROR_NOT_SAME_DEVICE;
+        if (error == ERROR_SUCCESS) {
+            error = disk.checkSameVolume(stage, directory);
         }
         if (error != ERROR_SUCCESS) {
             return error;
@@ -111,21 +108,28 @@ DWORD finish(Disk& disk, const DirectoryPtr& where, const DirectoryPtr& stage,
     return error == ERROR_SUCCESS ? removeJournal(disk, stage) : error;
 }
 
-/// Whether an error says nothing about an entry, but that the machine runs short or the disk
-/// breaks. What was to be looked at may then be an orphan with a journal, and who went on from
-/// there would build on what is neither old nor new, and see it changed once more by the next who
-/// looks.
+/// Whether an error says nothing about an entry, but for instance that the machine runs short or
+/// the disk breaks. What was to be looked at may then be an orphan with a journal, and who went on
+/// from there would build on what is neither old nor new, and see it changed once more by the next
+/// who looks. The errors that do say something are those of an entry that is gone, is none of ours
+/// or is on a volume where nobody can change it or take a lock.
 bool leavesOpen(DWORD error) {
     switch (error) {
-        case ERROR_TOO_MANY_OPEN_FILES:
-        case ERROR_NOT_ENOUGH_MEMORY:
-        case ERROR_OUTOFMEMORY:
-        case ERROR_NO_SYSTEM_RESOURCES:
-        case ERROR_OPERATION_ABORTED:
-        case ERROR_IO_DEVICE:
-            return true;
-        default:
+        case ERROR_SUCCESS:
+        case ERROR_INVALID_FUNCTION:
+        case ERROR_FILE_NOT_FOUND:
+        case ERROR_PATH_NOT_FOUND:
+        case ERROR_INVALID_NAME:
+        case ERROR_DIRECTORY:
+        case ERROR_CANT_RESOLVE_FILENAME:
+        case ERROR_ACCESS_DENIED:
+        case ERROR_SHARING_VIOLATION:
+        case ERROR_WRITE_PROTECT:
+        case ERROR_NOT_SAME_DEVICE:
+        case ERROR_NOT_SUPPORTED:
             return false;
+        default:
+            return true;
     }
 }
 
@@ -145,21 +149,24 @@ DWORD meetStage(Disk& disk, const DirectoryPtr& where, const std::wstring& name,
     }
     met.isStage = true;
     Stage stage(disk, where, name);
-    const DWORD opened = disk.openBelow(where, name, Links::Refuse, stage.m_directory);
-    if (leavesOpen(opened)) {
-        return opened;
+    DWORD looked = disk.openBelow(where, name, Links::Refuse, stage.m_directory);
+    if (looked == ERROR_SUCCESS) {
+        looked = disk.checkSameVolume(where, stage.m_directory);
     }
-    if (opened != ERROR_SUCCESS || !disk.sameVolume(where, stage.m_directory) ||
-        !disk.isPrivateOfOurs(stage.m_directory)) {
-        // Another user's: not for us to judge or to touch.
-        return ERROR_SUCCESS;
+    if (looked == ERROR_SUCCESS) {
+        looked = disk.checkPrivateOfOurs(stage.m_directory);
     }
-    const DWORD locked = disk.lock(stage.m_directory, stage.m_lock);
-    if (locked == ERROR_LOCK_VIOLATION) {
+    if (looked != ERROR_SUCCESS) {
+        // Gone meanwhile, or another user's: not for us to judge or to touch.
+        return leavesOpen(looked) ? looked : DWORD{ERROR_SUCCESS};
+    }
+    looked = disk.lock(stage.m_directory, stage.m_lock);
+    if (looked == ERROR_LOCK_VIOLATION) {
         // A draft that is not whole yet does not count: when it is, its owner will look for rivals.
         DWORD error = readDraft(disk, stage.m_directory, met.publishing);
         // One that cannot be read now may be about any entry.
-        met.isPublishing = error == ERROR_SUCCESS || leavesOpen(error);
+        met.isPublishing =
+            error == ERROR_SUCCESS || (error != ERROR_FILE_CORRUPT && leavesOpen(error));
         if (error == ERROR_FILE_NOT_FOUND) {
             // It may have become the journal.
             error = readJournal(disk, stage.m_directory, met.publishing);
@@ -167,11 +174,11 @@ DWORD meetStage(Disk& disk, const DirectoryPtr& where, const std::wstring& name,
         }
         return ERROR_SUCCESS;
     }
-    if (leavesOpen(locked)) {
-        return locked;
+    if (looked == ERROR_SUCCESS) {
+        looked = disk.checkEntry(where, name, stage.m_directory);
     }
-    if (locked != ERROR_SUCCESS || !disk.isEntry(where, name, stage.m_directory)) {
-        return ERROR_SUCCESS;
+    if (looked != ERROR_SUCCESS) {
+        return leavesOpen(looked) ? looked : DWORD{ERROR_SUCCESS};
     }
     Journal journal;
     DWORD error = readJournal(disk, stage.m_directory, journal);

@@ -20,10 +20,7 @@ bool saysNothingIsThere(DWORD error) {
         case ERROR_BAD_PATHNAME:
         case ERROR_FILENAME_EXCED_RANGE:
         case ERROR_DIRECTORY:
-        case ERROR_CANT_RESOLVE_FILENAME:
         case ERROR_INVALID_DRIVE:
-        case ERROR_NOT_READY:
-        case ERROR_BAD_UNIT:
         case ERROR_NOT_SUPPORTED:
             return true;
         default:
@@ -108,7 +105,8 @@ DWORD Transaction::recover(const Place& place) {
         // It may be looked at all the same, and no volume is mounted where nobody may go.
         return error == ERROR_ACCESS_DENIED ? DWORD{ERROR_SUCCESS} : error;
     }
-    return m_disk.sameVolume(place.parent->directory, view->directory) ? ERROR_SUCCESS : look(view);
+    error = m_disk.checkSameVolume(place.parent->directory, view->directory);
+    return error == ERROR_NOT_SAME_DEVICE ? look(view) : error;
 }
 
 Transaction::DirectoryChanges& Transaction::changesFor(const View& view) {
@@ -135,8 +133,7 @@ DWORD Transaction::stageFor(const View& where) {
         return error;
     }
     // A stage serves one volume, because only there an entry can be published by renaming it.
-    return m_disk.sameVolume(m_stage->directory(), where.directory) ? ERROR_SUCCESS
-                                                                    : ERROR_NOT_SAME_DEVICE;
+    return m_disk.checkSameVolume(m_stage->directory(), where.directory);
 }
 
 /// Whether something new may be made at a place on the disk. ERROR_ALREADY_EXISTS when the view has
@@ -438,7 +435,8 @@ DWORD Transaction::removeDirectory(const wchar_t* path) {
     if (error != ERROR_SUCCESS) {
         return error;
     }
-    if (!m_disk.sameVolume(place.parent->directory, view->directory)) {
+    error = m_disk.checkSameVolume(place.parent->directory, view->directory);
+    if (error == ERROR_NOT_SAME_DEVICE) {
         // A mount point cannot be renamed away. Its entries change one by one; whether it is to be
         // there again shows later.
         DirectoryChanges& changes = changesFor(*place.parent);
@@ -446,6 +444,9 @@ DWORD Transaction::removeDirectory(const wchar_t* path) {
         (void)changesFor(*view);
         m_listedDirectory.clear();
         return ERROR_SUCCESS;
+    }
+    if (error != ERROR_SUCCESS) {
+        return error;
     }
     ++m_generation;
     m_changes.erase(foldPath(canonical));

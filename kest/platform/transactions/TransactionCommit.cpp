@@ -131,17 +131,23 @@ DWORD Transaction::changedDirectories(ChangedDirectories& directories) {
             if (change.what == Change::What::Refilled) {
                 // Its entries change one by one because it is another volume. It must still be so.
                 const DirectoryChanges* const inside = changesOf(join(changes.text, change.name));
-                if (inside == nullptr || m_disk.sameVolume(changes.directory, inside->directory)) {
-                    return ERROR_TRANSACTIONAL_CONFLICT;
+                const DWORD error = inside == nullptr ? DWORD{ERROR_SUCCESS}
+                                                      : m_disk.checkSameVolume(changes.directory,
+                                                                               inside->directory);
+                if (error != ERROR_NOT_SAME_DEVICE) {
+                    return error == ERROR_SUCCESS ? DWORD{ERROR_TRANSACTIONAL_CONFLICT} : error;
                 }
             }
         }
         if (changes.publishesNothing()) {
             continue;
         }
-        if (!directories.empty() &&
-            !m_disk.sameVolume(directories.front()->directory, changes.directory)) {
-            return ERROR_NOT_SAME_DEVICE;
+        if (!directories.empty()) {
+            const DWORD error =
+                m_disk.checkSameVolume(directories.front()->directory, changes.directory);
+            if (error != ERROR_SUCCESS) {
+                return error;
+            }
         }
         // The one in which the stage stands comes first.
         directories.insert(folded == m_stageWhere ? directories.begin() : directories.end(),

@@ -73,9 +73,10 @@ private:
         }
         Level level{parent, name, nullptr, nullptr};
         DWORD error = m_disk.openBelow(parent, name, Links::Refuse, level.directory);
-        if (error == ERROR_SUCCESS && !m_disk.sameVolume(m_top, level.directory)) {
-            // Something was mounted here meanwhile: it is not ours to empty.
-            error = ERROR_BUSY;
+        if (error == ERROR_SUCCESS) {
+            // Something may have been mounted here meanwhile: that is not ours to empty.
+            error = m_disk.checkSameVolume(m_top, level.directory);
+            error = error == ERROR_NOT_SAME_DEVICE ? DWORD{ERROR_BUSY} : error;
         }
         if (error == ERROR_SUCCESS) {
             error = m_disk.listForRemoval(level.directory, level.listing);

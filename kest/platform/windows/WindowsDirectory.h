@@ -13,7 +13,7 @@ namespace Tallowmere::platform {
 ///
 /// No handle is kept. An open one would keep the directory and all above it from being renamed,
 /// which is how changes are published. So it is found by its path each time; that it is the same
-/// one is looked at where it matters (see WindowsDisk::isEntry).
+/// one is looked at where it matters (see WindowsDisk::checkEntry).
 class WindowsDirectory : public transactions::Directory {
 public:
     /// `path` in the system's form, `number` its file number on the volume.

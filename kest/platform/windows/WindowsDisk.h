@@ -36,9 +36,9 @@ public:
     DWORD mayRemoveFrom(const DirectoryPtr& directory) override;
     DWORD mayRemove(const DirectoryPtr& parent, const std::wstring& name) override;
     std::wstring spelling(const DirectoryPtr& parent, const std::wstring& name) override;
-    bool sameVolume(const DirectoryPtr& left, const DirectoryPtr& right) override;
-    bool isEntry(const DirectoryPtr& parent, const std::wstring& name,
-                 const DirectoryPtr& directory) override;
+    DWORD checkSameVolume(const DirectoryPtr& left, const DirectoryPtr& right) override;
+    DWORD checkEntry(const DirectoryPtr& parent, const std::wstring& name,
+                     const DirectoryPtr& directory) override;
 
     // WindowsChanging.cpp
     DWORD makeDirectory(const DirectoryPtr& parent, const std::wstring& name) override;
@@ -69,7 +69,7 @@ public:
                std::unique_ptr<transactions::DirectoryLock>& lock) override;
     DWORD removeLocked(const DirectoryPtr& parent, const std::wstring& name,
                        std::unique_ptr<transactions::DirectoryLock> lock) override;
-    bool isPrivateOfOurs(const DirectoryPtr& directory) override;
+    DWORD checkPrivateOfOurs(const DirectoryPtr& directory) override;
     std::wstring randomName() override;
 };
 
@@ -80,6 +80,9 @@ inline WindowsDirectory& windowsDirectory(const transactions::DirectoryPtr& dire
 
 /// The number of an open file on its volume, 0 when it cannot be asked for.
 std::uint64_t fileNumber(HANDLE file);
+/// Whether an open file is that directory: ERROR_FILE_NOT_FOUND when not, ERROR_GEN_FAILURE when
+/// that cannot be told.
+DWORD checkNumber(HANDLE file, const WindowsDirectory& directory);
 
 /// The file of a lock, in the directory that is locked.
 inline constexpr wchar_t kLockName[] = L"lock";

@@ -215,29 +215,29 @@ TEST_F(WindowsDiskTest, AnOpenDirectoryStandsInNobodysWay) {
 TEST_F(WindowsDiskTest, AnotherDirectoryOfTheSameNameIsNotTheSame) {
     tree.makeDirectory("one");
     const DirectoryPtr one = opened("one");
-    EXPECT_TRUE(disk.isEntry(root, L"one", one));
-    EXPECT_TRUE(disk.isEntry(root, L"ONE", one));
-    EXPECT_FALSE(disk.isEntry(root, L"none", one));
+    EXPECT_EQ(0U, disk.checkEntry(root, L"one", one));
+    EXPECT_EQ(0U, disk.checkEntry(root, L"ONE", one));
+    EXPECT_EQ(ERROR_FILE_NOT_FOUND, disk.checkEntry(root, L"none", one));
     ASSERT_EQ(0U, disk.rename(root, L"one", root, L"two"));
-    EXPECT_FALSE(disk.isEntry(root, L"one", one));
-    EXPECT_TRUE(disk.isEntry(root, L"two", one));
+    EXPECT_EQ(ERROR_FILE_NOT_FOUND, disk.checkEntry(root, L"one", one));
+    EXPECT_EQ(0U, disk.checkEntry(root, L"two", one));
     tree.makeDirectory("one");
-    EXPECT_FALSE(disk.isEntry(root, L"one", one));
+    EXPECT_EQ(ERROR_FILE_NOT_FOUND, disk.checkEntry(root, L"one", one));
 }
 
 TEST_F(WindowsDiskTest, TwoDrivesAreTwoVolumes) {
     tree.makeDirectory("one/two");
-    EXPECT_TRUE(disk.sameVolume(root, opened("one/two")));
-    EXPECT_TRUE(disk.sameVolume(opened("one"), root));
+    EXPECT_EQ(0U, disk.checkSameVolume(root, opened("one/two")));
+    EXPECT_EQ(0U, disk.checkSameVolume(opened("one"), root));
     DirectoryPtr other;
     std::wstring canonical;
     for (wchar_t letter = L'C'; letter <= L'Z'; ++letter) {
         const std::wstring drive = {letter, L':'};
         if (text("").substr(0, 2) != drive &&
             disk.openDirectory(drive, other, canonical) == ERROR_SUCCESS && canonical == drive) {
-            EXPECT_FALSE(disk.sameVolume(root, other));
-            EXPECT_FALSE(disk.sameVolume(other, root));
-            EXPECT_TRUE(disk.sameVolume(other, other));
+            EXPECT_EQ(ERROR_NOT_SAME_DEVICE, disk.checkSameVolume(root, other));
+            EXPECT_EQ(ERROR_NOT_SAME_DEVICE, disk.checkSameVolume(other, root));
+            EXPECT_EQ(0U, disk.checkSameVolume(other, other));
             return;
         }
     }
@@ -531,8 +531,8 @@ TEST_F(WindowsDiskTest, LongPathsAreNothingSpecial) {
     EXPECT_EQ(0U, disk.rename(deep, L"copy", root, L"up"));
     EXPECT_EQ("content", tree.read("up"));
     EXPECT_EQ((std::set<std::wstring>{L"file"}), names(deep));
-    EXPECT_TRUE(disk.isEntry(levels[11], name, deep));
-    EXPECT_TRUE(disk.sameVolume(root, deep));
+    EXPECT_EQ(0U, disk.checkEntry(levels[11], name, deep));
+    EXPECT_EQ(0U, disk.checkSameVolume(root, deep));
     EXPECT_EQ(0U, disk.mayRemove(deep, L"file"));
     EXPECT_EQ(0U, disk.syncVolume(levels[10]));
     EXPECT_EQ(0U, disk.removeFile(deep, L"file"));
@@ -567,8 +567,8 @@ TEST_F(WindowsDiskTest, TheLastErrorIsTheCallers) {
         [&] { (void)listing->next(record); },
         [&] { (void)disk.mayRemove(root, L"none"); },
         [&] { (void)disk.spelling(root, L"none"); },
-        [&] { (void)disk.sameVolume(root, directory); },
-        [&] { (void)disk.isEntry(root, L"none", directory); },
+        [&] { (void)disk.checkSameVolume(root, directory); },
+        [&] { (void)disk.checkEntry(root, L"none", directory); },
         [&] { (void)disk.makeDirectory(root, L"file"); },
         [&] { (void)disk.makePrivateDirectory(root, L"file"); },
         [&] { (void)disk.makePrivateDirectory(root, L"private"); },
@@ -585,7 +585,7 @@ TEST_F(WindowsDiskTest, TheLastErrorIsTheCallers) {
         [&] { (void)disk.readFile(root, L"none", bytes); },
         [&] { (void)disk.lock(directory, lock); },
         [&] { (void)disk.lock(directory, none); },
-        [&] { (void)disk.isPrivateOfOurs(directory); },
+        [&] { (void)disk.checkPrivateOfOurs(directory); },
         [&] { (void)disk.removeLocked(root, L"directory", std::move(lock)); },
         [&] { (void)disk.randomName(); },
     };

@@ -125,6 +125,14 @@ std::uint64_t fileNumber(HANDLE file) {
     return result < 0 ? 0 : static_cast<std::uint64_t>(number.IndexNumber.QuadPart);
 }
 
+DWORD checkNumber(HANDLE file, const WindowsDirectory& directory) {
+    const std::uint64_t number = fileNumber(file);
+    if (number == 0 || directory.number() == 0) {
+        return ERROR_GEN_FAILURE;
+    }
+    return number == directory.number() ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
+}
+
 DWORD WindowsDisk::normalize(const wchar_t* path, std::wstring& text) {
     const LastErrorGuard kept;
     return paths::normalize(path, text);
@@ -231,33 +239,38 @@ std::wstring WindowsDisk::spelling(const DirectoryPtr& parent, const std::wstrin
     return spelled;
 }
 
-bool WindowsDisk::sameVolume(const DirectoryPtr& left, const DirectoryPtr& right) {
+DWORD WindowsDisk::checkSameVolume(const DirectoryPtr& left, const DirectoryPtr& right) {
     const LastErrorGuard kept;
     // By where the volume is mounted, since the paths are those with all links resolved. A volume's
     // serial number is not unique: a cloned disk has that of its original.
-    const auto volumeOf = [](const DirectoryPtr& directory) -> const std::wstring& {
-        WindowsDirectory& known = windowsDirectory(directory);
-        if (known.volume.empty()) {
-            const std::wstring path = known.self();
-            std::wstring volume(path.size() + 2, L'\0');
-            if (::GetVolumePathNameW(path.c_str(), volume.data(),
-                                     static_cast<DWORD>(volume.size()))) {
-                volume.resize(volume.find(L'\0'));
-                known.volume = paths::fold(volume);
-            }
+    const auto ask = [](WindowsDirectory& directory) -> DWORD {
+        if (!directory.volume.empty()) {
+            return ERROR_SUCCESS;
         }
-        return known.volume;
+        const std::wstring path = directory.self();
+        std::wstring volume(path.size() + 2, L'\0');
+        if (!::GetVolumePathNameW(path.c_str(), volume.data(), static_cast<DWORD>(volume.size()))) {
+            return failure();
+        }
+        volume.resize(volume.find(L'\0'));
+        directory.volume = paths::fold(volume);
+        return ERROR_SUCCESS;
     };
-    const std::wstring& first = volumeOf(left);
-    return !first.empty() && first == volumeOf(right);
+    WindowsDirectory& first = windowsDirectory(left);
+    WindowsDirectory& second = windowsDirectory(right);
+    DWORD error = ask(first);
+    if (error == ERROR_SUCCESS) {
+        error = ask(second);
+    }
+    return error == ERROR_SUCCESS && first.volume != second.volume ? DWORD{ERROR_NOT_SAME_DEVICE}
+                                                                   : error;
 }
 
-bool WindowsDisk::isEntry(const DirectoryPtr& parent, const std::wstring& name,
-                          const DirectoryPtr& directory) {
+DWORD WindowsDisk::checkEntry(const DirectoryPtr& parent, const std::wstring& name,
+                              const DirectoryPtr& directory) {
     const LastErrorGuard kept;
     const Handle handle = openEntry(windowsDirectory(parent).entry(name), FILE_READ_ATTRIBUTES);
-    const std::uint64_t number = windowsDirectory(directory).number();
-    return handle && number != 0 && fileNumber(handle.get()) == number;
+    return handle ? checkNumber(handle.get(), windowsDirectory(directory)) : failure();
 }
 
 namespace transactions {

@@ -118,33 +118,43 @@ DWORD PrivateSecurity::make(ACL* inherited) {
     return ERROR_SUCCESS;
 }
 
-bool isPrivate(HANDLE directory, HANDLE own) {
+DWORD checkPrivate(HANDLE directory, HANDLE own) {
     PSID owner = nullptr;
     PSID ourOwner = nullptr;
     ACL* list = nullptr;
     ACL* ourList = nullptr;
     Descriptor descriptor;
     Descriptor ourDescriptor;
-    if (securityOf(directory, &owner, &list, descriptor) != ERROR_SUCCESS ||
-        securityOf(own, &ourOwner, &ourList, ourDescriptor) != ERROR_SUCCESS || owner == nullptr ||
-        ourOwner == nullptr || !::EqualSid(owner, ourOwner)) {
-        return false;
+    DWORD error = securityOf(directory, &owner, &list, descriptor);
+    if (error == ERROR_SUCCESS) {
+        error = securityOf(own, &ourOwner, &ourList, ourDescriptor);
+    }
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    if (owner == nullptr || ourOwner == nullptr || !::EqualSid(owner, ourOwner)) {
+        return ERROR_ACCESS_DENIED;
     }
     Sid everyone = wellKnown(WinWorldSid);
     if (::EqualSid(owner, everyone.get())) {
         // What the kernel answers for a volume that keeps none of this.
-        return true;
+        return ERROR_SUCCESS;
     }
     Sid user{};
-    if (list == nullptr || currentUser(user) != ERROR_SUCCESS) {
-        return false;
+    error = currentUser(user);
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    if (list == nullptr) {
+        // No list lets everybody in.
+        return ERROR_ACCESS_DENIED;
     }
     Sid trusted[] = {user, wellKnown(WinCreatorOwnerRightsSid), wellKnown(WinLocalSystemSid),
                      wellKnown(WinBuiltinAdministratorsSid)};
     for (DWORD at = 0; at < list->AceCount; ++at) {
         void* entry = nullptr;
         if (!::GetAce(list, at, &entry)) {
-            return false;
+            return failure();
         }
         const auto& head = *static_cast<const ACE_HEADER*>(entry);
         if ((head.AceFlags & INHERIT_ONLY_ACE) != 0 || head.AceType == ACCESS_DENIED_ACE_TYPE) {
@@ -152,7 +162,7 @@ bool isPrivate(HANDLE directory, HANDLE own) {
         }
         if (head.AceType != ACCESS_ALLOWED_ACE_TYPE) {
             // Of a kind that we never make.
-            return false;
+            return ERROR_ACCESS_DENIED;
         }
         const PSID sid = &static_cast<ACCESS_ALLOWED_ACE*>(entry)->SidStart;
         bool isTrusted = ::EqualSid(sid, owner) != FALSE;
@@ -160,10 +170,10 @@ bool isPrivate(HANDLE directory, HANDLE own) {
             isTrusted = isTrusted || ::EqualSid(sid, one.get());
         }
         if (!isTrusted) {
-            return false;
+            return ERROR_ACCESS_DENIED;
         }
     }
-    return true;
+    return ERROR_SUCCESS;
 }
 
 }  // namespace Tallowmere::platform

@@ -31,7 +31,7 @@ private:
 /// made on the same volume, and its access list gives nothing to anybody else but the system and
 /// its administrators, who have the right to everything anyway. A volume that keeps no access lists
 /// keeps no owners either: true there, since who can write to it at all may do anything to all of
-/// it.
-bool isPrivate(HANDLE directory, HANDLE own);
+/// it. ERROR_ACCESS_DENIED when not; any other error tells neither.
+DWORD checkPrivate(HANDLE directory, HANDLE own);
 
 }  // namespace Tallowmere::platform

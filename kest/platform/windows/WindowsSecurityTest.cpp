@@ -63,7 +63,7 @@ protected:
 
 TEST_F(WindowsSecurityTest, APrivateDirectoryIsOurs) {
     ASSERT_EQ(0U, disk.makePrivateDirectory(root, L"stage"));
-    EXPECT_TRUE(disk.isPrivateOfOurs(opened(L"stage")));
+    EXPECT_EQ(0U, disk.checkPrivateOfOurs(opened(L"stage")));
     EXPECT_EQ(std::wstring::npos, listOf("stage").find(L";;;WD)")) << "everyone";
     // Looking leaves nothing behind.
     EXPECT_TRUE(tree.snapshot("stage").empty());
@@ -73,25 +73,25 @@ TEST_F(WindowsSecurityTest, APrivateDirectoryIsOurs) {
 TEST_F(WindowsSecurityTest, ADirectoryThatOthersMayUseIsNot) {
     tree.makeDirectory("open");
     setList("open", L"D:P(A;;FA;;;WD)");
-    EXPECT_FALSE(disk.isPrivateOfOurs(opened(L"open")));
+    EXPECT_EQ(ERROR_ACCESS_DENIED, disk.checkPrivateOfOurs(opened(L"open")));
     // Reading alone is too much: whoever can read it learns the names in it.
     ASSERT_EQ(0U, disk.makePrivateDirectory(root, L"stage"));
     const DirectoryPtr stage = opened(L"stage");
-    EXPECT_TRUE(disk.isPrivateOfOurs(stage));
+    EXPECT_EQ(0U, disk.checkPrivateOfOurs(stage));
     std::wstring list = listOf("stage");
     list.insert(list.find(L'('), L"(A;;FR;;;WD)");
     setList("stage", list.c_str());
-    EXPECT_FALSE(disk.isPrivateOfOurs(stage));
+    EXPECT_EQ(ERROR_ACCESS_DENIED, disk.checkPrivateOfOurs(stage));
 }
 
 TEST_F(WindowsSecurityTest, AnotherDirectoryInItsPlaceIsNot) {
     ASSERT_EQ(0U, disk.makePrivateDirectory(root, L"stage"));
     const DirectoryPtr stage = opened(L"stage");
     ASSERT_EQ(0U, disk.rename(root, L"stage", root, L"away"));
-    EXPECT_FALSE(disk.isPrivateOfOurs(stage));
+    EXPECT_EQ(ERROR_FILE_NOT_FOUND, disk.checkPrivateOfOurs(stage));
     ASSERT_EQ(0U, disk.makePrivateDirectory(root, L"stage"));
-    EXPECT_FALSE(disk.isPrivateOfOurs(stage));
-    EXPECT_TRUE(disk.isPrivateOfOurs(opened(L"stage")));
+    EXPECT_EQ(ERROR_FILE_NOT_FOUND, disk.checkPrivateOfOurs(stage));
+    EXPECT_EQ(0U, disk.checkPrivateOfOurs(opened(L"stage")));
 }
 
 TEST_F(WindowsSecurityTest, WhatComesOutOfAStageIsAsOpenAsWhatIsMadeInPlace) {

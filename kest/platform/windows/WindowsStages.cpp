@@ -83,24 +83,26 @@ DWORD WindowsDisk::removeLocked(const DirectoryPtr& parent, const std::wstring& 
     return error == ERROR_FILE_NOT_FOUND ? DWORD{ERROR_SUCCESS} : error;
 }
 
-bool WindowsDisk::isPrivateOfOurs(const DirectoryPtr& directory) {
+DWORD WindowsDisk::checkPrivateOfOurs(const DirectoryPtr& directory) {
     const LastErrorGuard kept;
     const WindowsDirectory& stage = windowsDirectory(directory);
     const Handle handle = openEntry(stage.self(), READ_CONTROL | FILE_READ_ATTRIBUTES);
-    if (!handle || fileNumber(handle.get()) != stage.number()) {
-        return false;
+    DWORD error = handle ? checkNumber(handle.get(), stage) : failure();
+    if (error != ERROR_SUCCESS) {
+        return error;
     }
     // Who "we" are on this volume is seen by what we make: a server may know this user by another
     // name, and administrators may make things in the name of their group.
     PrivateSecurity security;
-    if (security.makeForFile() != ERROR_SUCCESS) {
-        return false;
+    error = security.makeForFile();
+    if (error != ERROR_SUCCESS) {
+        return error;
     }
     // Shared with nobody, a scanner for instance, so that it is gone when it is closed.
     const Handle own(::CreateFileW(stage.entry(randomName()).c_str(), READ_CONTROL | DELETE, 0,
                                    security.attributes(), CREATE_NEW, FILE_FLAG_DELETE_ON_CLOSE,
                                    nullptr));
-    return own && isPrivate(handle.get(), own.get());
+    return own ? checkPrivate(handle.get(), own.get()) : failure();
 }
 
 std::wstring WindowsDisk::randomName() {

@@ -76,11 +76,18 @@ void Page::take(const Entry& entry) {
         thread = entry.line.thread;
         item.isTimeKnown = entry.line.isTimeKnown;
         item.own = item.isTimeKnown ? entry.line.instant : entry.when;
-        item.place = m_places.numberOf({std::string(entry.line.module), entry.line.number});
+        item.place = &m_places.take({std::string(entry.line.module), entry.line.number});
+        Places::Use& use = item.place->second;
+        if (use.count == 1) {
+            std::string shown;
+            appendJson(shown, item.place->first.first, true);
+            use.bytes = shown.size();
+            m_bytes += use.bytes;
+        }
         text = entry.line.message;
         text.remove_suffix(text.ends_with('\r') ? 1 : 0);
     }
-    item.thread = m_threads.numberOf({entry.file, thread});
+    item.thread = &m_threads.take({entry.file, thread});
     appendJson(item.text, text, true);
     // Without its quotation marks: all of the texts become one string.
     item.text.pop_back();
@@ -100,10 +107,21 @@ void Page::leaveOut() {
         m_leftOutLast = item.when;
     }
     m_bytes -= item.text.size();
+    m_threads.giveBack(*item.thread);
+    if (item.place != nullptr) {
+        m_bytes -= item.place->second.count == 1 ? item.place->second.bytes : 0;
+        m_places.giveBack(*item.place);
+    }
     m_items.pop_front();
 }
 
 void Page::finish() {
+    for (const Item& item : m_items) {
+        m_threads.number(*item.thread);
+        if (item.place != nullptr) {
+            m_places.number(*item.place);
+        }
+    }
     m_output.write(kPageHead);
     m_output.write(data());
     m_output.write(kPageTail);
@@ -134,13 +152,13 @@ std::string Page::data() const {
 void Page::appendTables(std::string& text) const {
     appendList(text, "files", m_names,
                [&text](const std::string& name) { appendJson(text, name, true); });
-    appendList(text, "threads", m_threads.keys(), [&text](const Thread& thread) {
-        text += "[" + std::to_string(thread.first) + "," + std::to_string(thread.second) + "]";
+    appendList(text, "threads", m_threads.numbered(), [&text](const auto* thread) {
+        text += "[" + std::to_string(thread->first) + "," + std::to_string(thread->second) + "]";
     });
-    appendList(text, "places", m_places.keys(), [&text](const Place& place) {
+    appendList(text, "places", m_places.numbered(), [&text](const auto* place) {
         text += '[';
-        appendJson(text, place.first, true);
-        text += "," + std::to_string(place.second) + "]";
+        appendJson(text, place->first, true);
+        text += "," + std::to_string(place->second) + "]";
     });
 }
 
@@ -156,9 +174,10 @@ void Page::appendColumns(std::string& text) const {
         before = when;
     });
     appendList(text, "thread", m_items,
-               [&text](const Item& item) { text += std::to_string(item.thread); });
-    appendList(text, "place", m_items,
-               [&text](const Item& item) { text += std::to_string(item.place); });
+               [&text](const Item& item) { text += std::to_string(*item.thread->second.number); });
+    appendList(text, "place", m_items, [&text](const Item& item) {
+        text += std::to_string(item.place == nullptr ? 0 : *item.place->second.number);
+    });
     appendList(text, "number", m_items,
                [&text](const Item& item) { text += std::to_string(item.number); });
     text += ",\n\"kind\":\"";

@@ -31,6 +31,49 @@ public:
     void finish() override;
 
 private:
+    /// What many entries have in common, each once, for as long as there is an entry that has it: a
+    /// trace that names a new one in every line must not fill the memory with those of lines that
+    /// are long gone.
+    template <class Key>
+    class Register {
+    public:
+        struct Use {
+            std::size_t count = 0;
+            /// Bytes in the page.
+            std::size_t bytes = 0;
+            std::optional<std::uint32_t> number;
+        };
+        using Shared = std::pair<const Key, Use>;
+
+        /// Stays where it is until it was given back as often as it was taken.
+        Shared& take(const Key& key) {
+            Shared& shared = *m_uses.try_emplace(key).first;
+            ++shared.second.count;
+            return shared;
+        }
+        void giveBack(const Shared& shared) {
+            const auto found = m_uses.find(shared.first);
+            if (--found->second.count == 0) {
+                m_uses.erase(found);
+            }
+        }
+        /// Numbers it, the first time, in the order of the calls.
+        void number(Shared& shared) {
+            if (!shared.second.number) {
+                shared.second.number = static_cast<std::uint32_t>(m_numbered.size());
+                m_numbered.push_back(&shared.first);
+            }
+        }
+        const std::vector<const Key*>& numbered() const { return m_numbered; }
+
+    private:
+        std::map<Key, Use> m_uses;
+        std::vector<const Key*> m_numbered;
+    };
+
+    using Threads = Register<std::pair<std::size_t, std::int64_t>>;
+    using Places = Register<std::pair<std::string, std::int64_t>>;
+
     struct Item {
         Instant when;
         /// The line's own time where it is another one, and known.
@@ -40,34 +83,13 @@ private:
         bool isPart;
         bool isTimeKnown;
         std::optional<Severity> within;
-        std::uint32_t thread;
-        std::uint32_t place;
+        Threads::Shared* thread;
+        /// Null for what is no line.
+        Places::Shared* place;
         std::uint64_t number;
         /// As it stands in the page.
         std::string text;
     };
-
-    /// Numbers things in the order in which they first come.
-    template <class Key>
-    class Register {
-    public:
-        std::uint32_t numberOf(const Key& key) {
-            const auto [place, isNew] =
-                m_numbers.try_emplace(key, static_cast<std::uint32_t>(m_keys.size()));
-            if (isNew) {
-                m_keys.push_back(key);
-            }
-            return place->second;
-        }
-        const std::vector<Key>& keys() const { return m_keys; }
-
-    private:
-        std::map<Key, std::uint32_t> m_numbers;
-        std::vector<Key> m_keys;
-    };
-
-    using Thread = std::pair<std::size_t, std::int64_t>;
-    using Place = std::pair<std::string, std::int64_t>;
 
     void leaveOut();
     std::string data() const;
@@ -83,8 +105,8 @@ private:
     std::uint64_t m_leftOut = 0;
     Instant m_leftOutFirst = kNever;
     Instant m_leftOutLast = kNever;
-    Register<Thread> m_threads;
-    Register<Place> m_places;
+    Threads m_threads;
+    Places m_places;
     /// The thread of a file's last line: what is no line stands in its lane.
     std::vector<std::int64_t> m_lastThreads;
 };

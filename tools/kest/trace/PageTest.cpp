@@ -136,6 +136,49 @@ TEST_F(TracePage, IsNoLargerThanABrowserOpensWhateverIsInATrace) {
     EXPECT_GT(output.bytes(), Page::kBytes - 6 * zeros.size());
 }
 
+TEST_F(TracePage, ForgetsThePlacesOfLinesThatAreLeftOut) {
+    const FileNames names = {"a.log"};
+    TextOutput output;
+    Page page(names, output, 3, "");
+    Entry entry;
+    entry.kind = Entry::Kind::line;
+    for (int i = 0; i < 5; ++i) {
+        const std::string module = i % 2 == 0 ? "Even" : "M" + std::to_string(i);
+        entry.line.module = module;
+        entry.line.number = 7;
+        entry.line.thread = i < 3 ? 1 : i;
+        page.take(entry);
+    }
+    page.finish();
+    const std::string data = dataIn(output.text());
+    EXPECT_NE(std::string::npos, data.find("\"threads\":[[0,1],[0,3],[0,4]],\n")) << data;
+    EXPECT_NE(std::string::npos, data.find("\"places\":[[\"Even\",7],[\"M3\",7]],\n")) << data;
+    EXPECT_NE(std::string::npos, data.find("\"thread\":[0,1,2],\n")) << data;
+    EXPECT_NE(std::string::npos, data.find("\"place\":[0,1,0],\n")) << data;
+}
+
+TEST_F(TracePage, CountsTheNamesOfPlacesOnce) {
+    const FileNames names = {"a.log"};
+    const std::string longName(std::size_t{1} << 20, 'm');
+    Entry entry;
+    entry.kind = Entry::Kind::line;
+    const auto written = [&](int places) {
+        CountingOutput output;
+        Page page(names, output, 1000000, "");
+        for (int i = 0; i < places; ++i) {
+            const std::string module = std::to_string(i) + longName;
+            entry.line.module = module;
+            page.take(entry);
+            page.take(entry);
+        }
+        page.finish();
+        return output.bytes();
+    };
+    EXPECT_GT(written(20), 20 * longName.size());
+    EXPECT_LT(written(20), 22 * longName.size());
+    EXPECT_LT(written(220), Page::kBytes + longName.size());
+}
+
 TEST_F(TracePage, NeverTakesThePlaceOfATrace) {
     Options options;
     options.files = {folder.write(L"a.log", "x\n")};

@@ -60,12 +60,12 @@ public:
     std::wstring spelling(const DirectoryPtr& parent, const std::wstring& name) override {
         return m_disk.spelling(parent, name);
     }
-    bool sameVolume(const DirectoryPtr& left, const DirectoryPtr& right) override {
-        return !m_isStopped && m_disk.sameVolume(left, right);
+    DWORD checkSameVolume(const DirectoryPtr& left, const DirectoryPtr& right) override {
+        return read([&] { return m_disk.checkSameVolume(left, right); });
     }
-    bool isEntry(const DirectoryPtr& parent, const std::wstring& name,
-                 const DirectoryPtr& directory) override {
-        return !m_isStopped && m_disk.isEntry(parent, name, directory);
+    DWORD checkEntry(const DirectoryPtr& parent, const std::wstring& name,
+                     const DirectoryPtr& directory) override {
+        return read([&] { return m_disk.checkEntry(parent, name, directory); });
     }
 
     DWORD makeDirectory(const DirectoryPtr& parent, const std::wstring& name) override {
@@ -139,8 +139,8 @@ public:
         return change("removeLocked",
                       [&] { return m_disk.removeLocked(parent, name, std::move(lock)); });
     }
-    bool isPrivateOfOurs(const DirectoryPtr& directory) override {
-        return !m_isStopped && m_disk.isPrivateOfOurs(directory);
+    DWORD checkPrivateOfOurs(const DirectoryPtr& directory) override {
+        return read([&] { return m_disk.checkPrivateOfOurs(directory); });
     }
     std::wstring randomName() override { return m_disk.randomName(); }
 

@@ -34,6 +34,13 @@ protected:
         return code;
     }
 
+    /// A key of HKEY_USERS; to be closed.
+    static HKEY users(const wchar_t* path) {
+        HKEY key = nullptr;
+        EXPECT_EQ(0, os().RegOpenKeyExW(HKEY_USERS, path, 0, KEY_READ, &key));
+        return key;
+    }
+
     testing::TempTree tree;
 };
 
@@ -141,8 +148,7 @@ TEST_F(RegistryFileTest, NamesBeyondTheFirstPlaneAreFoundAndListed) {
     // What is beyond all planes is in no file, and no more than a name that is not there.
     const std::wstring beyond = {L'a', L'\\', static_cast<wchar_t>(0x110000)};
     EXPECT_EQ(2, open(HKEY_USERS, beyond.c_str()));
-    HKEY key = nullptr;
-    ASSERT_EQ(0, os().RegOpenKeyExW(HKEY_USERS, L"a", 0, KEY_READ, &key));
+    const HKEY key = users(L"a");
     wchar_t text[20];
     DWORD size = 20;
     EXPECT_EQ(0, os().RegEnumKeyExW(key, 0, text, &size, nullptr, nullptr, nullptr, nullptr));
@@ -153,8 +159,7 @@ TEST_F(RegistryFileTest, NamesBeyondTheFirstPlaneAreFoundAndListed) {
 TEST_F(RegistryFileTest, KeysHaveNoClassAndNoTime) {
     tree.write("file", kHeader + "[HKEY_USERS\\a\\b]\n");
     name("file");
-    HKEY key = nullptr;
-    ASSERT_EQ(0, os().RegOpenKeyExW(HKEY_USERS, L"a", 0, KEY_READ, &key));
+    const HKEY key = users(L"a");
     wchar_t text[20];
     wchar_t className[] = L"class";
     DWORD size = 20;
@@ -181,8 +186,7 @@ TEST_F(RegistryFileTest, KeysHaveNoClassAndNoTime) {
 TEST_F(RegistryFileTest, CallsWithoutWhatTheyNeedAreRefused) {
     tree.write("file", kHeader + "[HKEY_USERS\\a\\b]\n\"v\"=\"x\"\n");
     name("file");
-    HKEY key = nullptr;
-    ASSERT_EQ(0, os().RegOpenKeyExW(HKEY_USERS, L"a", 0, KEY_READ, &key));
+    const HKEY key = users(L"a");
     wchar_t text[20];
     DWORD size = 20;
     BYTE data[20];

@@ -46,7 +46,8 @@ def standard_library(compiler):
 
 def write_for_clang(database, folder):
     headers = {}
-    entries = json.loads(pathlib.Path(database).read_text())
+    # Without the resources, which are no sources to clang.
+    entries = [entry for entry in json.loads(pathlib.Path(database).read_text()) if not entry["file"].endswith(".rc")]
     for entry in entries:
         words = [word for word in words_of(entry) if word not in GCC_ONLY]
         compiler = words[0]

@@ -60,6 +60,7 @@ bool listRestorePoints(const Call& call) {
     getRestorePoints(points);
     if (call.has(L"--json")) {
         std::vector<std::string> values;
+        values.reserve(points.size());
         for (const RestorePoint& point : points) {
             values.push_back(json::object({{"number", toUtf8(numberOf(point))},
                                            {"created", json::text(timeOf(point))},

@@ -13,6 +13,7 @@ bool listShares(const Call& call) {
     getNetShares(call.operands.empty() ? L"" : plainText(call.operands[0]), shares);
     if (call.has(L"--json")) {
         std::vector<std::string> values;
+        values.reserve(shares.size());
         for (const auto& [name, path] : shares) {
             values.push_back(
                 json::object({{"name", json::text(name)}, {"path", json::text(path)}}));
@@ -22,7 +23,7 @@ bool listShares(const Call& call) {
     }
     std::wstring lines;
     for (const auto& [name, path] : shares) {
-        lines += name + L'\t' + path + L'\n';
+        lines.append(name).append(1, L'\t').append(path).append(1, L'\n');
     }
     say(lines);
     return true;

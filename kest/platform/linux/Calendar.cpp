@@ -111,9 +111,12 @@ bool fromTicks(std::int64_t ticks, SYSTEMTIME& time) {
     const std::uint32_t seconds = clock / 1000;
     const std::uint32_t minutes = seconds / 60;
     const std::uint32_t hours = minutes / 60;
-    // In the same way as a date's parts; exact for some thousand million days.
+    // In the same way as a date's parts; exact for some thousand million days. Whole weeks fall
+    // away.
     constexpr std::uint32_t kOverWeek = 613566757;  // 2^32 / 7
-    const std::uint64_t weekday = std::uint64_t{7} * (kOverWeek * (days + 1)) >> 32;
+    constexpr std::uint64_t kWeek = 7;
+    const std::uint32_t intoWeek = kOverWeek * (days + 1);
+    const std::uint64_t weekday = kWeek * intoWeek >> 32;
     // Half of the fields at once: they are read again before eight stores would be through.
     const auto four = [](std::uint64_t first, std::uint64_t second, std::uint64_t third,
                          std::uint64_t fourth) {

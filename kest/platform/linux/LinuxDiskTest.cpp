@@ -166,6 +166,25 @@ TEST_F(LinuxDiskTest, AFileKeepsModeTimesAndExtendedAttributes) {
     EXPECT_STREQ("kept", value);
 }
 
+TEST_F(LinuxDiskTest, AFileKeepsAsManyExtendedAttributesAsItHas) {
+    tree.write("from", "content");
+    const std::string tail(100, 'x');
+    for (int i = 0; i < 30; ++i) {
+        const std::string name = "user." + std::to_string(i) + tail;
+        const std::string value = std::to_string(i);
+        ASSERT_EQ(0,
+                  setxattr((tree / "from").c_str(), name.c_str(), value.data(), value.size(), 0));
+    }
+    ASSERT_TRUE(copy("from", "to"));
+    ASSERT_TRUE(commit());
+    for (int i = 0; i < 30; ++i) {
+        const std::string name = "user." + std::to_string(i) + tail;
+        char value[16] = {};
+        EXPECT_LT(0, getxattr((tree / "to").c_str(), name.c_str(), value, sizeof value)) << i;
+        EXPECT_EQ(std::to_string(i), value);
+    }
+}
+
 TEST_F(LinuxDiskTest, AFileKeepsItsOwnerWhereTheProcessMaySetIt) {
     tree.write("from", "content");
     const bool isRoot = geteuid() == 0;
@@ -405,6 +424,37 @@ TEST_F(LinuxDiskTest, NamesAreBytesAndSurvive) {
     EXPECT_FALSE(tree.exists("to"));
 }
 
+TEST_F(LinuxDiskTest, ANameThatNoBytesCanHoldIsRefused) {
+    tree.write("from", "content");
+    transactions::Disk& disk = transactions::systemDisk();
+    transactions::DirectoryPtr root;
+    transactions::DirectoryPtr none;
+    std::wstring canonical;
+    ASSERT_EQ(0U, disk.openDirectory(tree.root().generic_wstring(), root, canonical));
+    const auto before = tree.snapshot();
+    const std::wstring good = L"from";
+    // Half a pair of surrogates.
+    const std::wstring bad = {L'a', static_cast<wchar_t>(0xD800)};
+    const DWORD refused = ERROR_INVALID_NAME;
+    transactions::Kind kind{};
+    EXPECT_EQ(refused, disk.openDirectory(canonical + L'/' + bad, none, canonical));
+    EXPECT_EQ(refused, disk.openBelow(root, bad, transactions::Links::Refuse, none));
+    EXPECT_EQ(refused, disk.describe(root, bad, kind, nullptr));
+    EXPECT_EQ(refused, disk.makeDirectory(root, bad));
+    EXPECT_EQ(refused, disk.copyFile(root, bad, root, L"to", transactions::Links::Refuse, nullptr));
+    EXPECT_EQ(refused, disk.copyFile(root, good, root, bad, transactions::Links::Refuse, nullptr));
+    EXPECT_EQ(refused, disk.makeLink(root, bad, L"from", false));
+    EXPECT_EQ(refused, disk.makeLink(root, L"to", bad.c_str(), false));
+    EXPECT_EQ(refused, disk.removeFile(root, bad));
+    EXPECT_EQ(refused, disk.removeDirectory(root, bad));
+    EXPECT_EQ(refused, disk.rename(root, bad, root, L"to"));
+    EXPECT_EQ(refused, disk.rename(root, good, root, bad));
+    EXPECT_EQ(refused, disk.exchange(root, bad, root, good));
+    EXPECT_EQ(refused, disk.exchange(root, good, root, bad));
+    EXPECT_EQ(nullptr, none);
+    EXPECT_EQ(before, tree.snapshot());
+}
+
 TEST_F(LinuxDiskTest, AStageIsPrivateWhateverTheMaskSays) {
     const mode_t mask = umask(0);
     EXPECT_TRUE(makeDirectory("to"));
@@ -566,7 +616,8 @@ TEST_F(LinuxDiskTest, ADirectoryThatItsOwnerMayNotWriteIsReplaced) {
 }
 
 TEST_F(LinuxDiskTest, ALargeFileIsCopiedPieceByPiece) {
-    std::string content(20U << 20, '\0');
+    // Beyond what is kept in memory while it is on its way to the disk.
+    std::string content(50U << 20, '\0');
     for (std::size_t i = 0; i < content.size(); i += 4093) {
         content[i] = static_cast<char>(i);
     }

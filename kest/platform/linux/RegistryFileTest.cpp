@@ -34,6 +34,13 @@ protected:
         return code;
     }
 
+    /// A key of HKEY_USERS; to be closed.
+    static HKEY users(const wchar_t* path) {
+        HKEY key = nullptr;
+        EXPECT_EQ(0, os().RegOpenKeyExW(HKEY_USERS, path, 0, KEY_READ, &key));
+        return key;
+    }
+
     testing::TempTree tree;
 };
 
@@ -130,6 +137,71 @@ TEST_F(RegistryFileTest, TheClassesAreThereAndAreAPartOfTheMachine) {
     EXPECT_EQ(2, open(HKEY_CLASSES_ROOT, L"a"));
     tree.write("file", kHeader + "[HKEY_LOCAL_MACHINE\\SOFTWARE\\CLASSES\\a]\n");
     EXPECT_EQ(0, open(HKEY_CLASSES_ROOT, L"a"));
+}
+
+TEST_F(RegistryFileTest, NamesBeyondTheFirstPlaneAreFoundAndListed) {
+    tree.write("file", kHeader + "[HKEY_USERS\\a\\\xF0\x9F\x98\x80]\n");
+    name("file");
+    const std::wstring smile = L"\U0001F600";
+    EXPECT_EQ(0, open(HKEY_USERS, (L"a\\" + smile).c_str()));
+    EXPECT_EQ(2, open(HKEY_USERS, L"a\\\U0001F601"));
+    // What is beyond all planes is in no file, and no more than a name that is not there.
+    const std::wstring beyond = {L'a', L'\\', static_cast<wchar_t>(0x110000)};
+    EXPECT_EQ(2, open(HKEY_USERS, beyond.c_str()));
+    const HKEY key = users(L"a");
+    wchar_t text[20];
+    DWORD size = 20;
+    EXPECT_EQ(0, os().RegEnumKeyExW(key, 0, text, &size, nullptr, nullptr, nullptr, nullptr));
+    EXPECT_EQ(smile, text);
+    EXPECT_EQ(0, os().RegCloseKey(key));
+}
+
+TEST_F(RegistryFileTest, KeysHaveNoClassAndNoTime) {
+    tree.write("file", kHeader + "[HKEY_USERS\\a\\b]\n");
+    name("file");
+    const HKEY key = users(L"a");
+    wchar_t text[20];
+    wchar_t className[] = L"class";
+    DWORD size = 20;
+    DWORD classSize = 6;
+    FILETIME time = {1, 2};
+    EXPECT_EQ(0, os().RegEnumKeyExW(key, 0, text, &size, nullptr, className, &classSize, &time));
+    EXPECT_STREQ(L"b", text);
+    EXPECT_STREQ(L"", className);
+    EXPECT_EQ(0U, classSize);
+    EXPECT_EQ(0U, time.dwLowDateTime);
+    EXPECT_EQ(0U, time.dwHighDateTime);
+    className[0] = L'c';
+    classSize = 6;
+    time = {1, 2};
+    EXPECT_EQ(0, os().RegQueryInfoKeyW(key, className, &classSize, nullptr, nullptr, nullptr,
+                                       nullptr, nullptr, nullptr, nullptr, nullptr, &time));
+    EXPECT_STREQ(L"", className);
+    EXPECT_EQ(0U, classSize);
+    EXPECT_EQ(0U, time.dwLowDateTime);
+    EXPECT_EQ(0U, time.dwHighDateTime);
+    EXPECT_EQ(0, os().RegCloseKey(key));
+}
+
+TEST_F(RegistryFileTest, CallsWithoutWhatTheyNeedAreRefused) {
+    tree.write("file", kHeader + "[HKEY_USERS\\a\\b]\n\"v\"=\"x\"\n");
+    name("file");
+    const HKEY key = users(L"a");
+    wchar_t text[20];
+    DWORD size = 20;
+    BYTE data[20];
+    EXPECT_EQ(87, os().RegEnumKeyExW(key, 0, nullptr, &size, nullptr, nullptr, nullptr, nullptr));
+    EXPECT_EQ(87, os().RegEnumKeyExW(key, 0, text, nullptr, nullptr, nullptr, nullptr, nullptr));
+    EXPECT_EQ(87, os().RegEnumKeyExW(key, 0, text, &size, &size, nullptr, nullptr, nullptr));
+    EXPECT_EQ(87, os().RegEnumValueW(key, 0, nullptr, &size, nullptr, nullptr, nullptr, nullptr));
+    EXPECT_EQ(87, os().RegEnumValueW(key, 0, text, nullptr, nullptr, nullptr, nullptr, nullptr));
+    EXPECT_EQ(87, os().RegEnumValueW(key, 0, text, &size, &size, nullptr, nullptr, nullptr));
+    EXPECT_EQ(87, os().RegEnumValueW(key, 0, text, &size, nullptr, nullptr, data, nullptr));
+    EXPECT_EQ(87, os().RegQueryInfoKeyW(key, text, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                        nullptr, nullptr, nullptr, nullptr, nullptr));
+    EXPECT_EQ(87, os().RegQueryInfoKeyW(key, nullptr, nullptr, &size, nullptr, nullptr, nullptr,
+                                        nullptr, nullptr, nullptr, nullptr, nullptr));
+    EXPECT_EQ(0, os().RegCloseKey(key));
 }
 
 TEST_F(RegistryFileTest, AnswersAnyNumberOfThreads) {

@@ -142,6 +142,8 @@ TEST(RegistryText, ReadsTexts) {
     EXPECT_EQ(1U, Read(kKey + "\"v\"=\"\"").type());
     EXPECT_EQ(stored("x"), Read(kKey + " \"v\" = \"x\" ; comment\n").data());
     EXPECT_TRUE(isRefused(kKey + "\"v\"=\"x\n"));
+    EXPECT_TRUE(isRefused(kKey + "\"v\"=\"x"));
+    EXPECT_TRUE(isRefused(kKey + "\"v"));
     EXPECT_TRUE(isRefused(kKey + "\"v\"=\"x\" y\n"));
     EXPECT_TRUE(isRefused(kKey + "\"v\"=x\n"));
     EXPECT_TRUE(isRefused(kKey + "\"v\"=\n"));

@@ -2,11 +2,15 @@
 // share.
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <clocale>
+#include <cstdio>
+#include <functional>
 #include <string>
 
 #include "kest/platform/Calls.h"
@@ -45,12 +49,65 @@ TEST(LinuxTextFiles, GivesTheNumbersOfWindows) {
     ASSERT_EQ(0, ::symlink("loop", (tree / "loop").c_str()));
     EXPECT_EQ(22, os().fopen_s(&file, (tree / "loop").c_str(), "r"));
     EXPECT_EQ(EINVAL, errno);
-    if (::geteuid() != 0) {
-        tree.write("locked", "x");
-        ASSERT_EQ(0, ::chmod((tree / "locked").c_str(), 0));
-        EXPECT_EQ(13, os().fopen_s(&file, (tree / "locked").c_str(), "r"));
-    }
     EXPECT_EQ(nullptr, file);
+}
+
+TEST(LinuxTextFiles, ThePrefixOfALongPathIsNoPartOfIt) {
+    const testing::TempTree tree;
+    tree.write("file", "x");
+    std::FILE* file = nullptr;
+    EXPECT_EQ(0, os().fopen_s(&file, ("\\\\?\\" + (tree / "file").string()).c_str(), "r"));
+    EXPECT_EQ(0, os().fclose(file));
+}
+
+/// The number with which `name` is refused in a process of its own, once that has been prepared.
+int refusal(const std::string& name, const std::function<bool()>& prepare) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        std::FILE* file = nullptr;
+        const int number = prepare() ? os().fopen_s(&file, name.c_str(), "r") : 99;
+        ::_exit(file == nullptr ? number : 98);
+    }
+    int status = 0;
+    EXPECT_EQ(child, ::waitpid(child, &status, 0));
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 97;
+}
+
+TEST(LinuxTextFiles, GivesTheNumbersOfWindowsWhereRightsOrDescriptorsAreMissing) {
+    const testing::TempTree tree;
+    tree.write("locked", "x");
+    ASSERT_EQ(0, ::chmod((tree / "locked").c_str(), 0));
+    ASSERT_EQ(0, ::chmod(tree.root().c_str(), 0755));
+    EXPECT_EQ(13,
+              refusal(tree / "locked", [] { return ::geteuid() != 0 || ::seteuid(54321) == 0; }));
+    EXPECT_EQ(24, refusal(tree / "locked", [] {
+                  const rlimit none = {0, 0};
+                  return ::setrlimit(RLIMIT_NOFILE, &none) == 0;
+              }));
+}
+
+TEST(LinuxTextFiles, NothingIsReadOrClosedWithoutAFileOrRoom) {
+    const testing::TempTree tree;
+    tree.write("file", "x\n");
+    std::FILE* file = nullptr;
+    ASSERT_EQ(0, os().fopen_s(&file, (tree / "file").c_str(), "r"));
+    wchar_t line[10];
+    const auto isRefused = [](const wchar_t* answer) {
+        const bool isSo = answer == nullptr && errno == EINVAL;
+        errno = 0;
+        return isSo;
+    };
+    errno = 0;
+    EXPECT_TRUE(isRefused(os().fgetws(nullptr, 10, file)));
+    EXPECT_TRUE(isRefused(os().fgetws(line, 10, nullptr)));
+    EXPECT_TRUE(isRefused(os().fgetws(line, 0, file)));
+    EXPECT_TRUE(isRefused(os().fgetws(line, -1, file)));
+    // Nothing was taken.
+    EXPECT_EQ(line, os().fgetws(line, 10, file));
+    EXPECT_STREQ(L"x\n", line);
+    EXPECT_EQ(0, os().fclose(file));
+    EXPECT_EQ(EOF, os().fclose(nullptr));
+    EXPECT_EQ(EINVAL, errno);
 }
 
 }  // namespace

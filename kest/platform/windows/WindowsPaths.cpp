@@ -175,14 +175,12 @@ DWORD normalize(const wchar_t* path, std::wstring& text) {
         }
         if (startsWith(rest, kPrefix)) {
             error = parsePlain(rest.substr(kPrefix.size()), text);
-        } else if (startsWith(rest, kDevice)) {
-            // A device, by its prefix or by a name that is reserved for one.
-            error = ERROR_INVALID_NAME;
-        } else if (startsWith(rest, kShare)) {
+        } else if (startsWith(rest, kShare) && !startsWith(rest, kDevice)) {
             error = appendShare(rest.substr(kShare.size()), text);
         } else if (isDrive(rest)) {
             error = appendDrive(rest, text);
         } else {
+            // A device among others, by its prefix or by a name that is reserved for one.
             error = ERROR_INVALID_NAME;
         }
     }

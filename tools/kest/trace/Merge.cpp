@@ -2,7 +2,7 @@
 
 namespace Tallowmere::command::trace {
 
-Merge::Merge(std::vector<Reader*> readers) {
+Merge::Merge(const std::vector<Reader*>& readers) {
     for (Reader* const reader : readers) {
         m_inputs.push_back({reader, false});
     }

@@ -12,7 +12,7 @@ namespace Tallowmere::command::trace {
 class Merge {
 public:
     /// The readers must outlive this.
-    explicit Merge(std::vector<Reader*> readers);
+    explicit Merge(const std::vector<Reader*>& readers);
 
     /// Goes on to the next entry; null when no file has one, now or for good. Valid until the next
     /// call. A file that has nothing now does not hold up the others.

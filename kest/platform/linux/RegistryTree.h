@@ -51,6 +51,8 @@ public:
     /// Null when there is no such value.
     const Value* findValue(Id key, std::u16string_view name) const;
     const std::u16string& name(Id key) const { return m_keys[key].name; }
+    /// kNone for a root. For the fuzz target, which looks whether both ways lead to the same keys.
+    Id parent(Id key) const { return m_keys[key].parent; }
     const std::vector<Id>& children(Id key) const { return m_keys[key].children; }
     std::size_t valueCount(Id key) const { return m_keys[key].values.size(); }
     const Value& value(Id key, std::size_t index) const {

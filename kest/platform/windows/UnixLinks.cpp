@@ -82,12 +82,15 @@ DWORD refuseUnixLink(HANDLE file, const std::wstring& path) {
     if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
         return ERROR_NOT_SUPPORTED;
     }
+    // Wine may give the folder another drive's letter between one question and the next.
+    constexpr int kTries = 3;
     std::wstring place;
-    if (!unixPlaceOf(file, place)) {
-        return ERROR_NOT_SUPPORTED;
+    for (int tries = 0; tries < kTries && unixPlaceOf(file, place); ++tries) {
+        if (paths::fold(place) == paths::fold(path) || standsInParent(place, path)) {
+            return ERROR_SUCCESS;
+        }
     }
-    const bool isItself = paths::fold(place) == paths::fold(path) || standsInParent(place, path);
-    return isItself ? ERROR_SUCCESS : ERROR_NOT_SUPPORTED;
+    return ERROR_NOT_SUPPORTED;
 }
 
 }  // namespace Tallowmere::platform

@@ -235,8 +235,10 @@ TEST_F(LinuxDiskTest, AHoleIsKeptThoughRoomIsKeptBeyondTheEnd) {
     const int file = open((tree / "from").c_str(), O_WRONLY);
     ASSERT_EQ(0, ftruncate(file, kSize));
     if (fallocate(file, FALLOC_FL_KEEP_SIZE, kSize, kSize) != 0) {
+        const int error = errno;
         ::close(file);
-        GTEST_SKIP() << "no room can be kept here: " << std::strerror(errno);
+        ASSERT_EQ(EOPNOTSUPP, error) << std::strerror(error);
+        GTEST_SKIP() << "the file system of the tests' folder keeps no room beyond a file's end";
     }
     ::close(file);
     ASSERT_TRUE(copy("from", "to"));
@@ -257,7 +259,7 @@ TEST_F(LinuxDiskTest, AFileThatIsShorterThanItClaimsIsNotFilledUp) {
     }
     if (stat(claiming, &claimed) != 0 || content.empty() ||
         claimed.st_size <= static_cast<off_t>(content.size())) {
-        GTEST_SKIP() << "no such file here";
+        GTEST_SKIP() << claiming << " does not claim more than it holds under this kernel";
     }
     const int from = open("/sys/kernel/mm/transparent_hugepage", O_PATH | O_DIRECTORY);
     const int to = open(tree.root().c_str(), O_PATH | O_DIRECTORY);
@@ -321,7 +323,8 @@ TEST_F(LinuxDiskTest, AFifoKeepsItsAccessListWithWhichItsModeGivesTheGroupNothin
     constexpr const char* kList = "system.posix_acl_access";
     ASSERT_EQ(0, mkfifo((tree / "from").c_str(), 0600));
     if (setxattr((tree / "from").c_str(), kList, list, sizeof list, 0) != 0) {
-        GTEST_SKIP() << "no access lists here: " << std::strerror(errno);
+        ASSERT_EQ(EOPNOTSUPP, errno) << std::strerror(errno);
+        GTEST_SKIP() << "the file system of the tests' folder keeps no access lists";
     }
     ASSERT_TRUE(copy("from", "to"));
     ASSERT_TRUE(commit());

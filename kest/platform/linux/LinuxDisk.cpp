@@ -166,10 +166,8 @@ bool standsForAllOwners() {
 
 /// Gives the owner every right to a directory whose entries are to go: what he had denied himself
 /// is no reason to leave it behind. Whether that changed anything.
-bool lendAllRights(int directory) {
-    struct stat status {};
-    if (fstat(directory, &status) != 0 || (status.st_mode & S_IRWXU) == S_IRWXU ||
-        status.st_uid != geteuid()) {
+bool lendAllRights(int directory, const struct stat& status) {
+    if ((status.st_mode & S_IRWXU) == S_IRWXU || status.st_uid != geteuid()) {
         return false;
     }
     char path[32];
@@ -447,16 +445,25 @@ DWORD LinuxDisk::list(const DirectoryPtr& directory,
                          listing);
 }
 
-DWORD LinuxDisk::listForRemoval(const DirectoryPtr& directory,
+DWORD LinuxDisk::listForRemoval(const DirectoryPtr& directory, transactions::ListedBefore& before,
                                 std::unique_ptr<transactions::Listing>& listing) {
     auto read = std::static_pointer_cast<LinuxDirectory>(directory);
-    if (lendAllRights(read->get())) {
+    struct stat status {};
+    if (fstat(read->get(), &status) != 0) {
+        return errorFromErrno(errno);
+    }
+    if (lendAllRights(read->get(), status)) {
         // It may have been opened without the right to read it.
         Descriptor opened(openat(read->get(), ".", kDirectoryFlags));
         if (!opened) {
             return errorFromErrno(errno);
         }
         read = std::make_shared<LinuxDirectory>(std::move(opened));
+    }
+    std::string entries;
+    if (before.take(status.st_ino, entries)) {
+        listing = listAsBefore(read, std::move(entries));
+        return ERROR_SUCCESS;
     }
     return listDirectory(read, Purpose::Removal, listing);
 }

@@ -668,6 +668,66 @@ TEST_F(LinuxDiskTest, AListingBeginsAtTheBeginningWhateverItsDescriptorHasSeen) 
     EXPECT_EQ(ERROR_NO_MORE_FILES, listing->next(record));
 }
 
+/// A directory's names as a listing tells them until its end.
+std::set<std::wstring> namesOf(transactions::Listing& listing) {
+    std::set<std::wstring> result;
+    transactions::Record record;
+    DWORD error = ERROR_SUCCESS;
+    while ((error = listing.next(record)) == ERROR_SUCCESS) {
+        result.insert(record.name);
+    }
+    EXPECT_EQ(DWORD{ERROR_NO_MORE_FILES}, error);
+    return result;
+}
+
+TEST_F(LinuxDiskTest, ADirectoryThatWasListedIsEmptiedWithoutBeingListedAgain) {
+    tree.write("old/a", "a");
+    tree.write("old/\xff\xfe", "no text");
+    tree.makeDirectory("old/sub");
+    ASSERT_EQ(0, ::symlink("nowhere", (tree / "old/link").c_str()));
+    LinuxDisk disk;
+    transactions::DirectoryPtr directory;
+    std::wstring canonical;
+    ASSERT_EQ(0U, disk.openDirectory(tree.wide("old"), directory, canonical));
+    std::unique_ptr<transactions::Listing> listing;
+    ASSERT_EQ(0U, disk.list(directory, listing));
+    EXPECT_EQ(4U, namesOf(*listing).size());
+    std::uint64_t number = 0;
+    std::string entries;
+    ASSERT_TRUE(listing->tellAll(number, entries));
+    EXPECT_EQ(statusOf(tree / "old").st_ino, number);
+
+    transactions::ListedBefore before;
+    before.add(number, entries);
+    tree.write("old/late", "late");
+    std::filesystem::remove(tree / "old/a");
+    ASSERT_EQ(0U, disk.listForRemoval(directory, before, listing));
+    EXPECT_EQ(0U, before.size());
+    EXPECT_EQ(std::set<std::wstring>{L"sub"}, namesOf(*listing));
+    // What came since shows that it did not look.
+    EXPECT_EQ((std::map<std::string, std::string>{{"late", "file late"}, {"sub", "dir"}}),
+              tree.snapshot("old"));
+    ASSERT_EQ(0U, disk.listForRemoval(directory, before, listing));
+    EXPECT_EQ(std::set<std::wstring>{L"sub"}, namesOf(*listing));
+    EXPECT_EQ((std::map<std::string, std::string>{{"sub", "dir"}}), tree.snapshot("old"));
+}
+
+TEST_F(LinuxDiskTest, ADirectoryThatTakesMoreThanOneLookToListIsNotRemembered) {
+    for (int i = 0; i < 3000; ++i) {
+        tree.write("large/a-rather-long-name-for-a-file-" + std::to_string(i), "");
+    }
+    LinuxDisk disk;
+    transactions::DirectoryPtr directory;
+    std::wstring canonical;
+    ASSERT_EQ(0U, disk.openDirectory(tree.wide("large"), directory, canonical));
+    std::unique_ptr<transactions::Listing> listing;
+    ASSERT_EQ(0U, disk.list(directory, listing));
+    EXPECT_EQ(3000U, namesOf(*listing).size());
+    std::uint64_t number = 0;
+    std::string entries;
+    EXPECT_FALSE(listing->tellAll(number, entries));
+}
+
 TEST_F(LinuxDiskTest, AKilledProcessLeavesNothingBehindOnceTheNextHasLooked) {
     for (int files = 0; files < 10; ++files) {
         tree.write("from/" + std::to_string(files), "new");

@@ -136,12 +136,21 @@ std::optional<LinuxDirectory::Mount> mountOf(int directory) {
 }
 
 /// Opens what stands in `base` under a name only if that is a directory, no link, and on the same
-/// mount. Whatever the reason against it, another attempt tells.
-Descriptor openOnMount(int base, const char* name) {
+/// mount. Whatever the reason against it, another attempt tells. While `hidesAccess`, that it is
+/// read is not noted as an access, which would be a change of its own for the file system's
+/// journal, and of a directory that nearly always is about to go. Only its owner may ask for that.
+Descriptor openOnMount(int base, const char* name, bool& hidesAccess) {
     struct open_how how {};
-    how.flags = kDirectoryFlags | O_NOFOLLOW;
     how.resolve = RESOLVE_NO_XDEV;
-    return Descriptor(static_cast<int>(syscall(SYS_openat2, base, name, &how, sizeof how)));
+    for (;;) {
+        how.flags = static_cast<std::uint64_t>(kDirectoryFlags | O_NOFOLLOW |
+                                               (hidesAccess ? O_NOATIME : 0));
+        Descriptor opened(static_cast<int>(syscall(SYS_openat2, base, name, &how, sizeof how)));
+        if (opened || !hidesAccess || errno != EPERM) {
+            return opened;
+        }
+        hidesAccess = false;
+    }
 }
 
 /// What keeps entries in a directory. Null with errno when it cannot be asked.
@@ -389,10 +398,11 @@ DWORD LinuxDisk::openBelow(const DirectoryPtr& base, const std::wstring& relativ
     }
     const auto& mount = static_cast<const LinuxDirectory&>(*base).mount;
     if (mount && mount->isOneDevice && links == Links::Refuse) {
-        Descriptor same = openOnMount(descriptor(base), path.get());
+        LinuxDirectory::Mount below = *mount;
+        Descriptor same = openOnMount(descriptor(base), path.get(), below.hidesAccess);
         if (same) {
             auto found = std::make_shared<LinuxDirectory>(std::move(same));
-            found->mount = mount;
+            found->mount = below;
             directory = std::move(found);
             return ERROR_SUCCESS;
         }

@@ -24,6 +24,8 @@ public:
         std::uint64_t mount = 0;
         /// Whether all of the mount is one device: a volume of btrfs may have others in it.
         bool isOneDevice = false;
+        /// Whether directories are opened without the access being noted in them.
+        bool hidesAccess = true;
     };
     std::optional<Mount> mount;
     /// Who may take entries out of it that are not his own: asked for once.

@@ -25,7 +25,9 @@
 #include "kest/platform/linux/Names.h"
 #include "kest/platform/testing/TempTree.h"
 #include "kest/platform/transactions/SystemDisk.h"
+#include "kest/platform/transactions/Transaction.h"
 #include "kest/platform/transactions/TransactionCalls.h"
+#include "kest/platform/transactions/testing/Walk.h"
 
 namespace Tallowmere::platform {
 namespace {
@@ -710,6 +712,42 @@ TEST_F(LinuxDiskTest, ADirectoryThatWasListedIsEmptiedWithoutBeingListedAgain) {
     ASSERT_EQ(0U, disk.listForRemoval(directory, before, listing));
     EXPECT_EQ(std::set<std::wstring>{L"sub"}, namesOf(*listing));
     EXPECT_EQ((std::map<std::string, std::string>{{"sub", "dir"}}), tree.snapshot("old"));
+}
+
+TEST_F(LinuxDiskTest, LookingThroughATreeThatMayGoIsNoAccessToIt) {
+    tree.write("old/sub/file", "x");
+    const struct timespec times[2] = {{1000, 0}, {2000, 0}};
+    ASSERT_EQ(0, ::utimensat(AT_FDCWD, (tree / "old/sub").c_str(), times, 0));
+    transactions::Transaction own(transactions::systemDisk());
+    ASSERT_EQ(0U, transactions::testing::deleteIfThere(own, tree.wide("old")));
+    own.rollBack();
+    EXPECT_EQ(1000, statusOf(tree / "old/sub").st_atim.tv_sec);
+}
+
+TEST_F(LinuxDiskTest, ATreeOfAnothersIsLookedThroughAllTheSame) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can make somebody else's tree";
+    }
+    tree.write("old/sub/deep/file", "x");
+    tree.write("old/other/file", "y");
+    constexpr uid_t kUser = 54321;
+    // The user may change the tree, but the directories in it are not his.
+    ASSERT_EQ(0, ::chmod(tree.root().c_str(), 0777));
+    for (const char* const name : {"old", "old/sub", "old/sub/deep", "old/other"}) {
+        ASSERT_EQ(0, ::chmod((tree / name).c_str(), 0777));
+    }
+    const pid_t child = ::fork();
+    if (child == 0) {
+        bool isDone = ::setresuid(kUser, kUser, kUser) == 0;
+        transactions::Transaction own(transactions::systemDisk());
+        isDone = isDone && transactions::testing::deleteIfThere(own, tree.wide("old")) == 0 &&
+                 transactions::testing::commit(own) == 0;
+        ::_exit(isDone ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(child, ::waitpid(child, &status, 0));
+    EXPECT_EQ(0, status);
+    EXPECT_EQ((std::map<std::string, std::string>{}), tree.snapshot());
 }
 
 TEST_F(LinuxDiskTest, ADirectoryThatTakesMoreThanOneLookToListIsNotRemembered) {

@@ -136,8 +136,8 @@ public:
                 directory = entry.inode;
                 isNumbered = true;
             } else if (!isDots(name)) {
-                entries.push_back(static_cast<char>(entry.type));
-                entries.append(name, std::strlen(name) + 1);
+                // The kind stands right before the name.
+                entries.append(name - 1, 1 + std::strlen(name) + 1);
             }
         }
         return isNumbered;

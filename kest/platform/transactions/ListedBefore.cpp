@@ -13,10 +13,9 @@ constexpr std::size_t kEach = 64;
 
 }  // namespace
 
-void ListedBefore::add(std::uint64_t directory, std::string entries) {
+void ListedBefore::add(std::uint64_t directory, const std::string& entries) {
     const std::size_t bytes = entries.size() + kEach;
-    if (m_bytes + bytes <= kMostBytes &&
-        m_entries.try_emplace(directory, std::move(entries)).second) {
+    if (m_bytes + bytes <= kMostBytes && m_entries.try_emplace(directory, entries).second) {
         m_bytes += bytes;
     }
 }

@@ -13,7 +13,7 @@ namespace Tallowmere::platform::transactions {
 class ListedBefore {
 public:
     /// In a form of the disk's own, under a number by which it knows the directory again.
-    void add(std::uint64_t directory, std::string entries);
+    void add(std::uint64_t directory, const std::string& entries);
     /// Takes it out: whoever asks for a directory a second time has reason to look anew.
     bool take(std::uint64_t directory, std::string& entries);
 

@@ -466,7 +466,7 @@ DWORD Transaction::removeDirectory(const wchar_t* path) {
     forget(place);
     if (isRead && m_isListedKnown) {
         m_isListedKnown = false;
-        m_toGo.add(m_listedNumber, std::exchange(m_listedEntries, std::string()));
+        m_toGo.add(m_listedNumber, m_listedEntries);
     }
     return remove(place, stands, kind);
 }

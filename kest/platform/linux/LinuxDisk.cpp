@@ -565,6 +565,24 @@ DWORD LinuxDisk::checkEntry(const DirectoryPtr& parent, const std::wstring& name
                                                                           : ERROR_FILE_NOT_FOUND;
 }
 
+DWORD LinuxDisk::checkSameFile(const DirectoryPtr& parent, const std::wstring& name,
+                               const DirectoryPtr& otherParent, const std::wstring& otherName) {
+    const NativeName first(name);
+    const NativeName second(otherName);
+    if (!first.isGood() || !second.isGood()) {
+        return ERROR_INVALID_NAME;
+    }
+    struct stat one {};
+    struct stat other {};
+    if (fstatat(descriptor(parent), first.get(), &one, AT_SYMLINK_NOFOLLOW) != 0 ||
+        fstatat(descriptor(otherParent), second.get(), &other, AT_SYMLINK_NOFOLLOW) != 0) {
+        return errorFromErrno(errno);
+    }
+    const bool isSame =
+        !S_ISDIR(one.st_mode) && one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+    return isSame ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
+}
+
 DWORD LinuxDisk::makeDirectory(const DirectoryPtr& parent, const std::wstring& name) {
     const NativeName native(name);
     if (!native.isGood()) {

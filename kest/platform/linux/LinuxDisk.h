@@ -72,6 +72,9 @@ public:
     DWORD checkEntry(const DirectoryPtr& parent, const std::wstring& name,
                      const DirectoryPtr& directory) override;
 
+    DWORD checkSameFile(const DirectoryPtr& parent, const std::wstring& name,
+                        const DirectoryPtr& otherParent, const std::wstring& otherName) override;
+
     DWORD makeDirectory(const DirectoryPtr& parent, const std::wstring& name) override;
     DWORD makePrivateDirectory(const DirectoryPtr& parent, const std::wstring& name) override;
     DWORD copyFile(const DirectoryPtr& sourceParent, const std::wstring& sourceName,

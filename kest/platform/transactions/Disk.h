@@ -129,6 +129,18 @@ public:
     virtual DWORD checkEntry(const DirectoryPtr& parent, const std::wstring& name,
                              const DirectoryPtr& directory) = 0;
 
+    /// Whether two names are those of one and the same entry, which is no directory:
+    /// ERROR_FILE_NOT_FOUND when not, or when one of them is not there. For a disk on which a power
+    /// cut can leave an entry that was being renamed under both names.
+    virtual DWORD checkSameFile(const DirectoryPtr& parent, const std::wstring& name,
+                                const DirectoryPtr& otherParent, const std::wstring& otherName) {
+        (void)parent;
+        (void)name;
+        (void)otherParent;
+        (void)otherName;
+        return ERROR_FILE_NOT_FOUND;
+    }
+
     // Changing. What is made must not exist yet: ERROR_ALREADY_EXISTS.
 
     virtual DWORD makeDirectory(const DirectoryPtr& parent, const std::wstring& name) = 0;

@@ -24,8 +24,10 @@
 #include "kest/platform/linux/DirectoryListing.h"
 #include "kest/platform/linux/Errno.h"
 #include "kest/platform/linux/FileCopy.h"
+#include "kest/platform/linux/FinalPath.h"
 #include "kest/platform/linux/Names.h"
 #include "kest/platform/linux/Spelling.h"
+#include "kest/platform/linux/VolumePlace.h"
 #include "kest/platform/transactions/Texts.h"
 
 namespace Tallowmere::platform {
@@ -389,12 +391,16 @@ DWORD LinuxDisk::openBelow(const DirectoryPtr& base, const std::wstring& relativ
     if (!path.isGood()) {
         return ERROR_INVALID_NAME;
     }
-    const auto& mount = static_cast<const LinuxDirectory&>(*base).mount;
-    if (mount && mount->isOneDevice && links == Links::Refuse) {
+    const LinuxDirectory& from = linuxDirectory(base);
+    const bool isOneDevice = from.mount && from.mount->isOneDevice;
+    if ((isOneDevice || from.mountNumber) && links == Links::Refuse) {
         Descriptor same = openOnMount(descriptor(base), path.get());
         if (same) {
             auto found = std::make_shared<LinuxDirectory>(std::move(same));
-            found->mount = mount;
+            if (isOneDevice) {
+                found->mount = from.mount;
+            }
+            found->mountNumber = from.mountNumber;
             directory = std::move(found);
             return ERROR_SUCCESS;
         }
@@ -530,6 +536,34 @@ DWORD LinuxDisk::checkSameVolume(const DirectoryPtr& left, const DirectoryPtr& r
     return first->device == (*second)->device && first->mount == (*second)->mount
                ? ERROR_SUCCESS
                : ERROR_NOT_SAME_DEVICE;
+}
+
+bool LinuxDisk::isSameMount(const DirectoryPtr& left, const DirectoryPtr& right) {
+    const auto ask = [](const DirectoryPtr& directory) {
+        auto& known = static_cast<LinuxDirectory&>(*directory);
+        if (!known.mountNumber) {
+            struct statx status {};
+            const bool isTold = !known.mount &&
+                                statx(known.get(), "", AT_EMPTY_PATH, STATX_MNT_ID, &status) == 0 &&
+                                (status.stx_mask & STATX_MNT_ID) != 0;
+            known.mountNumber = known.mount ? known.mount->mount
+                                : isTold    ? std::uint64_t{status.stx_mnt_id}
+                                            : 0;
+        }
+        return *known.mountNumber;
+    };
+    return ask(left) == ask(right);
+}
+
+std::wstring LinuxDisk::placeOnVolume(const DirectoryPtr& directory) {
+    std::string path;
+    VolumePlace place;
+    if (findFinalPath(descriptor(directory), "", path) != 0 ||
+        findVolumePlace(descriptor(directory), path, place) != 0) {
+        return std::wstring();
+    }
+    // Between "/", as every path is here.
+    return names::widen(place.volume + place.path);
 }
 
 DWORD LinuxDisk::checkEntry(const DirectoryPtr& parent, const std::wstring& name,

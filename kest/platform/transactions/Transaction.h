@@ -208,6 +208,7 @@ private:
     // Searching (TransactionSearch.cpp).
     DWORD nextRecord(Search& search, Record& record);
     DWORD finishSearch(Search& search);
+    DWORD checkApart(const View& view);
     DWORD checkEmpty(const std::wstring& text, const std::wstring& canonical);
 
     // Changing (TransactionChanges.cpp).
@@ -260,6 +261,8 @@ private:
     /// Views of staged directories that a change stands for: they cannot be found on the disk by
     /// their text, so they are kept.
     std::vector<ViewPtr> m_pinned;
+    /// A directory by whose mount nothing is reached that this transaction changes.
+    DirectoryPtr m_apart;
     /// Searches not yet read to their end.
     std::map<HANDLE, std::unique_ptr<Search>> m_searches;
     /// The directory that the last call created, empty when the last call was another one.

@@ -39,6 +39,7 @@ void Transaction::end(State state) {
     m_changes.clear();
     m_views.clear();
     m_pinned.clear();
+    m_apart.reset();
     for (auto& [handle, search] : m_searches) {
         (void)retireHandle(handle, HandleKind::Search);
     }
@@ -66,6 +67,7 @@ DWORD Transaction::commit() {
     }
     m_views.clear();
     m_pinned.clear();
+    m_apart.reset();
     DWORD error = m_refusal;
     if (error == ERROR_SUCCESS) {
         error = errorOf([&] { return publish(); });

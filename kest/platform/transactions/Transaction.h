@@ -216,6 +216,7 @@ private:
     DWORD stageFor(const View& where);
     DWORD newPlace(const Place& place, bool& hadOld);
     void setStaged(const Place& place, const std::wstring& slot, bool hadOld);
+    bool isCalledSo(const Place& place, const Standing& staged);
     DWORD replaceFile(const Place& place, const Standing& source, Links links);
     std::uint64_t giverOf(const Place& place, bool isDirectory) const;
     DWORD remove(const Place& place, const Standing& standing, Kind kind);
@@ -271,6 +272,8 @@ private:
     std::weak_ptr<View> m_lastDirectory;
     std::wstring m_lastName;
     Kind m_lastKind = Kind::File;
+    /// Whether that was a directory, and the last call.
+    bool m_gaveDirectory = false;
     std::uint64_t m_lastSearch = 0;
     std::uint64_t m_searchCount = 0;
     /// The directory that is known to be one and no link, because a search gave it as one last or

@@ -130,6 +130,7 @@ DWORD Transaction::checkApart(const View& view) {
 }
 
 DWORD Transaction::findNext(HANDLE handle, Search& search, WIN32_FIND_DATAW& data) {
+    m_gaveDirectory = false;
     DWORD error = checkOpen();
     if (error != ERROR_SUCCESS) {
         return error;
@@ -145,6 +146,7 @@ DWORD Transaction::findNext(HANDLE handle, Search& search, WIN32_FIND_DATAW& dat
         m_lastName = record.name;
         m_lastKind = record.kind;
         if (record.kind == Kind::Directory) {
+            m_gaveDirectory = true;
             joinInto(m_enteredText, search.m_text, record.name);
             joinInto(m_enteredCanonical, search.m_canonical, record.name);
         }

@@ -25,6 +25,7 @@
 #include "kest/platform/linux/Errno.h"
 #include "kest/platform/linux/FileCopy.h"
 #include "kest/platform/linux/FinalPath.h"
+#include "kest/platform/linux/LockDescriptor.h"
 #include "kest/platform/linux/Names.h"
 #include "kest/platform/linux/Spelling.h"
 #include "kest/platform/linux/VolumePlace.h"
@@ -222,7 +223,7 @@ public:
     explicit FileLock(Descriptor descriptor) : m_descriptor(std::move(descriptor)) {}
 
 private:
-    Descriptor m_descriptor;
+    LockDescriptor m_descriptor;
 };
 
 /// A directory that its owner may not write into cannot be moved to another place, since its ".."

@@ -210,6 +210,20 @@ std::wstring whereabouts(int directory, const std::wstring& text) {
     return text == L"." ? result : transactions::join(result, text);
 }
 
+/// Whether a directory is open, as a current directory is, but stands nowhere any more. The system
+/// puts a mark behind the path that it had then; and another directory may be called so.
+bool isRemoved(int directory, const std::wstring& canonical) {
+    if (!canonical.ends_with(L" (deleted)")) {
+        return false;
+    }
+    const NativeName path(canonical);
+    struct stat opened {};
+    struct stat found {};
+    return path.isGood() && fstat(directory, &opened) == 0 &&
+           (stat(path.get(), &found) != 0 || found.st_dev != opened.st_dev ||
+            found.st_ino != opened.st_ino);
+}
+
 void putTime(FILETIME& to, const struct timespec& from) {
     constexpr std::int64_t kUnixEpoch = 11644473600;  // seconds from 1601 to 1970
     const auto ticks =
@@ -382,6 +396,9 @@ DWORD LinuxDisk::openDirectory(const std::wstring& text, DirectoryPtr& directory
         return errno == ENOTDIR ? ERROR_DIRECTORY : errorFromErrno(errno);
     }
     canonical = whereabouts(opened.get(), text);
+    if (isRemoved(opened.get(), canonical)) {
+        return ERROR_PATH_NOT_FOUND;
+    }
     directory = std::make_shared<LinuxDirectory>(std::move(opened));
     return ERROR_SUCCESS;
 }

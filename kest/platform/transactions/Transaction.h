@@ -272,6 +272,8 @@ private:
     std::weak_ptr<View> m_lastDirectory;
     std::wstring m_lastName;
     Kind m_lastKind = Kind::File;
+    /// The path that the last call asked for, when nothing was there and nothing is changed yet.
+    std::wstring m_absent;
     /// Whether that was a directory, and the last call.
     bool m_gaveDirectory = false;
     std::uint64_t m_lastSearch = 0;

@@ -43,7 +43,15 @@ DWORD Transaction::attributes(const wchar_t* path, WIN32_FILE_ATTRIBUTE_DATA& da
     if (error != ERROR_SUCCESS) {
         return error;
     }
+    const std::wstring absent = std::exchange(m_absent, std::wstring());
     error = errorOf([&] { return answer(path, data); });
+    if (error == ERROR_SUCCESS && !absent.empty() && absent == path) {
+        // A rival has put it there since the last call. The caller has nothing deleted that was
+        // there, and would now lay his tree over the rival's.
+        error = ERROR_TRANSACTIONAL_CONFLICT;
+    } else if (path != nullptr && m_changes.empty() && saysNothingIsThere(error)) {
+        m_absent = path;
+    }
     if (error != ERROR_SUCCESS && !saysNothingIsThere(error)) {
         // A caller that took this for "not there" would next copy into what is there, or report a
         // deletion that never was.
@@ -189,6 +197,7 @@ void Transaction::setStaged(const Place& place, const std::wstring& slot, bool h
 DWORD Transaction::createDirectory(const wchar_t* path) {
     m_justCreated.clear();
     m_gaveDirectory = false;
+    m_absent.clear();
     Place place;
     std::wstring text;
     DWORD error = checkOpen();
@@ -247,6 +256,7 @@ DWORD Transaction::createDirectory(const wchar_t* path) {
 DWORD Transaction::copyFile(const wchar_t* source, const wchar_t* destination, DWORD flags) {
     m_justCreated.clear();
     m_gaveDirectory = false;
+    m_absent.clear();
     if ((flags & ~(COPY_FILE_COPY_SYMLINK | COPY_FILE_FAIL_IF_EXISTS)) != 0) {
         return ERROR_INVALID_PARAMETER;
     }
@@ -353,6 +363,7 @@ DWORD Transaction::replaceFile(const Place& place, const Standing& source, Links
 DWORD Transaction::createLink(const wchar_t* path, const wchar_t* target, bool isDirectory) {
     m_justCreated.clear();
     m_gaveDirectory = false;
+    m_absent.clear();
     Place place;
     DWORD error = checkOpen();
     if (error == ERROR_SUCCESS) {
@@ -387,6 +398,7 @@ DWORD Transaction::createLink(const wchar_t* path, const wchar_t* target, bool i
 DWORD Transaction::deleteFile(const wchar_t* path) {
     m_justCreated.clear();
     m_gaveDirectory = false;
+    m_absent.clear();
     const Spot spot(m_target);
     Place& place = spot.place();
     Kind kind{};
@@ -414,6 +426,7 @@ DWORD Transaction::deleteFile(const wchar_t* path) {
 DWORD Transaction::removeDirectory(const wchar_t* path) {
     m_justCreated.clear();
     m_gaveDirectory = false;
+    m_absent.clear();
     const Spot spot(m_target);
     Place& place = spot.place();
     Kind kind{};

@@ -131,6 +131,7 @@ DWORD Transaction::checkApart(const View& view) {
 
 DWORD Transaction::findNext(HANDLE handle, Search& search, WIN32_FIND_DATAW& data) {
     m_gaveDirectory = false;
+    m_absent.clear();
     DWORD error = checkOpen();
     if (error != ERROR_SUCCESS) {
         return error;

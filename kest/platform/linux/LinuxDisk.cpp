@@ -139,12 +139,21 @@ std::optional<LinuxDirectory::Mount> mountOf(int directory) {
 }
 
 /// Opens what stands in `base` under a name only if that is a directory, no link, and on the same
-/// mount. Whatever the reason against it, another attempt tells.
-Descriptor openOnMount(int base, const char* name) {
+/// mount. Whatever the reason against it, another attempt tells. While `hidesAccess`, that it is
+/// read is not noted as an access, which would be a change of its own for the file system's
+/// journal, and of a directory that nearly always is about to go. Only its owner may ask for that.
+Descriptor openOnMount(int base, const char* name, bool& hidesAccess) {
     struct open_how how {};
-    how.flags = kDirectoryFlags | O_NOFOLLOW;
     how.resolve = RESOLVE_NO_XDEV;
-    return Descriptor(static_cast<int>(syscall(SYS_openat2, base, name, &how, sizeof how)));
+    for (;;) {
+        how.flags = static_cast<std::uint64_t>(kDirectoryFlags | O_NOFOLLOW |
+                                               (hidesAccess ? O_NOATIME : 0));
+        Descriptor opened(static_cast<int>(syscall(SYS_openat2, base, name, &how, sizeof how)));
+        if (opened || !hidesAccess || errno != EPERM) {
+            return opened;
+        }
+        hidesAccess = false;
+    }
 }
 
 /// What keeps entries in a directory. Null with errno when it cannot be asked.
@@ -169,10 +178,8 @@ bool standsForAllOwners() {
 
 /// Gives the owner every right to a directory whose entries are to go: what he had denied himself
 /// is no reason to leave it behind. Whether that changed anything.
-bool lendAllRights(int directory) {
-    struct stat status {};
-    if (fstat(directory, &status) != 0 || (status.st_mode & S_IRWXU) == S_IRWXU ||
-        status.st_uid != geteuid()) {
+bool lendAllRights(int directory, const struct stat& status) {
+    if ((status.st_mode & S_IRWXU) == S_IRWXU || status.st_uid != geteuid()) {
         return false;
     }
     char path[32];
@@ -180,24 +187,36 @@ bool lendAllRights(int directory) {
     return chmod(path, (status.st_mode & 07777) | S_IRWXU) == 0;
 }
 
-/// Where an open directory stands.
-std::wstring whereabouts(int directory, const std::wstring& text) {
+/// What the system calls an open directory. False with errno when it cannot say.
+bool readPlace(int directory, std::wstring& place) {
     char link[32];
     std::snprintf(link, sizeof link, "/proc/self/fd/%d", directory);
     char path[PATH_MAX];
     const ssize_t length = readlink(link, path, sizeof path);
-    if (length > 0 && static_cast<std::size_t>(length) < sizeof path && path[0] == '/') {
-        return names::widen(std::string_view(path, static_cast<std::size_t>(length)));
+    if (length <= 0 || static_cast<std::size_t>(length) == sizeof path || path[0] != '/') {
+        errno = length < 0 ? errno : ENOENT;
+        return false;
     }
-    if (length < 0 && errno == ENAMETOOLONG && !transactions::parentOf(text).empty() &&
-        text != L"/" && text != L".") {
-        // Beyond the limit: where the nearest directory above stands of which it can be said.
-        const std::wstring parent = transactions::parentOf(text);
-        const NativeName native(parent);
-        const Descriptor above =
-            native.isGood() ? openLong(AT_FDCWD, native.get(), 0) : Descriptor();
-        if (above) {
-            return transactions::join(whereabouts(above.get(), parent), transactions::nameOf(text));
+    names::widen(std::string_view(path, static_cast<std::size_t>(length)), place);
+    return true;
+}
+
+/// Where an open directory stands.
+std::wstring whereabouts(int directory, const std::wstring& text) {
+    std::wstring place;
+    if (readPlace(directory, place)) {
+        return place;
+    }
+    // Beyond the limit: where the nearest directory above stands of which it can be said. Step by
+    // step and not by calling itself, for a tree may be deeper than a thread's stack is.
+    Descriptor above;
+    for (std::size_t end = text.rfind(L'/');
+         errno == ENAMETOOLONG && end != std::wstring::npos && end != 0;
+         end = text.rfind(L'/', end - 1)) {
+        above = Descriptor(
+            openat(above ? above.get() : directory, "..", O_PATH | O_DIRECTORY | O_CLOEXEC));
+        if (above && readPlace(above.get(), place)) {
+            return transactions::join(place, text.substr(end + 1));
         }
     }
     // Without /proc: as it was called, from the current directory on.
@@ -412,12 +431,15 @@ DWORD LinuxDisk::openBelow(const DirectoryPtr& base, const std::wstring& relativ
     const LinuxDirectory& from = linuxDirectory(base);
     const bool isOneDevice = from.mount && from.mount->isOneDevice;
     if ((isOneDevice || from.mountNumber) && links == Links::Refuse) {
-        Descriptor same = openOnMount(descriptor(base), path.get());
+        std::optional<LinuxDirectory::Mount> below = isOneDevice ? from.mount : std::nullopt;
+        bool isAccessHidden = below && below->hidesAccess;
+        Descriptor same = openOnMount(descriptor(base), path.get(), isAccessHidden);
         if (same) {
             auto found = std::make_shared<LinuxDirectory>(std::move(same));
-            if (isOneDevice) {
-                found->mount = from.mount;
+            if (below) {
+                below->hidesAccess = isAccessHidden;
             }
+            found->mount = below;
             found->mountNumber = from.mountNumber;
             directory = std::move(found);
             return ERROR_SUCCESS;
@@ -471,16 +493,25 @@ DWORD LinuxDisk::list(const DirectoryPtr& directory,
                          listing);
 }
 
-DWORD LinuxDisk::listForRemoval(const DirectoryPtr& directory,
+DWORD LinuxDisk::listForRemoval(const DirectoryPtr& directory, transactions::ListedBefore& before,
                                 std::unique_ptr<transactions::Listing>& listing) {
     auto read = std::static_pointer_cast<LinuxDirectory>(directory);
-    if (lendAllRights(read->get())) {
+    struct stat status {};
+    if (fstat(read->get(), &status) != 0) {
+        return errorFromErrno(errno);
+    }
+    if (lendAllRights(read->get(), status)) {
         // It may have been opened without the right to read it.
         Descriptor opened(openat(read->get(), ".", kDirectoryFlags));
         if (!opened) {
             return errorFromErrno(errno);
         }
         read = std::make_shared<LinuxDirectory>(std::move(opened));
+    }
+    std::string entries;
+    if (before.take(status.st_ino, entries)) {
+        listing = listAsBefore(read, std::move(entries));
+        return ERROR_SUCCESS;
     }
     return listDirectory(read, Purpose::Removal, listing);
 }

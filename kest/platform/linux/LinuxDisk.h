@@ -24,6 +24,8 @@ public:
         std::uint64_t mount = 0;
         /// Whether all of the mount is one device: a volume of btrfs may have others in it.
         bool isOneDevice = false;
+        /// Whether directories are opened without the access being noted in them.
+        bool hidesAccess = true;
     };
     std::optional<Mount> mount;
     /// The number of that mount alone, which is known of more directories: 0 when the system does
@@ -64,7 +66,7 @@ public:
                    WIN32_FILE_ATTRIBUTE_DATA* data) override;
     DWORD list(const DirectoryPtr& directory,
                std::unique_ptr<transactions::Listing>& listing) override;
-    DWORD listForRemoval(const DirectoryPtr& directory,
+    DWORD listForRemoval(const DirectoryPtr& directory, transactions::ListedBefore& before,
                          std::unique_ptr<transactions::Listing>& listing) override;
     DWORD mayRemoveFrom(const DirectoryPtr& directory) override;
     DWORD mayRemove(const DirectoryPtr& parent, const std::wstring& name) override;

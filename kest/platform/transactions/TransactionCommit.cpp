@@ -39,12 +39,13 @@ void Transaction::end(State state) {
         if (!m_keepsStage) {
             // What cannot be removed now stays an orphan, and is removed by whoever comes next.
             (void)errorOf([&] {
-                m_stage->discard();
+                m_stage->discard(m_toGo);
                 return DWORD{ERROR_SUCCESS};
             });
         }
         m_stage.reset();
     }
+    m_toGo = {};
 }
 
 void Transaction::rollBack() {
@@ -192,7 +193,8 @@ DWORD Transaction::settleStage(ChangedDirectories& directories) {
     std::swap(m_stage, settled);
     if (settled != nullptr) {
         (void)errorOf([&] {
-            settled->discard();
+            ListedBefore nothing;
+            settled->discard(nothing);
             return DWORD{ERROR_SUCCESS};
         });
     }

@@ -41,7 +41,10 @@ std::wstring_view lastName(std::wstring_view path) {
 }
 
 /// How one place stands to another.
-enum class Relation { Apart, Same, Inside };
+enum class Relation { Apart, Same, Inside, Above };
+
+/// VOLUME_NAME_GUID, by its value: the form that begins with the volume.
+constexpr DWORD kNameOnVolume = 1;
 
 // --- By what the system says --------------------------------------------------------------------
 
@@ -51,10 +54,17 @@ enum class Resolution {
     Unknown,  ///< There is something, but it has no final path.
 };
 
+/// Where something is: its final path, and where that is on its volume, however the volume or a
+/// folder of it is mounted. The second is empty where the system cannot tell.
+struct Whereabouts {
+    std::wstring path;
+    std::wstring onVolume;
+};
+
 /// Asks for final paths.
 class Resolver {
 public:
-    Resolution resolve(std::wstring path, std::wstring& finalPath) {
+    Resolution resolve(std::wstring path, Whereabouts& found) {
         // With a separator at the end, as the walk puts one in front of each name: "C:" would else
         // be the current directory of the drive and not its root.
         if (!path.empty() && !isSeparator(path.back())) {
@@ -68,16 +78,25 @@ public:
         if (file == INVALID_HANDLE_VALUE) {
             return Resolution::Missing;
         }
-        const DWORD length = os().GetFinalPathNameByHandleW(file, m_buffer.get(), kBufferSize, 0);
-        (void)os().CloseHandle(file);
-        if (length == 0 || length >= kBufferSize) {
-            return Resolution::Unknown;
+        const bool isFound = ask(file, 0, found.path);
+        if (!isFound || !ask(file, kNameOnVolume, found.onVolume)) {
+            found.onVolume.clear();
         }
-        finalPath.assign(m_buffer.get(), length);
-        return Resolution::Resolved;
+        (void)os().CloseHandle(file);
+        return isFound ? Resolution::Resolved : Resolution::Unknown;
     }
 
 private:
+    bool ask(HANDLE file, DWORD form, std::wstring& path) {
+        const DWORD length =
+            os().GetFinalPathNameByHandleW(file, m_buffer.get(), kBufferSize, form);
+        if (length == 0 || length >= kBufferSize) {
+            return false;
+        }
+        path.assign(m_buffer.get(), length);
+        return true;
+    }
+
     static constexpr DWORD kBufferSize = 32768;  // characters
     std::unique_ptr<wchar_t[]> m_buffer = std::make_unique<wchar_t[]>(kBufferSize);
 };
@@ -119,20 +138,49 @@ Relation relationOfFinalPaths(std::wstring_view path, std::wstring_view top) {
     return isSeparator(path[top.size()]) ? Relation::Inside : Relation::Apart;
 }
 
+/// How what exists at `found` stands to the source. A folder that is mounted in a second place has
+/// two final paths, but what is done to it by the one is seen by the other.
+Relation relationOf(const Whereabouts& found, const Whereabouts& top) {
+    const Relation relation = relationOfFinalPaths(found.path, top.path);
+    if (relation != Relation::Apart || found.onVolume.empty() || top.onVolume.empty()) {
+        return relation;
+    }
+    return relationOfFinalPaths(found.onVolume, top.onVolume);
+}
+
+/// Whether the source is below the destination by another path than its own, so that it would be
+/// removed with the old destination and not be missed by the walk.
+bool isSourceSeenBelow(const Whereabouts& found, const Whereabouts& top) {
+    return !found.onVolume.empty() && !top.onVolume.empty() &&
+           relationOfFinalPaths(top.onVolume, found.onVolume) == Relation::Inside &&
+           relationOfFinalPaths(top.path, found.path) == Relation::Apart;
+}
+
+/// A link is replaced itself, and what it leads to stays.
+bool isLink(const std::wstring& path) {
+    const std::wstring entry(withoutEndSeparators(path));
+    const DWORD attributes = os().GetFileAttributesW(entry.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES &&
+           (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
 /// Nothing when one of the two cannot be resolved.
 std::optional<Relation> relationOnDisk(const std::wstring& source,
                                        const std::wstring& destination) {
     Resolver resolver;
-    std::wstring top;
+    Whereabouts top;
     if (resolver.resolve(source, top) != Resolution::Resolved) {
         return std::nullopt;
     }
-    std::wstring found;
+    Whereabouts found;
     Resolution resolution = resolver.resolve(destination, found);
     if (resolution == Resolution::Resolved) {
-        const Relation relation = relationOfFinalPaths(found, top);
+        if (isSourceSeenBelow(found, top) && !isLink(destination)) {
+            return Relation::Above;
+        }
+        const Relation relation = relationOf(found, top);
         // The root of a drive has nothing above it, however it was called.
-        if (relation != Relation::Apart || isSeparator(found.back())) {
+        if (relation != Relation::Apart || isSeparator(found.path.back())) {
             return relation;
         }
     }
@@ -153,8 +201,7 @@ std::optional<Relation> relationOnDisk(const std::wstring& source,
         }
         resolution = resolver.resolve(place, found);
         if (resolution == Resolution::Resolved) {
-            return relationOfFinalPaths(found, top) == Relation::Apart ? Relation::Apart
-                                                                       : Relation::Inside;
+            return relationOf(found, top) == Relation::Apart ? Relation::Apart : Relation::Inside;
         }
     }
     return std::nullopt;
@@ -202,6 +249,10 @@ void refuseCopyIntoItself(const std::wstring& source, const std::wstring& destin
     }
     if (relation == Relation::Apart) {
         return;
+    }
+    if (relation == Relation::Above) {
+        reportFailure((L"Copy failed: " + source + L" is inside " + destination).c_str(), true,
+                      false);
     }
     const wchar_t* const how = relation == Relation::Same ? L" is the same as " : L" is inside ";
     reportFailure((L"Copy failed: " + destination + how + source).c_str(), true, false);

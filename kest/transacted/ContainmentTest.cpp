@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <stdexcept>
 
@@ -180,6 +181,91 @@ TEST_F(Containment, ADriveThatIsNotThere) {
     EXPECT_EQ("", verdict(L"C:\\Work\\Src", L""));
 }
 
+/// The folder C:\Work\Src\Sub is mounted at D:\Data, too, and all of C: at E:.
+class ContainmentOfMounts : public Containment {
+protected:
+    ContainmentOfMounts() {
+        tree.directory(L"D:\\Data\\deep");
+        tree.directory(L"E:\\Work\\Src\\Sub\\deep");
+        tree.directory(L"E:\\Other");
+    }
+
+    static constexpr DWORD kNameOnVolume = 1;
+    const std::wstring volume = L"\\\\?\\Volume{1}";
+    bool isTold = true;
+    ScopedCall<&Calls::GetFinalPathNameByHandleW> resolving{
+        [this](HANDLE file, wchar_t* buffer, DWORD size, DWORD form) -> DWORD {
+            const DWORD length = resolving.original(file, buffer, size, form);
+            if (form != kNameOnVolume || length == 0) {
+                return length;
+            }
+            if (!isTold) {
+                return failing(DWORD{0}, ERROR_PATH_NOT_FOUND);
+            }
+            // "\\\\?\\C:" with what follows.
+            std::wstring path(buffer, length);
+            const std::wstring rest = path.substr(6);
+            if (path[4] == L'D') {
+                path = rest.compare(0, 5, L"\\Data") == 0
+                           ? volume + L"\\Work\\Src\\Sub" + rest.substr(5)
+                           : L"\\\\?\\Volume{2}" + rest;
+            } else {
+                path = volume + rest;
+            }
+            std::copy(path.c_str(), path.c_str() + path.size() + 1, buffer);
+            return static_cast<DWORD>(path.size());
+        }};
+};
+
+TEST_F(ContainmentOfMounts, TheSourceByItsOtherPath) {
+    EXPECT_EQ("same", verdict(L"C:\\Work\\Src\\Sub", L"D:\\Data"));
+    EXPECT_EQ("same", verdict(L"D:\\Data", L"C:\\Work\\Src\\Sub\\"));
+    EXPECT_EQ("same", verdict(L"C:\\Work\\Src", L"E:\\Work\\Src"));
+    EXPECT_EQ("same", verdict(L"C:", L"E:"));
+}
+
+TEST_F(ContainmentOfMounts, WhatIsInsideItByItsOtherPath) {
+    EXPECT_EQ("inside", verdict(L"C:\\Work\\Src", L"D:\\Data"));
+    EXPECT_EQ("inside", verdict(L"C:\\Work\\Src", L"D:\\Data\\deep"));
+    EXPECT_EQ("inside", verdict(L"C:\\Work\\Src", L"D:\\Data\\new"));
+    EXPECT_EQ("inside", verdict(L"C:\\Work\\Src", L"E:\\Work\\Src\\new\\deeper"));
+    EXPECT_EQ("inside", verdict(L"D:\\Data", L"C:\\Work\\Src\\Sub\\new"));
+}
+
+TEST_F(ContainmentOfMounts, ASourceThatWouldBeRemovedWithTheOldDestination) {
+    const auto text = [](const char* source, const char* destination) {
+        return std::string("Copy failed: ") + source + " is inside " + destination;
+    };
+    EXPECT_EQ(text("D:\\Data", "C:\\Work\\Src"), verdict(L"D:\\Data", L"C:\\Work\\Src"));
+    EXPECT_EQ(text("D:\\Data\\deep", "C:\\Work\\Src"),
+              verdict(L"D:\\Data\\deep", L"C:\\Work\\Src"));
+    EXPECT_EQ(text("E:\\Work\\Src\\Sub", "C:\\Work\\Src"),
+              verdict(L"E:\\Work\\Src\\Sub", L"C:\\Work\\Src"));
+    EXPECT_EQ(text("E:\\Work\\Src", "C:\\"), verdict(L"E:\\Work\\Src", L"C:\\"));
+}
+
+TEST_F(ContainmentOfMounts, PlacesApartMayBe) {
+    EXPECT_EQ("", verdict(L"D:\\Data", L"C:\\Other"));
+    EXPECT_EQ("", verdict(L"D:\\Data", L"C:\\Work\\Src2"));
+    EXPECT_EQ("", verdict(L"D:\\Data", L"C:\\Work\\Src\\new"));
+    EXPECT_EQ("", verdict(L"C:\\Work\\Src", L"E:\\Other"));
+    EXPECT_EQ("", verdict(L"C:\\Work\\Src", L"E:\\Work\\new"));
+    EXPECT_EQ("", verdict(L"C:\\Work\\Src", L"D:\\"));
+}
+
+TEST_F(ContainmentOfMounts, WhatALinkLeadsToStays) {
+    tree.link(L"D:\\link", L"C:\\Work", true);
+    EXPECT_EQ("", verdict(L"E:\\Work\\Src", L"D:\\link"));
+    EXPECT_EQ("", verdict(L"E:\\Work\\Src", L"D:\\link\\"));
+}
+
+TEST_F(ContainmentOfMounts, WhereTheSystemCannotTellTheFinalPathsDecide) {
+    isTold = false;
+    EXPECT_EQ("", verdict(L"D:\\Data", L"C:\\Work\\Src"));
+    EXPECT_EQ("same", verdict(L"C:\\Work\\Src", L"C:\\Work\\Src"));
+    EXPECT_EQ("inside", verdict(L"C:\\Work\\Src", L"C:\\Work\\Src\\new"));
+}
+
 /// Where nothing can be resolved the texts decide.
 class ContainmentOfTexts : public Containment {
 protected:
@@ -258,10 +344,12 @@ TEST_F(Containment, IsAskedForBeforeAnythingIsTouched) {
                   L"GetFileAttributesTransactedW(\"C:\\Work\\Src\", 0, data, T)",
                   L"CreateFileW(\"C:\\Work\\Src\\\", 0, 7, null, 3, 33554432, null)",
                   L"GetFinalPathNameByHandleW(F1, data, 32768, 0)",
+                  L"GetFinalPathNameByHandleW(F1, data, 32768, 1)",
                   L"CloseHandle(F1)",
                   L"CreateFileW(\"C:\\Work\\Src\\Sub\\new\\\", 0, 7, null, 3, 33554432, null)",
                   L"CreateFileW(\"C:\\Work\\Src\\Sub\\\", 0, 7, null, 3, 33554432, null)",
                   L"GetFinalPathNameByHandleW(F2, data, 32768, 0)",
+                  L"GetFinalPathNameByHandleW(F2, data, 32768, 1)",
                   L"CloseHandle(F2)",
                   L"CloseHandle(T)",
               }),

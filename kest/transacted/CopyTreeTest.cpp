@@ -70,10 +70,12 @@ TEST_F(CopyTree, MakesExactlyTheseCallsForANewDestination) {
             // Whether the one is inside the other.
             L"CreateFileW(\"C:\\from\\\", 0, 7, null, 3, 33554432, null)",
             L"GetFinalPathNameByHandleW(F1, data, 32768, 0)",
+            L"GetFinalPathNameByHandleW(F1, data, 32768, 1)",
             L"CloseHandle(F1)",
             L"CreateFileW(\"C:\\to\\\", 0, 7, null, 3, 33554432, null)",
             L"CreateFileW(\"C:\\\", 0, 7, null, 3, 33554432, null)",
             L"GetFinalPathNameByHandleW(F2, data, 32768, 0)",
+            L"GetFinalPathNameByHandleW(F2, data, 32768, 1)",
             L"CloseHandle(F2)",
             // The old destination: there is none.
             L"GetFileAttributesTransactedW(\"C:\\to\", 0, data, T)",

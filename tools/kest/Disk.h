@@ -37,9 +37,17 @@ bool canMoveWhileListed();
 /// none. Looking is in nobody's way, whatever is being done to it.
 std::optional<std::pair<std::uint64_t, std::uint64_t>> identityOf(const std::wstring& path);
 
-/// Whether it belongs to the user and gives no right to anybody else, as the library's own folders
-/// do.
-bool isPrivateOfOurs(const std::wstring& path);
+/// What can be said of one of the library's own folders, by its name.
+enum class StageState {
+    gone,
+    foreign,  ///< Another user's, or open to others, as the library makes none.
+    held,     ///< Its program is running.
+    left,     ///< Nobody holds it.
+    unknown,  ///< It cannot be looked at, for `reason`.
+};
+StageState stateOf(const std::wstring& stage, std::wstring& reason);
+/// Whether that tells one that is held from one that is left; else it is `held` for either.
+bool canTellHeld();
 
 /// `folder` and a name in it.
 std::wstring join(const std::wstring& folder, const std::wstring& name);

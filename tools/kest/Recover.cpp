@@ -112,19 +112,36 @@ private:
                                L""});
         }
         const std::wstring error = lookAt(folder, m_trace);
+        const bool isRefused = !error.empty() && error != m_usualError;
+        bool isToldOf = !isRefused;
         for (std::size_t i = first; i < m_found.size(); ++i) {
             Found& found = m_found[i];
-            if (!isThere(found.path)) {
-                continue;
+            std::wstring reason;
+            switch (disk::stateOf(found.path, reason)) {
+                case disk::StageState::gone:
+                    continue;
+                case disk::StageState::foreign:
+                    found.state = L"foreign";
+                    continue;
+                case disk::StageState::held:
+                    if (disk::canTellHeld() || !isRefused) {
+                        found.state = L"in use";
+                        continue;
+                    }
+                    break;
+                case disk::StageState::left:
+                    // As when an entry in it cannot be removed.
+                    reason = L"it could not be cleared";
+                    break;
+                case disk::StageState::unknown:
+                    break;
             }
-            if (!disk::isPrivateOfOurs(found.path)) {
-                found.state = L"foreign";
-            } else if (error.empty() || error == m_usualError) {
-                found.state = L"in use";
-            } else {
-                found.state = L"failed";
-                found.reason = error;
-            }
+            found.state = L"failed";
+            found.reason = isRefused ? error : reason;
+            isToldOf = true;
+        }
+        if (!isToldOf) {
+            m_troubles.push_back({folder, error});
         }
     }
 

@@ -272,6 +272,24 @@ The file or directory is corrupted and unreadable.)" "" recover left
     expect "recover what is in use" 0 "in use: $orphan" "" recover left
     exec 9<&-
     expect "recover what was in use" 0 "discarded: $orphan" "" recover left
+    # What may not be looked at is not called another's, nor gone.
+    mkdir left/closed left/closed/"${orphan##*/}"
+    user=(env)
+    if [ "$(id -u)" = 0 ]; then
+        user=(setpriv --reuid 54321 --regid 54321 --clear-groups)
+        chown -R 54321:54321 left
+        chmod 711 .
+    fi
+    chmod 700 left/closed/"${orphan##*/}"
+    chmod 400 left/closed
+    if "${user[@]}" "${kest[@]}" about >.text 2>.errors && "${user[@]}" ls left >.text 2>.errors; then
+        "${user[@]}" "${kest[@]}" recover left/closed >.text 2>.errors </dev/null
+        compare "recover what may not be looked at: exit status" 1 $?
+        compare "recover what may not be looked at" "" "$(text_of .text)"
+        compare "recover what may not be looked at: errors" \
+            "kest: cannot look into left/closed: Permission denied" "$(text_of .errors)"
+    fi
+    chmod 700 . left/closed
 
     # Output that nobody takes.
     "${kest[@]}" --help >/dev/full 2>.errors

@@ -18,9 +18,13 @@
 #include "kest/platform/linux/Names.h"
 #include "kest/platform/linux/Place.h"
 #include "kest/platform/linux/Standins.h"
+#include "kest/platform/linux/VolumePlace.h"
 
 namespace Tallowmere::platform::standin {
 namespace {
+
+/// VOLUME_NAME_GUID of GetFinalPathNameByHandleW.
+constexpr DWORD kNameOnVolume = 1;
 
 /// What a handle of the kind File stands for.
 struct OpenFile {
@@ -180,7 +184,7 @@ DWORD GetFinalPathNameByHandleW(HANDLE handle, wchar_t* buffer, DWORD size, DWOR
         if (file == nullptr) {
             return ERROR_INVALID_HANDLE;
         }
-        if (flags != 0 || (buffer == nullptr && size != 0)) {
+        if ((flags != 0 && flags != kNameOnVolume) || (buffer == nullptr && size != 0)) {
             return ERROR_INVALID_PARAMETER;
         }
         std::string native;
@@ -190,7 +194,15 @@ DWORD GetFinalPathNameByHandleW(HANDLE handle, wchar_t* buffer, DWORD size, DWOR
         }
         // With the prefix that final paths have, which every one of these calls understands; what
         // follows it is the path as other programs know it.
-        const std::wstring path = L"\\\\?\\" + names::widen(native);
+        std::wstring path = L"\\\\?\\" + names::widen(native);
+        if (flags == kNameOnVolume) {
+            // Our choice: in place of the volume's own name its device numbers.
+            VolumePlace place;
+            if (findVolumePlace(file->descriptor.get(), native, place) != 0) {
+                return ERROR_PATH_NOT_FOUND;
+            }
+            path = L"\\\\?\\Volume{" + names::widen(place.volume) + L"}" + names::widen(place.path);
+        }
         result = static_cast<DWORD>(path.size());
         if (path.size() >= size) {
             // Too small: nothing is written, and the answer is the size that would do.

@@ -24,8 +24,11 @@
 #include "kest/platform/linux/DirectoryListing.h"
 #include "kest/platform/linux/Errno.h"
 #include "kest/platform/linux/FileCopy.h"
+#include "kest/platform/linux/FinalPath.h"
+#include "kest/platform/linux/LockDescriptor.h"
 #include "kest/platform/linux/Names.h"
 #include "kest/platform/linux/Spelling.h"
+#include "kest/platform/linux/VolumePlace.h"
 #include "kest/platform/transactions/Texts.h"
 
 namespace Tallowmere::platform {
@@ -184,24 +187,36 @@ bool lendAllRights(int directory, const struct stat& status) {
     return chmod(path, (status.st_mode & 07777) | S_IRWXU) == 0;
 }
 
-/// Where an open directory stands.
-std::wstring whereabouts(int directory, const std::wstring& text) {
+/// What the system calls an open directory. False with errno when it cannot say.
+bool readPlace(int directory, std::wstring& place) {
     char link[32];
     std::snprintf(link, sizeof link, "/proc/self/fd/%d", directory);
     char path[PATH_MAX];
     const ssize_t length = readlink(link, path, sizeof path);
-    if (length > 0 && static_cast<std::size_t>(length) < sizeof path && path[0] == '/') {
-        return names::widen(std::string_view(path, static_cast<std::size_t>(length)));
+    if (length <= 0 || static_cast<std::size_t>(length) == sizeof path || path[0] != '/') {
+        errno = length < 0 ? errno : ENOENT;
+        return false;
     }
-    if (length < 0 && errno == ENAMETOOLONG && !transactions::parentOf(text).empty() &&
-        text != L"/" && text != L".") {
-        // Beyond the limit: where the nearest directory above stands of which it can be said.
-        const std::wstring parent = transactions::parentOf(text);
-        const NativeName native(parent);
-        const Descriptor above =
-            native.isGood() ? openLong(AT_FDCWD, native.get(), 0) : Descriptor();
-        if (above) {
-            return transactions::join(whereabouts(above.get(), parent), transactions::nameOf(text));
+    names::widen(std::string_view(path, static_cast<std::size_t>(length)), place);
+    return true;
+}
+
+/// Where an open directory stands.
+std::wstring whereabouts(int directory, const std::wstring& text) {
+    std::wstring place;
+    if (readPlace(directory, place)) {
+        return place;
+    }
+    // Beyond the limit: where the nearest directory above stands of which it can be said. Step by
+    // step and not by calling itself, for a tree may be deeper than a thread's stack is.
+    Descriptor above;
+    for (std::size_t end = text.rfind(L'/');
+         errno == ENAMETOOLONG && end != std::wstring::npos && end != 0;
+         end = text.rfind(L'/', end - 1)) {
+        above = Descriptor(
+            openat(above ? above.get() : directory, "..", O_PATH | O_DIRECTORY | O_CLOEXEC));
+        if (above && readPlace(above.get(), place)) {
+            return transactions::join(place, text.substr(end + 1));
         }
     }
     // Without /proc: as it was called, from the current directory on.
@@ -212,6 +227,20 @@ std::wstring whereabouts(int directory, const std::wstring& text) {
     std::wstring result = current == nullptr ? L"." : names::widen(current);
     std::free(current);
     return text == L"." ? result : transactions::join(result, text);
+}
+
+/// Whether a directory is open, as a current directory is, but stands nowhere any more. The system
+/// puts a mark behind the path that it had then; and another directory may be called so.
+bool isRemoved(int directory, const std::wstring& canonical) {
+    if (!canonical.ends_with(L" (deleted)")) {
+        return false;
+    }
+    const NativeName path(canonical);
+    struct stat opened {};
+    struct stat found {};
+    return path.isGood() && fstat(directory, &opened) == 0 &&
+           (stat(path.get(), &found) != 0 || found.st_dev != opened.st_dev ||
+            found.st_ino != opened.st_ino);
 }
 
 void putTime(FILETIME& to, const struct timespec& from) {
@@ -227,7 +256,7 @@ public:
     explicit FileLock(Descriptor descriptor) : m_descriptor(std::move(descriptor)) {}
 
 private:
-    Descriptor m_descriptor;
+    LockDescriptor m_descriptor;
 };
 
 /// A directory that its owner may not write into cannot be moved to another place, since its ".."
@@ -386,6 +415,9 @@ DWORD LinuxDisk::openDirectory(const std::wstring& text, DirectoryPtr& directory
         return errno == ENOTDIR ? ERROR_DIRECTORY : errorFromErrno(errno);
     }
     canonical = whereabouts(opened.get(), text);
+    if (isRemoved(opened.get(), canonical)) {
+        return ERROR_PATH_NOT_FOUND;
+    }
     directory = std::make_shared<LinuxDirectory>(std::move(opened));
     return ERROR_SUCCESS;
 }
@@ -396,13 +428,19 @@ DWORD LinuxDisk::openBelow(const DirectoryPtr& base, const std::wstring& relativ
     if (!path.isGood()) {
         return ERROR_INVALID_NAME;
     }
-    const auto& mount = static_cast<const LinuxDirectory&>(*base).mount;
-    if (mount && mount->isOneDevice && links == Links::Refuse) {
-        LinuxDirectory::Mount below = *mount;
-        Descriptor same = openOnMount(descriptor(base), path.get(), below.hidesAccess);
+    const LinuxDirectory& from = linuxDirectory(base);
+    const bool isOneDevice = from.mount && from.mount->isOneDevice;
+    if ((isOneDevice || from.mountNumber) && links == Links::Refuse) {
+        std::optional<LinuxDirectory::Mount> below = isOneDevice ? from.mount : std::nullopt;
+        bool isAccessHidden = below && below->hidesAccess;
+        Descriptor same = openOnMount(descriptor(base), path.get(), isAccessHidden);
         if (same) {
             auto found = std::make_shared<LinuxDirectory>(std::move(same));
+            if (below) {
+                below->hidesAccess = isAccessHidden;
+            }
             found->mount = below;
+            found->mountNumber = from.mountNumber;
             directory = std::move(found);
             return ERROR_SUCCESS;
         }
@@ -547,6 +585,34 @@ DWORD LinuxDisk::checkSameVolume(const DirectoryPtr& left, const DirectoryPtr& r
     return first->device == (*second)->device && first->mount == (*second)->mount
                ? ERROR_SUCCESS
                : ERROR_NOT_SAME_DEVICE;
+}
+
+bool LinuxDisk::isSameMount(const DirectoryPtr& left, const DirectoryPtr& right) {
+    const auto ask = [](const DirectoryPtr& directory) {
+        auto& known = static_cast<LinuxDirectory&>(*directory);
+        if (!known.mountNumber) {
+            struct statx status {};
+            const bool isTold = !known.mount &&
+                                statx(known.get(), "", AT_EMPTY_PATH, STATX_MNT_ID, &status) == 0 &&
+                                (status.stx_mask & STATX_MNT_ID) != 0;
+            known.mountNumber = known.mount ? known.mount->mount
+                                : isTold    ? std::uint64_t{status.stx_mnt_id}
+                                            : 0;
+        }
+        return *known.mountNumber;
+    };
+    return ask(left) == ask(right);
+}
+
+std::wstring LinuxDisk::placeOnVolume(const DirectoryPtr& directory) {
+    std::string path;
+    VolumePlace place;
+    if (findFinalPath(descriptor(directory), "", path) != 0 ||
+        findVolumePlace(descriptor(directory), path, place) != 0) {
+        return std::wstring();
+    }
+    // Between "/", as every path is here.
+    return names::widen(place.volume + place.path);
 }
 
 DWORD LinuxDisk::checkEntry(const DirectoryPtr& parent, const std::wstring& name,

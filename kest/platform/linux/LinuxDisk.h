@@ -28,6 +28,9 @@ public:
         bool hidesAccess = true;
     };
     std::optional<Mount> mount;
+    /// The number of that mount alone, which is known of more directories: 0 when the system does
+    /// not tell.
+    std::optional<std::uint64_t> mountNumber;
     /// Who may take entries out of it that are not his own: asked for once.
     struct Guard {
         /// Nobody, not even its owner.
@@ -71,6 +74,8 @@ public:
     DWORD checkSameVolume(const DirectoryPtr& left, const DirectoryPtr& right) override;
     DWORD checkEntry(const DirectoryPtr& parent, const std::wstring& name,
                      const DirectoryPtr& directory) override;
+    bool isSameMount(const DirectoryPtr& left, const DirectoryPtr& right) override;
+    std::wstring placeOnVolume(const DirectoryPtr& directory) override;
 
     DWORD checkSameFile(const DirectoryPtr& parent, const std::wstring& name,
                         const DirectoryPtr& otherParent, const std::wstring& otherName) override;

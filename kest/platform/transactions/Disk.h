@@ -140,6 +140,19 @@ public:
         (void)otherName;
         return ERROR_FILE_NOT_FOUND;
     }
+    /// Whether two directories are reached in one way, so that their paths tell how they stand to
+    /// each other. On a disk that can mount a directory in a second place two paths may lead to it.
+    virtual bool isSameMount(const DirectoryPtr& left, const DirectoryPtr& right) {
+        (void)left;
+        (void)right;
+        return true;
+    }
+    /// Where a directory stands on its volume, whichever way led to it, the volume's name first.
+    /// Empty when that cannot be told.
+    virtual std::wstring placeOnVolume(const DirectoryPtr& directory) {
+        (void)directory;
+        return std::wstring();
+    }
 
     // Changing. What is made must not exist yet: ERROR_ALREADY_EXISTS.
 

@@ -380,5 +380,36 @@ INSTANTIATE_TEST_SUITE_P(All, RivalTest, ::testing::ValuesIn(rivalries()),
 INSTANTIATE_TEST_SUITE_P(All, KilledRivalTest, ::testing::ValuesIn(collisions()),
                          [](const auto& tested) { return tested.param.name; });
 
+TEST(RivalBetweenTwoQuestions, IsNotLaidUnderTheCopy) {
+    MemoryStore store(MemoryOptions::linux());
+    buildWithoutOld(store);
+    MemoryDisk disk(store);
+    WIN32_FILE_ATTRIBUTE_DATA data{};
+    Transaction transaction(disk);
+    EXPECT_EQ(DWORD{ERROR_SUCCESS}, transaction.attributes(L"/home/one", data));
+    // As a copy asks whether there is an old tree to delete,
+    EXPECT_EQ(DWORD{ERROR_FILE_NOT_FOUND}, transaction.attributes(L"/home/to", data));
+    addTree(store, L"/home/to", "rival's");
+    const auto before = store.snapshot(L"/home");
+    // and then whether there is one to be filled.
+    EXPECT_EQ(DWORD{ERROR_TRANSACTIONAL_CONFLICT}, transaction.attributes(L"/home/to", data));
+    EXPECT_EQ(DWORD{ERROR_TRANSACTIONAL_CONFLICT}, transaction.createDirectory(L"/home/to"));
+    EXPECT_EQ(DWORD{ERROR_TRANSACTIONAL_CONFLICT}, transaction.commit());
+    EXPECT_EQ(before, store.snapshot(L"/home"));
+}
+
+TEST(RivalBetweenTwoQuestions, OneMayComeAndBeFoundLater) {
+    MemoryStore store(MemoryOptions::linux());
+    buildWithoutOld(store);
+    MemoryDisk disk(store);
+    WIN32_FILE_ATTRIBUTE_DATA data{};
+    Transaction transaction(disk);
+    EXPECT_EQ(DWORD{ERROR_FILE_NOT_FOUND}, transaction.attributes(L"/home/to", data));
+    EXPECT_EQ(DWORD{ERROR_SUCCESS}, transaction.createDirectory(L"/home/to"));
+    EXPECT_EQ(DWORD{ERROR_SUCCESS}, transaction.attributes(L"/home/to", data));
+    EXPECT_EQ(DWORD{ERROR_SUCCESS}, transaction.commit());
+    EXPECT_TRUE(store.exists(L"/home/to"));
+}
+
 }  // namespace
 }  // namespace Tallowmere::platform::transactions::testing

@@ -208,6 +208,7 @@ private:
     // Searching (TransactionSearch.cpp).
     DWORD nextRecord(Search& search, Record& record);
     DWORD finishSearch(Search& search);
+    DWORD checkApart(const View& view);
     DWORD checkEmpty(const std::wstring& text, const std::wstring& canonical);
 
     // Changing (TransactionChanges.cpp).
@@ -215,6 +216,7 @@ private:
     DWORD stageFor(const View& where);
     DWORD newPlace(const Place& place, bool& hadOld);
     void setStaged(const Place& place, const std::wstring& slot, bool hadOld);
+    bool isCalledSo(const Place& place, const Standing& staged);
     DWORD replaceFile(const Place& place, const Standing& source, Links links);
     std::uint64_t giverOf(const Place& place, bool isDirectory) const;
     DWORD remove(const Place& place, const Standing& standing, Kind kind);
@@ -260,6 +262,8 @@ private:
     /// Views of staged directories that a change stands for: they cannot be found on the disk by
     /// their text, so they are kept.
     std::vector<ViewPtr> m_pinned;
+    /// A directory by whose mount nothing is reached that this transaction changes.
+    DirectoryPtr m_apart;
     /// Searches not yet read to their end.
     std::map<HANDLE, std::unique_ptr<Search>> m_searches;
     /// The directory that the last call created, empty when the last call was another one.
@@ -268,6 +272,10 @@ private:
     std::weak_ptr<View> m_lastDirectory;
     std::wstring m_lastName;
     Kind m_lastKind = Kind::File;
+    /// The path that the last call asked for, when nothing was there and nothing is changed yet.
+    std::wstring m_absent;
+    /// Whether that was a directory, and the last call.
+    bool m_gaveDirectory = false;
     std::uint64_t m_lastSearch = 0;
     std::uint64_t m_searchCount = 0;
     /// The directory that is known to be one and no link, because a search gave it as one last or

@@ -43,7 +43,15 @@ DWORD Transaction::attributes(const wchar_t* path, WIN32_FILE_ATTRIBUTE_DATA& da
     if (error != ERROR_SUCCESS) {
         return error;
     }
+    const std::wstring absent = std::exchange(m_absent, std::wstring());
     error = errorOf([&] { return answer(path, data); });
+    if (error == ERROR_SUCCESS && !absent.empty() && absent == path) {
+        // A rival has put it there since the last call. The caller has nothing deleted that was
+        // there, and would now lay his tree over the rival's.
+        error = ERROR_TRANSACTIONAL_CONFLICT;
+    } else if (path != nullptr && m_changes.empty() && saysNothingIsThere(error)) {
+        m_absent = path;
+    }
     if (error != ERROR_SUCCESS && !saysNothingIsThere(error)) {
         // A caller that took this for "not there" would next copy into what is there, or report a
         // deletion that never was.
@@ -53,6 +61,7 @@ DWORD Transaction::attributes(const wchar_t* path, WIN32_FILE_ATTRIBUTE_DATA& da
 }
 
 DWORD Transaction::answer(const wchar_t* path, WIN32_FILE_ATTRIBUTE_DATA& data) {
+    const bool isToBeFilled = std::exchange(m_gaveDirectory, false);
     Place place;
     DWORD error = locate(path, place);
     if (error != ERROR_SUCCESS) {
@@ -69,8 +78,27 @@ DWORD Transaction::answer(const wchar_t* path, WIN32_FILE_ATTRIBUTE_DATA& data) 
         return m_disk.describe(place.parent->directory, L".", kind, &data);
     }
     const Standing stands = standing(place);
-    return stands.exists() ? m_disk.describe(stands.directory(), stands.name(), kind, &data)
-                           : ERROR_FILE_NOT_FOUND;
+    if (!stands.exists()) {
+        return ERROR_FILE_NOT_FOUND;
+    }
+    error = m_disk.describe(stands.directory(), stands.name(), kind, &data);
+    if (error == ERROR_SUCCESS && isToBeFilled && stands.staged && place.name == m_lastName &&
+        !isCalledSo(place, stands)) {
+        // Our choice: a directory that a search has just given, and that is asked for elsewhere, is
+        // about to be copied there. Where a disk finds another one that this transaction has made,
+        // in another letter case, the two would be merged and nobody would hear of it. Told that
+        // there is none the caller tries to make it, and fails.
+        return ERROR_FILE_NOT_FOUND;
+    }
+    return error;
+}
+
+/// Whether what stands staged at a place bears the very name by which the place is called. A disk
+/// that takes names for the same which are not finds it in another letter case, too.
+bool Transaction::isCalledSo(const Place& place, const Standing& staged) {
+    const Change* const change = changeOf(place);
+    return place.name ==
+           (change != nullptr ? change->name : m_disk.spelling(staged.directory(), staged.name()));
 }
 
 /// The first question about a place is when an orphaned stage beside it is met; beside, or in it
@@ -168,6 +196,8 @@ void Transaction::setStaged(const Place& place, const std::wstring& slot, bool h
 
 DWORD Transaction::createDirectory(const wchar_t* path) {
     m_justCreated.clear();
+    m_gaveDirectory = false;
+    m_absent.clear();
     Place place;
     std::wstring text;
     DWORD error = checkOpen();
@@ -225,6 +255,8 @@ DWORD Transaction::createDirectory(const wchar_t* path) {
 
 DWORD Transaction::copyFile(const wchar_t* source, const wchar_t* destination, DWORD flags) {
     m_justCreated.clear();
+    m_gaveDirectory = false;
+    m_absent.clear();
     if ((flags & ~(COPY_FILE_COPY_SYMLINK | COPY_FILE_FAIL_IF_EXISTS)) != 0) {
         return ERROR_INVALID_PARAMETER;
     }
@@ -295,10 +327,7 @@ DWORD Transaction::replaceFile(const Place& place, const Standing& source, Links
         // Our choice: a file of this transaction is not replaced by one that is called otherwise,
         // in another letter case or by what happens to be the other one's short name. Two files of
         // a source that tells them apart would become one, and nobody would hear of it.
-        const Change* const change = changeOf(place);
-        const std::wstring name =
-            change != nullptr ? change->name : m_disk.spelling(old.directory(), old.name());
-        error = name == place.name ? ERROR_SUCCESS : ERROR_ALREADY_EXISTS;
+        error = isCalledSo(place, old) ? ERROR_SUCCESS : ERROR_ALREADY_EXISTS;
     }
     if (error == ERROR_SUCCESS) {
         error = m_disk.mayRemove(old.directory(), old.name());
@@ -333,6 +362,8 @@ DWORD Transaction::replaceFile(const Place& place, const Standing& source, Links
 
 DWORD Transaction::createLink(const wchar_t* path, const wchar_t* target, bool isDirectory) {
     m_justCreated.clear();
+    m_gaveDirectory = false;
+    m_absent.clear();
     Place place;
     DWORD error = checkOpen();
     if (error == ERROR_SUCCESS) {
@@ -366,6 +397,8 @@ DWORD Transaction::createLink(const wchar_t* path, const wchar_t* target, bool i
 
 DWORD Transaction::deleteFile(const wchar_t* path) {
     m_justCreated.clear();
+    m_gaveDirectory = false;
+    m_absent.clear();
     const Spot spot(m_target);
     Place& place = spot.place();
     Kind kind{};
@@ -392,6 +425,8 @@ DWORD Transaction::deleteFile(const wchar_t* path) {
 
 DWORD Transaction::removeDirectory(const wchar_t* path) {
     m_justCreated.clear();
+    m_gaveDirectory = false;
+    m_absent.clear();
     const Spot spot(m_target);
     Place& place = spot.place();
     Kind kind{};

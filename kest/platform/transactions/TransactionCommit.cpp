@@ -25,6 +25,16 @@ Transaction::~Transaction() {
 
 void Transaction::end(State state) {
     m_state = state;
+    ++m_generation;
+    m_changes.clear();
+    m_views.clear();
+    m_pinned.clear();
+    m_apart.reset();
+    for (auto& [handle, search] : m_searches) {
+        (void)retireHandle(handle, HandleKind::Search);
+    }
+    m_searches.clear();
+    // Last: when the process has no more descriptors, clearing up needs those that the rest held.
     if (m_stage != nullptr) {
         if (!m_keepsStage) {
             // What cannot be removed now stays an orphan, and is removed by whoever comes next.
@@ -35,14 +45,6 @@ void Transaction::end(State state) {
         }
         m_stage.reset();
     }
-    ++m_generation;
-    m_changes.clear();
-    m_views.clear();
-    m_pinned.clear();
-    for (auto& [handle, search] : m_searches) {
-        (void)retireHandle(handle, HandleKind::Search);
-    }
-    m_searches.clear();
     m_toGo = {};
 }
 
@@ -67,6 +69,7 @@ DWORD Transaction::commit() {
     }
     m_views.clear();
     m_pinned.clear();
+    m_apart.reset();
     DWORD error = m_refusal;
     if (error == ERROR_SUCCESS) {
         error = errorOf([&] { return publish(); });

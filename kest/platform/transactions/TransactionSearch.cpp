@@ -62,6 +62,10 @@ DWORD Transaction::findFirst(const wchar_t* pattern, WIN32_FIND_DATAW& data, HAN
     if (error != ERROR_SUCCESS) {
         return error == ERROR_FILE_NOT_FOUND ? ERROR_PATH_NOT_FOUND : error;
     }
+    error = checkApart(*view);
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
     auto search = std::make_unique<Search>(*this);
     error = m_disk.list(view->directory, search->m_listing);
     if (error != ERROR_SUCCESS) {
@@ -90,7 +94,44 @@ DWORD Transaction::findFirst(const wchar_t* pattern, WIN32_FIND_DATAW& data, HAN
     return findNext(handle, kept, data);
 }
 
+/// Refuses to read by a second way what this transaction changes by another: the view would show it
+/// as it is on the disk, and it would be removed, or be put into itself, while it is being read. A
+/// mount is entered at one directory, and what is below that is reached by the same mount, so one
+/// look does for all of it.
+DWORD Transaction::checkApart(const View& view) {
+    const auto isSameMount = [&](const DirectoryPtr& directory) {
+        return m_disk.isSameMount(directory, view.directory);
+    };
+    if (m_changes.empty() || view.staged || (m_apart != nullptr && isSameMount(m_apart)) ||
+        std::all_of(m_changes.begin(), m_changes.end(),
+                    [&](const auto& changes) { return isSameMount(changes.second.directory); })) {
+        return ERROR_SUCCESS;
+    }
+    const std::wstring place = m_disk.placeOnVolume(view.directory);
+    for (auto& [folded, changes] : m_changes) {
+        if (place.empty() || isSameMount(changes.directory)) {
+            continue;
+        }
+        const std::wstring base = m_disk.placeOnVolume(changes.directory);
+        if (base == place || isBelow(base, place)) {
+            return ERROR_TRANSACTIONAL_CONFLICT;
+        }
+        if (base.empty() || !isBelow(place, base)) {
+            continue;
+        }
+        const std::wstring rest = place.substr(base.size() + (base.back() == L'/' ? 0 : 1));
+        const std::wstring name = m_disk.fold(rest.substr(0, rest.find(L'/')));
+        if (changes.removed.contains(name) || changes.others.count(name) != 0) {
+            return ERROR_TRANSACTIONAL_CONFLICT;
+        }
+    }
+    m_apart = view.directory;
+    return ERROR_SUCCESS;
+}
+
 DWORD Transaction::findNext(HANDLE handle, Search& search, WIN32_FIND_DATAW& data) {
+    m_gaveDirectory = false;
+    m_absent.clear();
     DWORD error = checkOpen();
     if (error != ERROR_SUCCESS) {
         return error;
@@ -106,6 +147,7 @@ DWORD Transaction::findNext(HANDLE handle, Search& search, WIN32_FIND_DATAW& dat
         m_lastName = record.name;
         m_lastKind = record.kind;
         if (record.kind == Kind::Directory) {
+            m_gaveDirectory = true;
             joinInto(m_enteredText, search.m_text, record.name);
             joinInto(m_enteredCanonical, search.m_canonical, record.name);
         }

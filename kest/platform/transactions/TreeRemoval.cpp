@@ -65,13 +65,7 @@ private:
 
     void enter(const DirectoryPtr& parent, const std::wstring& name) {
         if (m_levels.size() >= kDepth) {
-            const std::wstring moved = L"deep-" + m_disk.randomName();
-            const DWORD error = m_disk.rename(parent, name, m_top, moved);
-            if (error == ERROR_SUCCESS) {
-                m_deep.push_back(moved);
-            } else {
-                note(error);
-            }
+            putOff(parent, name);
             return;
         }
         Level level{parent, name, nullptr, nullptr, false};
@@ -84,11 +78,28 @@ private:
         if (error == ERROR_SUCCESS) {
             error = m_disk.listForRemoval(level.directory, m_before, level.listing);
         }
+        if (error == ERROR_TOO_MANY_OPEN_FILES && !m_levels.empty()) {
+            // Those levels hold some, so that it can be opened when they are done.
+            level.directory.reset();
+            putOff(parent, name);
+            return;
+        }
         if (error != ERROR_SUCCESS) {
             note(error);
             return;
         }
         m_levels.push_back(std::move(level));
+    }
+
+    /// Moves a directory out of the tree, to be removed when all that is open is done.
+    void putOff(const DirectoryPtr& parent, const std::wstring& name) {
+        const std::wstring moved = L"deep-" + m_disk.randomName();
+        const DWORD error = m_disk.rename(parent, name, m_top, moved);
+        if (error == ERROR_SUCCESS) {
+            m_deep.push_back(moved);
+        } else {
+            note(error);
+        }
     }
 
     void step() {

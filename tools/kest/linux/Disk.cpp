@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <kest/kest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -127,11 +128,14 @@ bool list(const std::wstring& folder, std::vector<Entry>& entries, std::wstring&
         reason = reasonOf(errno);
         return false;
     }
+    reason.clear();
     for (;;) {
         errno = 0;
         const struct dirent* const entry = readdir(open.get());
         if (entry == nullptr) {
-            reason = errno == 0 ? L"" : reasonOf(errno);
+            if (errno != 0) {
+                reason = reasonOf(errno);
+            }
             return reason.empty();
         }
         if (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0) {
@@ -139,7 +143,10 @@ bool list(const std::wstring& folder, std::vector<Entry>& entries, std::wstring&
         }
         struct stat status {};
         if (fstatat(dirfd(open.get()), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
-            // Gone meanwhile.
+            // Unless it has gone meanwhile, as from a folder that may be read but not entered.
+            if (errno != ENOENT && reason.empty()) {
+                reason = reasonOf(errno);
+            }
             continue;
         }
         const Kind kind = kindOf(status.st_mode, dirfd(open.get()), entry->d_name);
@@ -171,10 +178,44 @@ std::optional<std::pair<std::uint64_t, std::uint64_t>> identityOf(const std::wst
     return std::pair<std::uint64_t, std::uint64_t>(status.st_dev, status.st_ino);
 }
 
-bool isPrivateOfOurs(const std::wstring& path) {
+bool canTellHeld() {
+    return true;
+}
+
+StageState stateOf(const std::wstring& stage, std::wstring& reason) {
+    const std::string path = toNative(stage);
+    const auto unknown = [&] {
+        if (errno == ENOENT || errno == ENOTDIR) {
+            return StageState::gone;
+        }
+        reason = reasonOf(errno);
+        return StageState::unknown;
+    };
     struct stat status {};
-    return lstat(toNative(path).c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
-           status.st_uid == geteuid() && (status.st_mode & 077) == 0;
+    struct stat around {};
+    if (lstat(path.c_str(), &status) != 0 ||
+        lstat(path.substr(0, path.rfind('/') + 1).c_str(), &around) != 0) {
+        return unknown();
+    }
+    // By the same signs as the library.
+    const bool isClosed =
+        (around.st_mode & 022) == 0 && (around.st_uid == status.st_uid || around.st_uid == 0);
+    if (!S_ISDIR(status.st_mode) || status.st_uid != geteuid() || (status.st_mode & 077) != 0 ||
+        ((status.st_mode & S_ISVTX) == 0 && !isClosed)) {
+        return StageState::foreign;
+    }
+    const int folder = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (folder < 0) {
+        return unknown();
+    }
+    const bool isFree = flock(folder, LOCK_SH | LOCK_NB) == 0;
+    const int error = errno;
+    close(folder);
+    if (isFree) {
+        return StageState::left;
+    }
+    errno = error;
+    return error == EWOULDBLOCK ? StageState::held : unknown();
 }
 
 std::wstring join(const std::wstring& folder, const std::wstring& name) {

@@ -132,11 +132,24 @@ std::optional<std::pair<std::uint64_t, std::uint64_t>> identityOf(const std::wst
                                                    record.ftCreationTime.dwLowDateTime);
 }
 
-bool isPrivateOfOurs(const std::wstring& path) {
+bool canTellHeld() {
+    return false;
+}
+
+StageState stateOf(const std::wstring& stage, std::wstring& reason) {
     // Who may look into it is as near as the answer comes without the library's own eyes.
-    std::vector<Entry> entries;
-    std::wstring reason;
-    return list(path, entries, reason);
+    WIN32_FIND_DATAW record{};
+    const HANDLE search = FindFirstFileW(join(literal(stage), L"*").c_str(), &record);
+    if (search != INVALID_HANDLE_VALUE) {
+        FindClose(search);
+        // Whoever holds it would have to be disturbed to be found.
+        return StageState::held;
+    }
+    const DWORD error = GetLastError();
+    reason = reasonOf(error);
+    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ? StageState::gone
+           : error == ERROR_ACCESS_DENIED                                 ? StageState::foreign
+                                                                          : StageState::unknown;
 }
 
 std::wstring join(const std::wstring& folder, const std::wstring& name) {

@@ -100,6 +100,14 @@ TEST_F(WindowsTransaction, ANameThatAPathWouldMisreadIsTheEntryThatHasIt) {
                         "KernelTransactionsTest)";
     }
     const Tallowmere::testing::TraceCapture trace;
+    // What a failure leaves cannot be removed by paths of C++'s library, which misread it, too.
+    struct Remains {
+        const TempTree& tree;
+        ~Remains() {
+            runOnUnix("rm", {"-rf", unixPath(tree.wide("from")), unixPath(tree.wide("to"))});
+        }
+    };
+    const Remains remains{tree};
     const std::vector<std::wstring> directories = {L"", L"\\d", L"\\d.", L"\\d.\\d ", L"\\CON"};
     const std::vector<std::wstring> files = {
         L"\\foo",   L"\\foo.",   L"\\foo ",  L"\\NUL",          L"\\aux.txt",

@@ -1,8 +1,10 @@
-/* What a tree change costs at the least: the system calls that a durable copy, replacement or
- * deletion cannot do without, and nothing else. No trace, no view, no recovery, no links into the
- * tree, no attributes but mode and times: not a program to use, but the floor under one.
+/* What a tree change costs at the least: the system calls that a durable, traced copy, replacement
+ * or deletion cannot do without, and nothing else. One write of a fixed line for each entry that
+ * comes or goes, and, for one that goes, the look whether it can be removed at all, because after
+ * the publish it is too late to refuse. No view, no recovery, no links into the tree, no attributes
+ * but mode and times: not a program to use, but the floor under one.
  *
- *     kest_bare copy SOURCE DESTINATION | kest_bare delete PATH
+ *     kest_bare copy SOURCE DESTINATION TRACE | kest_bare delete PATH TRACE
  */
 #define _GNU_SOURCE
 #include <dirent.h>
@@ -20,6 +22,16 @@ static long good(long result, const char* what) {
         exit(1);
     }
     return result;
+}
+
+static int trace;
+
+/* As long as a line of the library's for a tree of this kind. */
+static void write_line(void) {
+    static const char line[] =
+        "January 1, 2000, 12:00:00.000 AM   12345   INFO     TransactedFS.cpp:L00042     "
+        "DeleteFileTransacted D\\folder000\\file00.dat and what follows\n";
+    good(write(trace, line, sizeof line - 1), "trace");
 }
 
 static int open_folder(int at, const char* name) {
@@ -79,6 +91,7 @@ static void copy_folder(int from, int to) {
         if (is_dots(name)) {
             continue;
         }
+        write_line();
         if (entry->d_type == DT_DIR) {
             const int source = open_folder(from, name);
             good(mkdirat(to, name, 0700), name);
@@ -97,6 +110,43 @@ static void copy_folder(int from, int to) {
         }
     }
     closedir(listing);
+}
+
+static int is_removable(int folder, const char* name) {
+    struct statx status;
+    good(statx(folder, name, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, STATX_UID, &status), name);
+    return (status.stx_attributes &
+            (STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND | STATX_ATTR_MOUNT_ROOT)) == 0;
+}
+
+/* What is traced and looked at before anything goes. */
+static void announce_removal(int folder) {
+    DIR* const listing = fdopendir(dup(folder));
+    const struct dirent* entry;
+    while ((entry = readdir(listing)) != NULL) {
+        const char* const name = entry->d_name;
+        if (is_dots(name)) {
+            continue;
+        }
+        if (entry->d_type == DT_DIR) {
+            const int below = open_folder(folder, name);
+            announce_removal(below);
+            close(below);
+        }
+        write_line();
+        if (!is_removable(folder, name)) {
+            fprintf(stderr, "%s cannot be removed\n", name);
+            exit(1);
+        }
+    }
+    closedir(listing);
+}
+
+static void announce_tree(const char* path) {
+    const int folder = open_folder(AT_FDCWD, path);
+    announce_removal(folder);
+    close(folder);
+    write_line();
 }
 
 static void remove_entries(int folder) {
@@ -137,15 +187,22 @@ static void sync_parent(const char* path) {
 
 int main(int argc, char** argv) {
     char stage[PATH_MAX];
-    if (argc == 4 && strcmp(argv[1], "copy") == 0) {
+    if (argc > 3) {
+        trace = (int)good(open(argv[argc - 1], O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666),
+                          argv[argc - 1]);
+    }
+    struct stat status;
+    if (argc == 5 && strcmp(argv[1], "copy") == 0) {
+        const int is_there = lstat(argv[3], &status) == 0;
+        if (is_there) {
+            announce_tree(argv[3]);
+        }
         snprintf(stage, sizeof stage, "%s.stage", argv[3]);
         good(mkdir(stage, 0755), stage);
         const int source = open_folder(AT_FDCWD, argv[2]);
         const int copy = open_folder(AT_FDCWD, stage);
         copy_folder(source, copy);
         good(syncfs(copy), stage);
-        struct stat status;
-        const int is_there = lstat(argv[3], &status) == 0;
         good(renameat2(AT_FDCWD, stage, AT_FDCWD, argv[3], is_there ? RENAME_EXCHANGE : 0),
              argv[3]);
         sync_parent(argv[3]);
@@ -154,13 +211,14 @@ int main(int argc, char** argv) {
         }
         return 0;
     }
-    if (argc == 3 && strcmp(argv[1], "delete") == 0) {
+    if (argc == 4 && strcmp(argv[1], "delete") == 0) {
+        announce_tree(argv[2]);
         snprintf(stage, sizeof stage, "%s.stage", argv[2]);
         good(rename(argv[2], stage), argv[2]);
         sync_parent(stage);
         remove_tree(stage);
         return 0;
     }
-    fprintf(stderr, "kest_bare copy SOURCE DESTINATION | kest_bare delete PATH\n");
+    fprintf(stderr, "kest_bare copy SOURCE DESTINATION TRACE | kest_bare delete PATH TRACE\n");
     return 2;
 }

@@ -124,8 +124,9 @@ class Volume:
 def variants(case, source, target, trace):
     """Name -> the commands whose time counts. The first is the peer. "traced" is a fresh copy against
     the same library without its trace lines. "bare" is the least that the same promise costs here: a
-    plain C program with the calls that it cannot do without, no trace and nothing else."""
-    bare = [[BARE, "delete", target]] if case == "delete" else [[BARE, "copy", source, target]]
+    plain C program with the calls that it cannot do without and nothing else."""
+    bare = [[BARE, "delete", target, trace] if case == "delete"
+            else [BARE, "copy", source, target, trace]]
     durable = ["sync", "-f", os.path.dirname(target)]
     if case == "fresh":
         return {"cp -a, sync": [["cp", "-a", source, target], durable],

@@ -31,6 +31,18 @@ struct KernelEntry {
 };
 constexpr std::size_t kNameOffset = 19;
 
+bool isDots(const char* name) {
+    return name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'));
+}
+
+void tell(const char* name, Kind kind, Record& record) {
+    names::widen(name, record.name);
+    record.kind = kind;
+    record.attributes = attributesOf(kind);
+    const bool isLink = kind == Kind::FileLink || kind == Kind::DirectoryLink;
+    record.reparseTag = isLink ? IO_REPARSE_TAG_SYMLINK : 0;
+}
+
 class DirectoryListing : public transactions::Listing {
 public:
     explicit DirectoryListing(Purpose purpose) : m_purpose(purpose) {}
@@ -69,6 +81,7 @@ public:
             m_piece.insert(m_piece.end(), t_piece.get(), t_piece.get() + got);
         }
         m_isAll = got == 0;
+        m_isWhole = m_isAll;
         resolveLinks();
         if (m_isAll && m_purpose == Purpose::Reading) {
             m_directory.reset();
@@ -80,6 +93,9 @@ public:
     DWORD next(Record& record) override {
         for (;;) {
             if (m_at == m_piece.size()) {
+                if (m_isAll) {
+                    return ERROR_NO_MORE_FILES;
+                }
                 const int error = more();
                 if (error != 0) {
                     return errorFromErrno(error);
@@ -92,20 +108,39 @@ public:
             std::memcpy(&entry, m_piece.data() + m_at, kNameOffset);
             const char* const name = m_piece.data() + m_at + kNameOffset;
             m_at += entry.length;
-            if (name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'))) {
+            if (isDots(name)) {
                 continue;
             }
-            record.kind = static_cast<Kind>(entry.type);
-            if (m_purpose == Purpose::Removal && record.kind != Kind::Directory &&
+            const Kind kind = static_cast<Kind>(entry.type);
+            if (m_purpose == Purpose::Removal && kind != Kind::Directory &&
                 unlinkat(descriptor(), name, 0) == 0) {
                 continue;
             }
-            names::widen(name, record.name);
-            record.attributes = attributesOf(record.kind);
-            const bool isLink = record.kind == Kind::FileLink || record.kind == Kind::DirectoryLink;
-            record.reparseTag = isLink ? IO_REPARSE_TAG_SYMLINK : 0;
+            tell(name, kind, record);
             return ERROR_SUCCESS;
         }
+    }
+
+    bool tellAll(std::uint64_t& directory, std::string& entries) const override {
+        if (!m_isWhole) {
+            return false;
+        }
+        entries.clear();
+        bool isNumbered = false;
+        for (std::size_t at = 0; at < m_piece.size();) {
+            KernelEntry entry{};
+            std::memcpy(&entry, m_piece.data() + at, kNameOffset);
+            const char* const name = m_piece.data() + at + kNameOffset;
+            at += entry.length;
+            if (name[0] == '.' && name[1] == '\0') {
+                directory = entry.inode;
+                isNumbered = true;
+            } else if (!isDots(name)) {
+                // The kind stands right before the name.
+                entries.append(name - 1, 1 + std::strlen(name) + 1);
+            }
+        }
+        return isNumbered;
     }
 
 private:
@@ -116,17 +151,15 @@ private:
     int descriptor() const { return m_own ? m_own.get() : m_directory->get(); }
 
     int more() {
-        m_piece.clear();
         m_at = 0;
-        if (m_isAll) {
-            return 0;
-        }
+        m_isWhole = false;
         m_piece.resize(kBufferSize);
         const ssize_t got = read(m_piece.data(), m_piece.size());
-        if (got < 0) {
-            return errno;
+        const int error = got < 0 ? errno : 0;
+        m_piece.resize(static_cast<std::size_t>(got < 0 ? 0 : got));
+        if (error != 0) {
+            return error;
         }
-        m_piece.resize(static_cast<std::size_t>(got));
         m_isAll = got == 0;
         resolveLinks();
         return 0;
@@ -162,6 +195,37 @@ private:
     std::vector<char> m_piece;
     std::size_t m_at = 0;
     bool m_isAll = false;
+    /// Whether the piece is the whole directory.
+    bool m_isWhole = false;
+};
+
+/// Removes what a listing told before: for each entry its kind and its name, which ends with a
+/// zero.
+class ListingAsBefore : public transactions::Listing {
+public:
+    ListingAsBefore(std::shared_ptr<LinuxDirectory> directory, std::string entries)
+        : m_directory(std::move(directory)), m_entries(std::move(entries)) {}
+
+    DWORD next(Record& record) override {
+        while (m_at < m_entries.size()) {
+            const Kind kind = static_cast<Kind>(m_entries[m_at]);
+            const char* const name = m_entries.c_str() + m_at + 1;
+            m_at += 2 + std::strlen(name);
+            // What is gone needs no removal any more.
+            if (kind != Kind::Directory &&
+                (unlinkat(m_directory->get(), name, 0) == 0 || errno == ENOENT)) {
+                continue;
+            }
+            tell(name, kind, record);
+            return ERROR_SUCCESS;
+        }
+        return ERROR_NO_MORE_FILES;
+    }
+
+private:
+    std::shared_ptr<LinuxDirectory> m_directory;
+    std::string m_entries;
+    std::size_t m_at = 0;
 };
 
 }  // namespace
@@ -175,6 +239,11 @@ DWORD listDirectory(const std::shared_ptr<LinuxDirectory>& directory, Purpose pu
     }
     listing = std::move(made);
     return ERROR_SUCCESS;
+}
+
+std::unique_ptr<transactions::Listing> listAsBefore(
+    const std::shared_ptr<LinuxDirectory>& directory, std::string entries) {
+    return std::make_unique<ListingAsBefore>(directory, std::move(entries));
 }
 
 Kind kindFromMode(unsigned mode, int parent, const char* name) {

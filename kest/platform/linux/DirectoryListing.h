@@ -12,6 +12,10 @@ enum class Purpose { Reading, Removal };
 DWORD listDirectory(const std::shared_ptr<LinuxDirectory>& directory, Purpose purpose,
                     std::unique_ptr<transactions::Listing>& listing);
 
+/// The removal of a directory's entries as an earlier listing told them (see Listing::tellAll).
+std::unique_ptr<transactions::Listing> listAsBefore(
+    const std::shared_ptr<LinuxDirectory>& directory, std::string entries);
+
 /// What a mode stands for; a link's target is asked for in `parent`.
 transactions::Kind kindFromMode(unsigned mode, int parent, const char* name);
 

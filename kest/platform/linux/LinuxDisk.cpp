@@ -136,12 +136,21 @@ std::optional<LinuxDirectory::Mount> mountOf(int directory) {
 }
 
 /// Opens what stands in `base` under a name only if that is a directory, no link, and on the same
-/// mount. Whatever the reason against it, another attempt tells.
-Descriptor openOnMount(int base, const char* name) {
+/// mount. Whatever the reason against it, another attempt tells. While `hidesAccess`, that it is
+/// read is not noted as an access, which would be a change of its own for the file system's
+/// journal, and of a directory that nearly always is about to go. Only its owner may ask for that.
+Descriptor openOnMount(int base, const char* name, bool& hidesAccess) {
     struct open_how how {};
-    how.flags = kDirectoryFlags | O_NOFOLLOW;
     how.resolve = RESOLVE_NO_XDEV;
-    return Descriptor(static_cast<int>(syscall(SYS_openat2, base, name, &how, sizeof how)));
+    for (;;) {
+        how.flags = static_cast<std::uint64_t>(kDirectoryFlags | O_NOFOLLOW |
+                                               (hidesAccess ? O_NOATIME : 0));
+        Descriptor opened(static_cast<int>(syscall(SYS_openat2, base, name, &how, sizeof how)));
+        if (opened || !hidesAccess || errno != EPERM) {
+            return opened;
+        }
+        hidesAccess = false;
+    }
 }
 
 /// What keeps entries in a directory. Null with errno when it cannot be asked.
@@ -166,10 +175,8 @@ bool standsForAllOwners() {
 
 /// Gives the owner every right to a directory whose entries are to go: what he had denied himself
 /// is no reason to leave it behind. Whether that changed anything.
-bool lendAllRights(int directory) {
-    struct stat status {};
-    if (fstat(directory, &status) != 0 || (status.st_mode & S_IRWXU) == S_IRWXU ||
-        status.st_uid != geteuid()) {
+bool lendAllRights(int directory, const struct stat& status) {
+    if ((status.st_mode & S_IRWXU) == S_IRWXU || status.st_uid != geteuid()) {
         return false;
     }
     char path[32];
@@ -391,10 +398,11 @@ DWORD LinuxDisk::openBelow(const DirectoryPtr& base, const std::wstring& relativ
     }
     const auto& mount = static_cast<const LinuxDirectory&>(*base).mount;
     if (mount && mount->isOneDevice && links == Links::Refuse) {
-        Descriptor same = openOnMount(descriptor(base), path.get());
+        LinuxDirectory::Mount below = *mount;
+        Descriptor same = openOnMount(descriptor(base), path.get(), below.hidesAccess);
         if (same) {
             auto found = std::make_shared<LinuxDirectory>(std::move(same));
-            found->mount = mount;
+            found->mount = below;
             directory = std::move(found);
             return ERROR_SUCCESS;
         }
@@ -447,16 +455,25 @@ DWORD LinuxDisk::list(const DirectoryPtr& directory,
                          listing);
 }
 
-DWORD LinuxDisk::listForRemoval(const DirectoryPtr& directory,
+DWORD LinuxDisk::listForRemoval(const DirectoryPtr& directory, transactions::ListedBefore& before,
                                 std::unique_ptr<transactions::Listing>& listing) {
     auto read = std::static_pointer_cast<LinuxDirectory>(directory);
-    if (lendAllRights(read->get())) {
+    struct stat status {};
+    if (fstat(read->get(), &status) != 0) {
+        return errorFromErrno(errno);
+    }
+    if (lendAllRights(read->get(), status)) {
         // It may have been opened without the right to read it.
         Descriptor opened(openat(read->get(), ".", kDirectoryFlags));
         if (!opened) {
             return errorFromErrno(errno);
         }
         read = std::make_shared<LinuxDirectory>(std::move(opened));
+    }
+    std::string entries;
+    if (before.take(status.st_ino, entries)) {
+        listing = listAsBefore(read, std::move(entries));
+        return ERROR_SUCCESS;
     }
     return listDirectory(read, Purpose::Removal, listing);
 }
@@ -546,6 +563,24 @@ DWORD LinuxDisk::checkEntry(const DirectoryPtr& parent, const std::wstring& name
     }
     return entry.st_dev == opened.st_dev && entry.st_ino == opened.st_ino ? ERROR_SUCCESS
                                                                           : ERROR_FILE_NOT_FOUND;
+}
+
+DWORD LinuxDisk::checkSameFile(const DirectoryPtr& parent, const std::wstring& name,
+                               const DirectoryPtr& otherParent, const std::wstring& otherName) {
+    const NativeName first(name);
+    const NativeName second(otherName);
+    if (!first.isGood() || !second.isGood()) {
+        return ERROR_INVALID_NAME;
+    }
+    struct stat one {};
+    struct stat other {};
+    if (fstatat(descriptor(parent), first.get(), &one, AT_SYMLINK_NOFOLLOW) != 0 ||
+        fstatat(descriptor(otherParent), second.get(), &other, AT_SYMLINK_NOFOLLOW) != 0) {
+        return errorFromErrno(errno);
+    }
+    const bool isSame =
+        !S_ISDIR(one.st_mode) && one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+    return isSame ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
 }
 
 DWORD LinuxDisk::makeDirectory(const DirectoryPtr& parent, const std::wstring& name) {

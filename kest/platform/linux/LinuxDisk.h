@@ -24,6 +24,8 @@ public:
         std::uint64_t mount = 0;
         /// Whether all of the mount is one device: a volume of btrfs may have others in it.
         bool isOneDevice = false;
+        /// Whether directories are opened without the access being noted in them.
+        bool hidesAccess = true;
     };
     std::optional<Mount> mount;
     /// Who may take entries out of it that are not his own: asked for once.
@@ -61,7 +63,7 @@ public:
                    WIN32_FILE_ATTRIBUTE_DATA* data) override;
     DWORD list(const DirectoryPtr& directory,
                std::unique_ptr<transactions::Listing>& listing) override;
-    DWORD listForRemoval(const DirectoryPtr& directory,
+    DWORD listForRemoval(const DirectoryPtr& directory, transactions::ListedBefore& before,
                          std::unique_ptr<transactions::Listing>& listing) override;
     DWORD mayRemoveFrom(const DirectoryPtr& directory) override;
     DWORD mayRemove(const DirectoryPtr& parent, const std::wstring& name) override;
@@ -69,6 +71,9 @@ public:
     DWORD checkSameVolume(const DirectoryPtr& left, const DirectoryPtr& right) override;
     DWORD checkEntry(const DirectoryPtr& parent, const std::wstring& name,
                      const DirectoryPtr& directory) override;
+
+    DWORD checkSameFile(const DirectoryPtr& parent, const std::wstring& name,
+                        const DirectoryPtr& otherParent, const std::wstring& otherName) override;
 
     DWORD makeDirectory(const DirectoryPtr& parent, const std::wstring& name) override;
     DWORD makePrivateDirectory(const DirectoryPtr& parent, const std::wstring& name) override;

@@ -25,7 +25,9 @@
 #include "kest/platform/linux/Names.h"
 #include "kest/platform/testing/TempTree.h"
 #include "kest/platform/transactions/SystemDisk.h"
+#include "kest/platform/transactions/Transaction.h"
 #include "kest/platform/transactions/TransactionCalls.h"
+#include "kest/platform/transactions/testing/Walk.h"
 
 namespace Tallowmere::platform {
 namespace {
@@ -666,6 +668,102 @@ TEST_F(LinuxDiskTest, AListingBeginsAtTheBeginningWhateverItsDescriptorHasSeen) 
     ASSERT_EQ(ERROR_SUCCESS, listing->next(record));
     EXPECT_EQ(L"comer", record.name);
     EXPECT_EQ(ERROR_NO_MORE_FILES, listing->next(record));
+}
+
+/// A directory's names as a listing tells them until its end.
+std::set<std::wstring> namesOf(transactions::Listing& listing) {
+    std::set<std::wstring> result;
+    transactions::Record record;
+    DWORD error = ERROR_SUCCESS;
+    while ((error = listing.next(record)) == ERROR_SUCCESS) {
+        result.insert(record.name);
+    }
+    EXPECT_EQ(DWORD{ERROR_NO_MORE_FILES}, error);
+    return result;
+}
+
+TEST_F(LinuxDiskTest, ADirectoryThatWasListedIsEmptiedWithoutBeingListedAgain) {
+    tree.write("old/a", "a");
+    tree.write("old/\xff\xfe", "no text");
+    tree.makeDirectory("old/sub");
+    ASSERT_EQ(0, ::symlink("nowhere", (tree / "old/link").c_str()));
+    LinuxDisk disk;
+    transactions::DirectoryPtr directory;
+    std::wstring canonical;
+    ASSERT_EQ(0U, disk.openDirectory(tree.wide("old"), directory, canonical));
+    std::unique_ptr<transactions::Listing> listing;
+    ASSERT_EQ(0U, disk.list(directory, listing));
+    EXPECT_EQ(4U, namesOf(*listing).size());
+    std::uint64_t number = 0;
+    std::string entries;
+    ASSERT_TRUE(listing->tellAll(number, entries));
+    EXPECT_EQ(statusOf(tree / "old").st_ino, number);
+
+    transactions::ListedBefore before;
+    before.add(number, entries);
+    tree.write("old/late", "late");
+    std::filesystem::remove(tree / "old/a");
+    ASSERT_EQ(0U, disk.listForRemoval(directory, before, listing));
+    EXPECT_EQ(0U, before.size());
+    EXPECT_EQ(std::set<std::wstring>{L"sub"}, namesOf(*listing));
+    // What came since shows that it did not look.
+    EXPECT_EQ((std::map<std::string, std::string>{{"late", "file late"}, {"sub", "dir"}}),
+              tree.snapshot("old"));
+    ASSERT_EQ(0U, disk.listForRemoval(directory, before, listing));
+    EXPECT_EQ(std::set<std::wstring>{L"sub"}, namesOf(*listing));
+    EXPECT_EQ((std::map<std::string, std::string>{{"sub", "dir"}}), tree.snapshot("old"));
+}
+
+TEST_F(LinuxDiskTest, LookingThroughATreeThatMayGoIsNoAccessToIt) {
+    tree.write("old/sub/file", "x");
+    const struct timespec times[2] = {{1000, 0}, {2000, 0}};
+    ASSERT_EQ(0, ::utimensat(AT_FDCWD, (tree / "old/sub").c_str(), times, 0));
+    transactions::Transaction own(transactions::systemDisk());
+    ASSERT_EQ(0U, transactions::testing::deleteIfThere(own, tree.wide("old")));
+    own.rollBack();
+    EXPECT_EQ(1000, statusOf(tree / "old/sub").st_atim.tv_sec);
+}
+
+TEST_F(LinuxDiskTest, ATreeOfAnothersIsLookedThroughAllTheSame) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can make somebody else's tree";
+    }
+    tree.write("old/sub/deep/file", "x");
+    tree.write("old/other/file", "y");
+    constexpr uid_t kUser = 54321;
+    // The user may change the tree, but the directories in it are not his.
+    ASSERT_EQ(0, ::chmod(tree.root().c_str(), 0777));
+    for (const char* const name : {"old", "old/sub", "old/sub/deep", "old/other"}) {
+        ASSERT_EQ(0, ::chmod((tree / name).c_str(), 0777));
+    }
+    const pid_t child = ::fork();
+    if (child == 0) {
+        bool isDone = ::setresuid(kUser, kUser, kUser) == 0;
+        transactions::Transaction own(transactions::systemDisk());
+        isDone = isDone && transactions::testing::deleteIfThere(own, tree.wide("old")) == 0 &&
+                 transactions::testing::commit(own) == 0;
+        ::_exit(isDone ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(child, ::waitpid(child, &status, 0));
+    EXPECT_EQ(0, status);
+    EXPECT_EQ((std::map<std::string, std::string>{}), tree.snapshot());
+}
+
+TEST_F(LinuxDiskTest, ADirectoryThatTakesMoreThanOneLookToListIsNotRemembered) {
+    for (int i = 0; i < 3000; ++i) {
+        tree.write("large/a-rather-long-name-for-a-file-" + std::to_string(i), "");
+    }
+    LinuxDisk disk;
+    transactions::DirectoryPtr directory;
+    std::wstring canonical;
+    ASSERT_EQ(0U, disk.openDirectory(tree.wide("large"), directory, canonical));
+    std::unique_ptr<transactions::Listing> listing;
+    ASSERT_EQ(0U, disk.list(directory, listing));
+    EXPECT_EQ(3000U, namesOf(*listing).size());
+    std::uint64_t number = 0;
+    std::string entries;
+    EXPECT_FALSE(listing->tellAll(number, entries));
 }
 
 TEST_F(LinuxDiskTest, AKilledProcessLeavesNothingBehindOnceTheNextHasLooked) {

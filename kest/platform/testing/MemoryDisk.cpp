@@ -1,6 +1,7 @@
 #include "kest/platform/testing/MemoryDisk.h"
 
 #include <algorithm>
+#include <climits>
 #include <stdexcept>
 #include <utility>
 
@@ -88,6 +89,22 @@ public:
         return ERROR_SUCCESS;
     }
 
+    /// Each entry as its kind, its length and its units.
+    bool tellAll(std::uint64_t& directory, std::string& entries) const override {
+        directory = static_cast<std::uint64_t>(m_directory.node);
+        entries.clear();
+        for (const auto& [child, record] : m_records) {
+            if (record.name.size() > UCHAR_MAX) {
+                return false;
+            }
+            entries.push_back(static_cast<char>(record.kind));
+            entries.push_back(static_cast<char>(record.name.size()));
+            entries.append(reinterpret_cast<const char*>(record.name.data()),
+                           record.name.size() * sizeof(wchar_t));
+        }
+        return true;
+    }
+
 private:
     void unpin() {
         // A process that has ended holds none any more.
@@ -103,6 +120,29 @@ private:
     std::size_t m_next = 0;
     std::multimap<int, MemoryPosition>::iterator m_pin;
     bool m_isPinned = false;
+};
+
+/// What a listing told before, whatever has become of it.
+class MemoryListingAsBefore : public transactions::Listing {
+public:
+    explicit MemoryListingAsBefore(std::string entries) : m_entries(std::move(entries)) {}
+
+    DWORD next(Record& record) override {
+        if (m_at == m_entries.size()) {
+            return ERROR_NO_MORE_FILES;
+        }
+        record = {};
+        record.kind = static_cast<transactions::Kind>(m_entries[m_at]);
+        record.name.resize(static_cast<unsigned char>(m_entries[m_at + 1]));
+        const std::size_t bytes = record.name.size() * sizeof(wchar_t);
+        m_entries.copy(reinterpret_cast<char*>(record.name.data()), bytes, m_at + 2);
+        m_at += 2 + bytes;
+        return ERROR_SUCCESS;
+    }
+
+private:
+    std::string m_entries;
+    std::size_t m_at = 0;
 };
 
 }  // namespace
@@ -278,6 +318,16 @@ DWORD MemoryDisk::list(const DirectoryPtr& directory,
     }
     listing = std::make_unique<MemoryListing>(*this, at(directory));
     return ERROR_SUCCESS;
+}
+
+DWORD MemoryDisk::listForRemoval(const DirectoryPtr& directory, transactions::ListedBefore& before,
+                                 std::unique_ptr<transactions::Listing>& listing) {
+    std::string entries;
+    if (before.take(at(directory).node, entries)) {
+        listing = std::make_unique<MemoryListingAsBefore>(std::move(entries));
+        return ERROR_SUCCESS;
+    }
+    return list(directory, listing);
 }
 
 DWORD MemoryDisk::mayRemoveFrom(const DirectoryPtr& directory) {

@@ -49,6 +49,8 @@ public:
                    WIN32_FILE_ATTRIBUTE_DATA* data) override;
     DWORD list(const DirectoryPtr& directory,
                std::unique_ptr<transactions::Listing>& listing) override;
+    DWORD listForRemoval(const DirectoryPtr& directory, transactions::ListedBefore& before,
+                         std::unique_ptr<transactions::Listing>& listing) override;
     DWORD mayRemoveFrom(const DirectoryPtr& directory) override;
     DWORD mayRemove(const DirectoryPtr& parent, const std::wstring& name) override;
     std::wstring spelling(const DirectoryPtr& parent, const std::wstring& name) override;

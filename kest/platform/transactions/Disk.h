@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "kest/platform/Win32.h"
+#include "kest/platform/transactions/ListedBefore.h"
 
 /// What the transaction manager needs of a disk, and nothing more: three implementations, one for
 /// each system and one in memory for tests.
@@ -45,6 +46,13 @@ public:
     virtual ~Listing() = default;
     /// ERROR_NO_MORE_FILES after the last one.
     virtual DWORD next(Record& record) = 0;
+    /// All that was listed, in a form of the disk's own, and the number by which it will know the
+    /// directory again. False when that is not at hand; a disk need not keep it.
+    virtual bool tellAll(std::uint64_t& directory, std::string& entries) const {
+        (void)directory;
+        (void)entries;
+        return false;
+    }
 };
 
 /// Held until it is destroyed or its process ends.
@@ -96,8 +104,12 @@ public:
                            WIN32_FILE_ATTRIBUTE_DATA* data) = 0;
     virtual DWORD list(const DirectoryPtr& directory, std::unique_ptr<Listing>& listing) = 0;
     /// The same for a directory whose tree is to go: entries that are no directories may be removed
-    /// as they come, and are then not told.
-    virtual DWORD listForRemoval(const DirectoryPtr& directory, std::unique_ptr<Listing>& listing) {
+    /// as they come, and are then not told. What an earlier listing told may be taken from `before`
+    /// in place of another look; what came to the directory since is then missing, and what went is
+    /// still there.
+    virtual DWORD listForRemoval(const DirectoryPtr& directory, ListedBefore& before,
+                                 std::unique_ptr<Listing>& listing) {
+        (void)before;
         return list(directory, listing);
     }
     /// Whether entries may be taken out of the directory: ERROR_ACCESS_DENIED when not.
@@ -122,6 +134,18 @@ public:
     /// other error tells neither.
     virtual DWORD checkEntry(const DirectoryPtr& parent, const std::wstring& name,
                              const DirectoryPtr& directory) = 0;
+
+    /// Whether two names are those of one and the same entry, which is no directory:
+    /// ERROR_FILE_NOT_FOUND when not, or when one of them is not there. For a disk on which a power
+    /// cut can leave an entry that was being renamed under both names.
+    virtual DWORD checkSameFile(const DirectoryPtr& parent, const std::wstring& name,
+                                const DirectoryPtr& otherParent, const std::wstring& otherName) {
+        (void)parent;
+        (void)name;
+        (void)otherParent;
+        (void)otherName;
+        return ERROR_FILE_NOT_FOUND;
+    }
 
     // Changing. What is made must not exist yet: ERROR_ALREADY_EXISTS.
 

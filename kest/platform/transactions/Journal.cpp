@@ -117,6 +117,16 @@ DWORD take(Disk& disk, const DirectoryPtr& stage, const DirectoryPtr& directory,
     return error == ERROR_FILE_NOT_FOUND ? DWORD{ERROR_SUCCESS} : error;
 }
 
+/// A disk without a journal of its own renames from one directory to another in two steps, and a
+/// power cut may leave both names to the entry. Whether that has happened: ERROR_SUCCESS with the
+/// answer in `isTwin`.
+DWORD lookForTwin(Disk& disk, const DirectoryPtr& stage, const std::wstring& slot,
+                  const DirectoryPtr& directory, const std::wstring& name, bool& isTwin) {
+    const DWORD error = disk.checkSameFile(stage, slot, directory, name);
+    isTwin = error == ERROR_SUCCESS;
+    return error == ERROR_FILE_NOT_FOUND ? DWORD{ERROR_SUCCESS} : error;
+}
+
 DWORD redoEntry(Disk& disk, const DirectoryPtr& stage, const DirectoryPtr& directory,
                 const JournalEntry& entry, int tries) {
     Signs signs;
@@ -124,15 +134,31 @@ DWORD redoEntry(Disk& disk, const DirectoryPtr& stage, const DirectoryPtr& direc
     if (error != ERROR_SUCCESS || (entry.putsNew && !signs.hasNew)) {
         return error;
     }
+    bool isTwin = false;
     if (entry.takesOld && signs.olds == 0) {
         error = take(disk, stage, directory, entry, signs);
+    } else if (entry.takesOld) {
+        error = lookForTwin(disk, stage, oldSlot(entry, signs.olds - 1), directory, entry.oldName,
+                            isTwin);
+        if (isTwin) {
+            error = disk.removeFile(directory, entry.oldName);
+        }
     }
     if (error != ERROR_SUCCESS || !entry.putsNew) {
         return error;
     }
     while ((error = disk.rename(stage, entry.slot, directory, entry.name)) ==
-               ERROR_ALREADY_EXISTS &&
-           entry.takesOld && --tries > 0) {
+           ERROR_ALREADY_EXISTS) {
+        const DWORD looked = lookForTwin(disk, stage, entry.slot, directory, entry.name, isTwin);
+        if (looked != ERROR_SUCCESS) {
+            return looked;
+        }
+        if (isTwin) {
+            return disk.removeFile(stage, entry.slot);
+        }
+        if (!entry.takesOld || --tries <= 0) {
+            break;
+        }
         const DWORD taken = take(disk, stage, directory, entry, signs);
         if (taken != ERROR_SUCCESS) {
             return taken;
@@ -245,6 +271,12 @@ DWORD undo(Disk& disk, const DirectoryPtr& stage, const std::vector<DirectoryPtr
             DWORD error = look(disk, stage, *entry, signs);
             if (error == ERROR_SUCCESS && takesNewOut && entry->putsNew && !signs.hasNew) {
                 error = disk.rename(directory, entry->name, stage, entry->slot);
+            } else if (error == ERROR_SUCCESS && takesNewOut && entry->putsNew) {
+                bool isTwin = false;
+                error = lookForTwin(disk, stage, entry->slot, directory, entry->name, isTwin);
+                if (isTwin) {
+                    error = disk.removeFile(directory, entry->name);
+                }
             } else if (error == ERROR_SUCCESS && !takesNewOut && signs.olds > 0) {
                 // The last one that was taken: an earlier one had been replaced by then.
                 error =

@@ -31,6 +31,9 @@
 ///   - the journal is gone for good before anything in the stage is destroyed, so an absent "-old"
 ///     always means "not yet taken away";
 ///   - whoever finds a stage makes everything durable before acting on what it sees (recoverStage).
+///
+/// On a disk without a journal of its own, where a rename to another directory is two steps, an
+/// entry may be found under both names: then the rename is brought to its end.
 namespace Tallowmere::platform::transactions {
 
 struct JournalEntry {

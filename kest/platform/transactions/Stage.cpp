@@ -63,7 +63,7 @@ std::wstring Stage::newSlot() {
     return L"slot-" + std::to_wstring(m_slots++);
 }
 
-void Stage::discard() {
+void Stage::discard(ListedBefore& before) {
     std::unique_ptr<Listing> listing;
     if (m_disk.list(m_directory, listing) != ERROR_SUCCESS) {
         return;
@@ -75,7 +75,7 @@ void Stage::discard() {
     }
     listing.reset();
     for (const std::wstring& name : names) {
-        (void)removeTree(m_disk, m_directory, name);
+        (void)removeTree(m_disk, m_directory, name, before);
     }
     (void)m_disk.removeLocked(m_where, m_name, std::move(m_lock));
 }
@@ -196,7 +196,8 @@ DWORD meetStage(Disk& disk, const DirectoryPtr& where, const std::wstring& name,
         error = finish(disk, where, stage.m_directory, journal);
     }
     if (error == ERROR_SUCCESS) {
-        stage.discard();
+        ListedBefore nothing;
+        stage.discard(nothing);
     }
     // An orphan that is only to be destroyed is in nobody's way.
     return isCommitted ? error : DWORD{ERROR_SUCCESS};

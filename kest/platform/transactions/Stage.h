@@ -50,8 +50,8 @@ public:
 
     /// Removes the stage and all that is in it. Only when there is surely no journal, and when no
     /// step that may still be lost has put anything old into it. What cannot be removed stays for
-    /// the next who comes by.
-    void discard();
+    /// the next who comes by. `before` is what is known of the trees that are in it.
+    void discard(ListedBefore& before);
 
 private:
     friend DWORD meetStage(Disk& disk, const DirectoryPtr& where, const std::wstring& name,

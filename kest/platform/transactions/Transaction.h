@@ -284,6 +284,12 @@ private:
     std::wstring m_listedDirectory;
     std::int64_t m_listedCount = -1;
     std::int64_t m_listedSeen = -1;
+    /// What the search told that has just ended, while it can serve the directory's removal.
+    bool m_isListedKnown = false;
+    std::uint64_t m_listedNumber = 0;
+    std::string m_listedEntries;
+    /// The same of the directories that are to go with all that is in them.
+    ListedBefore m_toGo;
 };
 
 /// A search in a directory of a transaction's view. It keeps no directory open: a walk has as many

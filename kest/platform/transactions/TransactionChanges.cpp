@@ -464,6 +464,10 @@ DWORD Transaction::removeDirectory(const wchar_t* path) {
     m_changes.erase(foldPath(canonical));
     view.reset();
     forget(place);
+    if (isRead && m_isListedKnown) {
+        m_isListedKnown = false;
+        m_toGo.add(m_listedNumber, m_listedEntries);
+    }
     return remove(place, stands, kind);
 }
 

@@ -29,7 +29,7 @@ void Transaction::end(State state) {
         if (!m_keepsStage) {
             // What cannot be removed now stays an orphan, and is removed by whoever comes next.
             (void)errorOf([&] {
-                m_stage->discard();
+                m_stage->discard(m_toGo);
                 return DWORD{ERROR_SUCCESS};
             });
         }
@@ -43,6 +43,7 @@ void Transaction::end(State state) {
         (void)retireHandle(handle, HandleKind::Search);
     }
     m_searches.clear();
+    m_toGo = {};
 }
 
 void Transaction::rollBack() {
@@ -189,7 +190,8 @@ DWORD Transaction::settleStage(ChangedDirectories& directories) {
     std::swap(m_stage, settled);
     if (settled != nullptr) {
         (void)errorOf([&] {
-            settled->discard();
+            ListedBefore nothing;
+            settled->discard(nothing);
             return DWORD{ERROR_SUCCESS};
         });
     }

@@ -203,6 +203,9 @@ DWORD Transaction::finishSearch(Search& search) {
     m_listedDirectory = search.m_canonical;
     m_listedCount = search.m_hides ? -1 : search.m_listed;
     m_listedSeen = search.m_seen;
+    // A directory that another is filled from is not about to go.
+    m_isListedKnown = !search.m_staged && search.m_adopter.empty() &&
+                      search.m_listing->tellAll(m_listedNumber, m_listedEntries);
     DirectoryChanges* const changes =
         search.m_staged ? nullptr : changesOf(search.m_canonical, search.m_asked);
     if (changes != nullptr && changes->seen < 0) {

@@ -14,11 +14,14 @@ struct Level {
     std::wstring name;
     DirectoryPtr directory;
     std::unique_ptr<Listing> listing;
+    /// Whether it was found to hold more than was listed, and listed once more.
+    bool isListedAgain = false;
 };
 
 class Removal {
 public:
-    Removal(Disk& disk, DirectoryPtr top) : m_disk(disk), m_top(std::move(top)) {}
+    Removal(Disk& disk, DirectoryPtr top, ListedBefore& before)
+        : m_disk(disk), m_top(std::move(top)), m_before(before) {}
 
     DWORD run(const std::wstring& name) {
         Kind kind{};
@@ -71,7 +74,7 @@ private:
             }
             return;
         }
-        Level level{parent, name, nullptr, nullptr};
+        Level level{parent, name, nullptr, nullptr, false};
         DWORD error = m_disk.openBelow(parent, name, Links::Refuse, level.directory);
         if (error == ERROR_SUCCESS) {
             // Something may have been mounted here meanwhile: that is not ours to empty.
@@ -79,7 +82,7 @@ private:
             error = error == ERROR_NOT_SAME_DEVICE ? DWORD{ERROR_BUSY} : error;
         }
         if (error == ERROR_SUCCESS) {
-            error = m_disk.listForRemoval(level.directory, level.listing);
+            error = m_disk.listForRemoval(level.directory, m_before, level.listing);
         }
         if (error != ERROR_SUCCESS) {
             note(error);
@@ -100,13 +103,26 @@ private:
         if (error != ERROR_NO_MORE_FILES) {
             note(error);
         }
-        const Level done = std::move(m_levels.back());
+        Level done = std::move(m_levels.back());
         m_levels.pop_back();
-        note(m_disk.removeDirectory(done.parent, done.name));
+        const DWORD removed = m_disk.removeDirectory(done.parent, done.name);
+        if (removed == ERROR_DIR_NOT_EMPTY && !done.isListedAgain) {
+            // What was listed was not all: something came meanwhile, by the hand of a program that
+            // works in there.
+            done.isListedAgain = true;
+            done.listing.reset();
+            const DWORD listed = m_disk.listForRemoval(done.directory, m_before, done.listing);
+            if (listed == ERROR_SUCCESS) {
+                m_levels.push_back(std::move(done));
+                return;
+            }
+        }
+        note(removed);
     }
 
     Disk& m_disk;
     DirectoryPtr m_top;
+    ListedBefore& m_before;
     std::vector<Level> m_levels;
     std::vector<std::wstring> m_deep;
     DWORD m_first = ERROR_SUCCESS;
@@ -114,8 +130,9 @@ private:
 
 }  // namespace
 
-DWORD removeTree(Disk& disk, const DirectoryPtr& top, const std::wstring& name) {
-    return Removal(disk, top).run(name);
+DWORD removeTree(Disk& disk, const DirectoryPtr& top, const std::wstring& name,
+                 ListedBefore& before) {
+    return Removal(disk, top, before).run(name);
 }
 
 }  // namespace Tallowmere::platform::transactions

@@ -79,6 +79,12 @@ public:
         (void)name;
         return false;
     }
+    /// Whether a name that the disk holds may be read as another one, or as none, at the end of a
+    /// caller's path.
+    virtual bool isMisread(std::wstring_view name) const {
+        (void)name;
+        return false;
+    }
     /// Whether a text in normal form is a root, which has no parent.
     virtual bool isRoot(std::wstring_view text) const = 0;
     /// The form of a name under which the disk tells names apart.

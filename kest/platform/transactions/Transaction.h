@@ -171,6 +171,8 @@ private:
 
     // Finding (TransactionView.cpp).
     DWORD normalize(const wchar_t* path, std::wstring& text);
+    DWORD normalizeSpelled(const wchar_t* path, std::wstring& text);
+    std::wstring takeGiven(std::wstring_view& path) const;
     bool isBelowStaged(const std::wstring& text) const;
     std::wstring onDisk(const Place& place) const;
     DWORD locate(const wchar_t* path, Place& place);
@@ -278,6 +280,8 @@ private:
     bool m_gaveDirectory = false;
     std::uint64_t m_lastSearch = 0;
     std::uint64_t m_searchCount = 0;
+    /// Whether a search has given a name that the disk would misread in a path.
+    bool m_hasMisread = false;
     /// The directory that is known to be one and no link, because a search gave it as one last or
     /// it is being removed as one: its text, and where it stands. It is entered as that or not at
     /// all, whatever a rival has put in its place since.

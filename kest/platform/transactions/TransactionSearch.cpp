@@ -143,6 +143,7 @@ DWORD Transaction::findNext(HANDLE handle, Search& search, WIN32_FIND_DATAW& dat
     Record& record = search.m_record;
     error = nextRecord(search, record);
     if (error == ERROR_SUCCESS) {
+        m_hasMisread = m_hasMisread || m_disk.isMisread(record.name);
         m_lastDirectory = search.m_view;
         m_lastName = record.name;
         m_lastKind = record.kind;

@@ -260,10 +260,60 @@ bool Transaction::isBelowStaged(const std::wstring& text) const {
     });
 }
 
+/// Takes off the end of a path the names that the searches under way gave last: a walk puts those
+/// of all its levels behind the directory that it began with. They are what stands on the disk, and
+/// no rule for what users write has a say in them; "foo." read as "foo" would be another file.
+std::wstring Transaction::takeGiven(std::wstring_view& path) const {
+    std::vector<const Search*> searches;
+    for (const auto& [handle, search] : m_searches) {
+        searches.push_back(search.get());
+    }
+    std::sort(searches.begin(), searches.end(), [](const Search* left, const Search* right) {
+        return left->m_number > right->m_number;
+    });
+    const auto endsIn = [](std::wstring_view text, std::wstring_view name) {
+        return !name.empty() && text.size() > name.size() + 1 &&
+               text.substr(text.size() - name.size()) == name &&
+               isAnySeparator(text[text.size() - name.size() - 1]);
+    };
+    std::wstring_view head = path;
+    std::wstring pattern;
+    if (endsIn(head, L"*")) {
+        head.remove_suffix(2);
+        pattern = L"/*";
+    }
+    std::wstring given;
+    for (const Search* const search : searches) {
+        const std::wstring& name = search->m_record.name;
+        if (!endsIn(head, name)) {
+            break;
+        }
+        given = L'/' + name + given;
+        head.remove_suffix(name.size() + 1);
+    }
+    if (given.empty()) {
+        return given;
+    }
+    path = head;
+    return given + pattern;
+}
+
+DWORD Transaction::normalize(const wchar_t* path, std::wstring& text) {
+    std::wstring_view head = path == nullptr || !m_hasMisread ? L"" : path;
+    const std::wstring given = takeGiven(head);
+    if (given.empty()) {
+        return normalizeSpelled(path, text);
+    }
+    // With its separator, which the root of a drive needs.
+    const DWORD error = normalizeSpelled((std::wstring(head) + L'\\').c_str(), text);
+    text += given;
+    return error;
+}
+
 /// The normal form of a caller's path. Where a disk has a second, short name for an entry, it puts
 /// the long one in its place; but it looks at what lies on the disk, where the view may have a
 /// staged directory in which nothing goes by that name. There the caller's name is the name.
-DWORD Transaction::normalize(const wchar_t* path, std::wstring& text) {
+DWORD Transaction::normalizeSpelled(const wchar_t* path, std::wstring& text) {
     const DWORD error = m_disk.normalize(path, text);
     if (error != ERROR_SUCCESS || m_pinned.empty() || std::wcschr(path, L'~') == nullptr) {
         return error;

@@ -1,7 +1,10 @@
 #include "kest/platform/windows/KernelTransactions.h"
 
 #include <memory>
+#include <mutex>
+#include <string_view>
 #include <type_traits>
+#include <unordered_set>
 
 #include "kest/platform/HandleTable.h"
 #include "kest/platform/transactions/Guard.h"
@@ -9,6 +12,7 @@
 #include "kest/platform/transactions/TransactionCalls.h"
 #include "kest/platform/windows/EitherTransaction.h"
 #include "kest/platform/windows/Handle.h"
+#include "kest/platform/windows/WindowsPaths.h"
 
 namespace Tallowmere::platform::kernel {
 namespace {
@@ -63,6 +67,46 @@ Result forward(const Target& target, Result failed, Arguments... arguments) {
     return target.system != nullptr
                ? (target.system->*kernelsCall)(arguments..., target.transaction)
                : oursCall(arguments..., target.transaction);
+}
+
+/// The searches of the kernel's manager that were opened by a path with "\\?\": whoever puts a name
+/// behind such a path means just that name.
+class PlainSearches {
+public:
+    void note(HANDLE search, std::wstring_view pattern) {
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        // The number may be that of an old one which was closed.
+        m_searches.erase(search);
+        if (pattern.substr(0, 4) == L"\\\\?\\") {
+            m_searches.insert(search);
+        }
+    }
+    bool has(HANDLE search) {
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        return m_searches.count(search) != 0;
+    }
+
+private:
+    std::mutex m_mutex;
+    std::unordered_set<HANDLE> m_searches;
+};
+
+PlainSearches& plainSearches() {
+    // Never destroyed: a host may still work while the process ends.
+    static auto* const s_searches = new PlainSearches;
+    return *s_searches;
+}
+
+/// Our choice: refuses a name that the kernel's manager would read as another one in the path that
+/// a walk makes of it. A copy would have the other file twice, this one not at all, and be reported
+/// as done.
+bool isTold(HANDLE search, const WIN32_FIND_DATAW& data) {
+    const std::wstring_view name = data.cFileName;
+    if (name == L"." || name == L".." || !paths::isMisread(name) || plainSearches().has(search)) {
+        return true;
+    }
+    ::SetLastError(ERROR_INVALID_NAME);
+    return false;
 }
 
 #define KEST_FORWARD(name, ...) forward<&SystemCalls::name, &transactions::name>(__VA_ARGS__)
@@ -141,14 +185,27 @@ BOOL GetFileAttributesTransactedW(const wchar_t* path, GET_FILEEX_INFO_LEVELS le
 HANDLE FindFirstFileTransactedW(const wchar_t* pattern, FINDEX_INFO_LEVELS level, void* data,
                                 FINDEX_SEARCH_OPS operation, void* filter, DWORD flags,
                                 HANDLE transaction) {
-    return KEST_FORWARD(FindFirstFileTransactedW, targetOf(transaction, Use::Search, pattern),
-                        HANDLE{INVALID_HANDLE_VALUE}, pattern, level, data, operation, filter,
-                        flags);
+    const Target target = targetOf(transaction, Use::Search, pattern);
+    const HANDLE search =
+        KEST_FORWARD(FindFirstFileTransactedW, target, HANDLE{INVALID_HANDLE_VALUE}, pattern, level,
+                     data, operation, filter, flags);
+    if (target.system == nullptr || search == INVALID_HANDLE_VALUE || pattern == nullptr ||
+        data == nullptr) {
+        return search;
+    }
+    {
+        const LastErrorGuard kept;
+        plainSearches().note(search, pattern);
+    }
+    return isTold(search, *static_cast<const WIN32_FIND_DATAW*>(data)) ? search
+                                                                       : INVALID_HANDLE_VALUE;
 }
 
 BOOL FindNextFileW(HANDLE search, WIN32_FIND_DATAW* data) {
-    return handleKind(search) == HandleKind::Search ? transactions::FindNextFileW(search, data)
-                                                    : ::FindNextFileW(search, data);
+    if (handleKind(search) == HandleKind::Search) {
+        return transactions::FindNextFileW(search, data);
+    }
+    return ::FindNextFileW(search, data) && isTold(search, *data);
 }
 
 BOOL CreateDirectoryTransactedW(const wchar_t* pattern, const wchar_t* path,

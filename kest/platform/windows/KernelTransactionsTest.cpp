@@ -48,6 +48,8 @@ struct Volume {
 
 std::vector<std::string> g_made;
 std::set<std::string> g_missing;
+/// What a search gives first.
+const wchar_t* g_found = L".";
 std::vector<Volume> g_volumes;
 int g_asked;
 bool g_isInService;
@@ -78,8 +80,9 @@ BOOL WINAPI attributes(const wchar_t* path, GET_FILEEX_INFO_LEVELS, void*, HANDL
     g_made.push_back("attributes " + narrow(path));
     return transaction == kTransaction ? 7 : 0;
 }
-HANDLE WINAPI find(const wchar_t* pattern, FINDEX_INFO_LEVELS, void*, FINDEX_SEARCH_OPS, void*,
+HANDLE WINAPI find(const wchar_t* pattern, FINDEX_INFO_LEVELS, void* data, FINDEX_SEARCH_OPS, void*,
                    DWORD flags, HANDLE transaction) {
+    std::wcscpy(static_cast<WIN32_FIND_DATAW*>(data)->cFileName, g_found);
     g_made.push_back("find " + narrow(pattern) + " " + std::to_string(flags));
     return transaction == kTransaction ? kSearch : INVALID_HANDLE_VALUE;
 }
@@ -174,11 +177,12 @@ protected:
         fake::g_volumes.clear();
         fake::g_asked = 0;
         fake::g_isInService = true;
+        fake::g_found = L".";
     }
     ~KernelTransactions() override {
         setSystemCalls(nullptr);
-        EXPECT_EQ(0, openHandles(HandleKind::EitherTransaction));
-        EXPECT_EQ(0, openHandles(HandleKind::Transaction));
+        EXPECT_EQ(m_either, openHandles(HandleKind::EitherTransaction));
+        EXPECT_EQ(m_ours, openHandles(HandleKind::Transaction));
     }
     /// From here on the system has the calls but for those that are missing.
     void install(const std::set<std::string>& missing = {}) {
@@ -237,6 +241,11 @@ protected:
 
     TempTree tree;
     SystemCalls calls{};
+
+private:
+    // Committed transactions of other tests in this process stay open.
+    const int m_either = openHandles(HandleKind::EitherTransaction);
+    const int m_ours = openHandles(HandleKind::Transaction);
 };
 
 TEST_F(KernelTransactions, AreCompleteOnlyWithAllSeven) {
@@ -296,6 +305,47 @@ TEST_F(KernelTransactions, GoOnInASearchThatCameBeforeTheFirstChange) {
     EXPECT_EQ((Made{"create test 9", "find " + path("*") + " 0", "file " + path("file"),
                     "attributes " + path("file"), "close"}),
               fake::g_made);
+}
+
+TEST_F(KernelTransactions, DoNotGiveANameThatTheyWouldMisread) {
+    installOn(true);
+    const HANDLE transaction = create();
+    for (const wchar_t* name : {L"file.", L"file ", L"NUL"}) {
+        fake::g_found = name;
+        EXPECT_EQ(INVALID_HANDLE_VALUE, search(transaction, tree.wide("*"))) << name;
+        EXPECT_EQ(ERROR_INVALID_NAME, os().GetLastError());
+        // Such a path is read as it stands.
+        EXPECT_EQ(fake::kSearch, search(transaction, L"\\\\?\\" + tree.wide("*"))) << name;
+    }
+    for (const wchar_t* name : {L".", L"..", L".file", L"a.b", L"nullable", L"Copy", L" file"}) {
+        fake::g_found = name;
+        EXPECT_EQ(fake::kSearch, search(transaction, tree.wide("*"))) << name;
+    }
+    EXPECT_TRUE(os().CloseHandle(transaction));
+}
+
+TEST_F(KernelTransactions, StopASearchAtANameThatTheyWouldMisread) {
+    std::filesystem::create_directory(tree / "folder");
+    const std::wstring folder = tree.wide("folder");
+    const auto file = [&](const wchar_t* name) { return L"\\\\?\\" + folder + L"\\" + name; };
+    for (const wchar_t* name : {L"file", L"file."}) {
+        const Handle made(
+            ::CreateFileW(file(name).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
+        ASSERT_TRUE(made);
+    }
+    WIN32_FIND_DATAW data{};
+    const HANDLE listed = ::FindFirstFileW((folder + L"\\*").c_str(), &data);
+    ASSERT_NE(INVALID_HANDLE_VALUE, listed);
+    std::set<std::wstring> names;
+    while (os().FindNextFileW(listed, &data)) {
+        names.insert(data.cFileName);
+    }
+    EXPECT_EQ(ERROR_INVALID_NAME, os().GetLastError());
+    EXPECT_EQ(0U, names.count(L"file."));
+    ::FindClose(listed);
+    for (const wchar_t* name : {L"file", L"file."}) {
+        EXPECT_TRUE(::DeleteFileW(file(name).c_str()));
+    }
 }
 
 TEST_F(KernelTransactions, LeaveAVolumeWithoutThemToUs) {

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "kest/platform/windows/Handle.h"
+#include "kest/platform/windows/WindowsDisk.h"
 #include "kest/platform/windows/WindowsPaths.h"
 
 // After Win32.h, which it needs.
@@ -49,8 +50,8 @@ bool unixPlaceOf(HANDLE file, std::wstring& path) {
 
 namespace {
 
-/// Whether an entry's place is that of its parent and its name: for a drive that is so new that Wine
-/// still calls its folders by another drive's letter.
+/// Whether an entry's place is that of its parent and its name: for a drive that is so new that
+/// Wine still calls its folders by another drive's letter.
 bool standsInParent(const std::wstring& place, const std::wstring& path) {
     const std::size_t end = path.find_last_of(L'\\');
     if (end == std::wstring::npos || end + 1 == path.size()) {
@@ -70,6 +71,38 @@ bool standsInParent(const std::wstring& place, const std::wstring& path) {
     return paths::fold(place) == paths::fold(folder + path.substr(end + 1));
 }
 
+/// A path without the dots and blanks at the ends of its names, which Wine leaves away now and then
+/// when it tells a place.
+std::wstring shortened(const std::wstring& path) {
+    std::wstring result;
+    for (std::size_t at = 0; at <= path.size(); ++at) {
+        if (at == path.size() || path[at] == L'\\') {
+            result.resize(result.find_last_not_of(L". ") + 1);
+        }
+        if (at != path.size()) {
+            result += path[at];
+        }
+    }
+    return result;
+}
+
+/// Whether an entry's place is its path but for such dots and blanks.
+bool isShortened(HANDLE file, const std::wstring& place, const std::wstring& path) {
+    const std::wstring shorter = shortened(path);
+    if (shorter == path || (paths::fold(shortened(place)) != paths::fold(shorter) &&
+                            !standsInParent(place, shorter))) {
+        return false;
+    }
+    const std::wstring sibling = path.substr(0, path.find_last_not_of(L". ") + 1);
+    if (sibling == path) {
+        return true;
+    }
+    // Unless it is a link to the entry that bears the shorter name.
+    const Handle other = openEntry(sibling, FILE_READ_ATTRIBUTES);
+    return !other ||
+           checkNumbers(fileNumber(file), fileNumber(other.get())) == ERROR_FILE_NOT_FOUND;
+}
+
 }  // namespace
 
 DWORD refuseUnixLink(HANDLE file, const std::wstring& path) {
@@ -86,7 +119,8 @@ DWORD refuseUnixLink(HANDLE file, const std::wstring& path) {
     constexpr int kTries = 3;
     std::wstring place;
     for (int tries = 0; tries < kTries && unixPlaceOf(file, place); ++tries) {
-        if (paths::fold(place) == paths::fold(path) || standsInParent(place, path)) {
+        if (paths::fold(place) == paths::fold(path) || standsInParent(place, path) ||
+            isShortened(file, place, path)) {
             return ERROR_SUCCESS;
         }
     }

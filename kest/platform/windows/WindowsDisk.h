@@ -23,6 +23,7 @@ public:
 
     // WindowsReading.cpp
     DWORD normalize(const wchar_t* path, std::wstring& text) override;
+    bool isMisread(std::wstring_view name) const override;
     bool isRoot(std::wstring_view text) const override;
     std::wstring fold(const std::wstring& name) const override;
     DWORD openDirectory(const std::wstring& text, DirectoryPtr& directory,

@@ -190,6 +190,20 @@ DWORD normalize(const wchar_t* path, std::wstring& text) {
     return error;
 }
 
+bool isMisread(std::wstring_view name) {
+    // What a device's name begins with, AUX, COM1, CON, LPT1, NUL or PRN. Which names those are
+    // depends on the version of Windows, so it is asked.
+    constexpr std::wstring_view kBeginnings = L"ACLNPaclnp";
+    constexpr std::wstring_view kEnds = L". ";
+    if (name.empty() || (kEnds.find(name.back()) == std::wstring_view::npos &&
+                         kBeginnings.find(name.front()) == std::wstring_view::npos)) {
+        return false;
+    }
+    const std::wstring path = L"C:\\" + std::wstring(name);
+    std::wstring full;
+    return fullPath(path.c_str(), full) != ERROR_SUCCESS || full != path;
+}
+
 bool isRoot(std::wstring_view text) {
     if (!startsWith(text, L"//")) {
         return text.size() == 2 && text[1] == L':';

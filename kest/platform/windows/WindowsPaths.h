@@ -26,6 +26,10 @@ namespace Tallowmere::platform::paths {
 /// names no place on a disk, a second prefix and the stream of a file ("name:stream") among them.
 DWORD normalize(const wchar_t* path, std::wstring& text);
 
+/// Whether Windows reads a name that the disk holds as another one, or as that of a device, at the
+/// end of a path without "\\?\": one that ends in a dot or a blank, or "NUL".
+bool isMisread(std::wstring_view name);
+
 /// Whether a text is a root.
 bool isRoot(std::wstring_view text);
 

@@ -143,6 +143,11 @@ DWORD WindowsDisk::normalize(const wchar_t* path, std::wstring& text) {
     return paths::normalize(path, text);
 }
 
+bool WindowsDisk::isMisread(std::wstring_view name) const {
+    const LastErrorGuard kept;
+    return paths::isMisread(name);
+}
+
 bool WindowsDisk::isRoot(std::wstring_view text) const {
     return paths::isRoot(text);
 }

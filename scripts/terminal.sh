@@ -129,7 +129,9 @@ await "^copying  "
 for width in 20 12 8 5 3 2 1 9 40; do
     "${tmux[@]}" resize-window -x $width -y 16
     expected=copying
-    await "^${expected:0:$((width > 1 ? width - 1 : 1))}"
+    # The last column stays free, so in a single one nothing is drawn: what stands there then is what
+    # the terminal has made of the lines before.
+    ((width == 1)) || await "^${expected:0:width - 1}"
     if ((width > 8)); then
         echo "$width columns:"
         show

@@ -65,10 +65,13 @@ drain_until() {
     kill $reader
     wait $reader 2>/dev/null || true
 }
-# Lets the next operation begin with an empty pipe.
+# Lets the next operation begin with an empty pipe. Its status bears its number: a terminal that is
+# made larger shows again what was cleared.
+turn=0
 begin() {
     timeout 0.3 cat <&8 >/dev/null || true
-    type_line "clear; $1; echo status \$?"
+    turn=$((turn + 1))
+    type_line "clear; $1; echo $turn: status \$?"
 }
 stages() {
     find "$place/home" -name '.kest-*' | sed "s,^$place/home/,,"
@@ -101,7 +104,7 @@ headline "A copy over an older tree; the trace goes into a pipe"
 begin "kest copy photos backup --trace ../trace"
 await '^looking at the old tree  [0-9]+ s$'
 show
-drain_until '^status 0$'
+drain_until "^$turn: status 0\$"
 show
 grep -qE "^copied $total files, .* in [0-9.]+ s\$" <<<"$(screen)" || complain "no sum at the end"
 [[ -z $(stages) ]] || complain "a stage was left"
@@ -117,7 +120,7 @@ show
 "${tmux[@]}" send-keys C-c
 await '^taking everything back  '
 show
-drain_until '^status 1$'
+drain_until "^$turn: status 1\$"
 show
 grep -qx 'kest: interrupted: nothing was changed' <<<"$(screen)" || complain "it does not say so"
 [[ -z $(stages) ]] || complain "a stage was left"
@@ -140,7 +143,7 @@ done
 "${tmux[@]}" resize-window -x 80 -y 16
 await "^copying  [0-9]+%  [0-9,]+ of $total files  "
 "${tmux[@]}" send-keys C-c
-drain_until '^status 1$'
+drain_until "^$turn: status 1\$"
 [[ -z $(stages) ]] || complain "a stage was left"
 
 headline "A copy that is killed, and what recovers from it"
@@ -149,7 +152,7 @@ await "^copying  [0-9]+%  [0-9,]+ of $total files  "
 left=$(stages)
 shell=$("${tmux[@]}" display-message -p '#{pane_pid}')
 kill -KILL "$(tr -d ' ' <"/proc/$shell/task/$shell/children")"
-await '^status 137$'
+await "^$turn: status 137\$"
 type_line "clear; ls -A; kest recover .; echo status \$?; ls -A"
 await '^status 0$'
 show
@@ -178,7 +181,7 @@ await "^deleting  [0-9]+%  [0-9,]+ of $total files  "
 show
 "${tmux[@]}" send-keys C-c
 await '^taking everything back  '
-drain_until '^status 1$'
+drain_until "^$turn: status 1\$"
 show
 [[ $before == "$(fingerprint)" ]] || complain "something was changed"
 

@@ -120,7 +120,21 @@ static int is_removable(int folder, const char* name) {
 }
 
 /* What is traced and looked at before anything goes. */
-static void announce_removal(int folder) {
+static void announce(int folder, const char* name, int flags) {
+    (void)flags;
+    write_line();
+    if (!is_removable(folder, name)) {
+        fprintf(stderr, "%s cannot be removed\n", name);
+        exit(1);
+    }
+}
+
+static void remove_entry(int folder, const char* name, int flags) {
+    good(unlinkat(folder, name, flags), name);
+}
+
+/* Each entry, a folder after what is in it. */
+static void visit_entries(int folder, void (*visit)(int folder, const char* name, int flags)) {
     DIR* const listing = fdopendir(dup(folder));
     const struct dirent* entry;
     while ((entry = readdir(listing)) != NULL) {
@@ -130,13 +144,11 @@ static void announce_removal(int folder) {
         }
         if (entry->d_type == DT_DIR) {
             const int below = open_folder(folder, name);
-            announce_removal(below);
+            visit_entries(below, visit);
             close(below);
-        }
-        write_line();
-        if (!is_removable(folder, name)) {
-            fprintf(stderr, "%s cannot be removed\n", name);
-            exit(1);
+            visit(folder, name, AT_REMOVEDIR);
+        } else {
+            visit(folder, name, 0);
         }
     }
     closedir(listing);
@@ -144,35 +156,15 @@ static void announce_removal(int folder) {
 
 static void announce_tree(const char* path) {
     const int folder = open_folder(AT_FDCWD, path);
-    announce_removal(folder);
+    visit_entries(folder, announce);
     close(folder);
     write_line();
-}
-
-static void remove_entries(int folder) {
-    DIR* const listing = fdopendir(dup(folder));
-    const struct dirent* entry;
-    while ((entry = readdir(listing)) != NULL) {
-        const char* const name = entry->d_name;
-        if (is_dots(name)) {
-            continue;
-        }
-        if (entry->d_type == DT_DIR) {
-            const int below = open_folder(folder, name);
-            remove_entries(below);
-            close(below);
-            good(unlinkat(folder, name, AT_REMOVEDIR), name);
-        } else {
-            good(unlinkat(folder, name, 0), name);
-        }
-    }
-    closedir(listing);
 }
 
 /* Removes a tree that was published away. */
 static void remove_tree(const char* path) {
     const int folder = open_folder(AT_FDCWD, path);
-    remove_entries(folder);
+    visit_entries(folder, remove_entry);
     close(folder);
     good(rmdir(path), path);
 }

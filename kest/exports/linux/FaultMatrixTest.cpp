@@ -12,8 +12,8 @@
 
 #include "kest/diagnostics/SystemErrors.h"
 #include "kest/exports/linux/testing/Operations.h"
-#include "kest/platform/Calls.h"
 #include "kest/platform/testing/FaultSweep.h"
+#include "kest/platform/testing/GivesComBack.h"
 
 namespace Tallowmere::testing {
 namespace {
@@ -92,19 +92,8 @@ Column sweep(const Operation& operation, FaultSpan span) {
     return column;
 }
 
-/// A session of which a step fails may leave its thread's COM in use, which the tests that follow
-/// in this process would find. Given back once more than taken does no harm.
-struct GivesComBack {
-    ~GivesComBack() {
-        constexpr int kMany = 100000;
-        for (int times = 0; times < kMany; ++times) {
-            platform::os().CoUninitialize();
-        }
-    }
-};
-
 TEST(FaultMatrix, EveryCallOfEveryOperationFailsInTurn) {
-    const GivesComBack atTheEnd;
+    const platform::testing::GivesComBack atTheEnd;
     World world;
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
     std::printf("%-38s %18s %18s\n%-38s %9s %8s %9s %8s\n", "", "once", "from there on",

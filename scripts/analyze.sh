@@ -52,9 +52,8 @@ analyzer=(-fanalyzer
     # It takes each `new` for one that may give null.
     -Wno-analyzer-possible-null-dereference -Wno-analyzer-possible-null-argument
     -Wno-analyzer-null-dereference
-    # It does not see that a destructor gives something back, nor that a function which has texts to
-    # destroy gives a file to its caller.
-    -Wno-analyzer-malloc-leak -Wno-analyzer-file-leak
+    # It does not see that a destructor gives something back.
+    -Wno-analyzer-malloc-leak
     # It does not see what a vector instruction or a constructor has set. clang's analyzer looks for the
     # same.
     -Wno-analyzer-use-of-uninitialized-value)

@@ -53,6 +53,17 @@ await() {
     complain "nothing on the screen matches $1"
     show
 }
+# Waits until the screen stays as it is while a display would be drawn several times.
+await_rest() {
+    local tries before=
+    for ((tries = 0; tries < 20; ++tries)); do
+        before=$(screen)
+        sleep 0.5
+        [[ $(screen) != "$before" ]] || return 0
+    done
+    complain "the screen does not come to rest"
+    show
+}
 type_line() {
     "${tmux[@]}" send-keys -l "$1"
     "${tmux[@]}" send-keys Enter
@@ -133,8 +144,12 @@ for width in 20 12 8 5 3 2 1 9 40; do
     "${tmux[@]}" resize-window -x $width -y 16
     expected=copying
     # The last column stays free, so in a single one nothing is drawn: what stands there then is what
-    # the terminal has made of the lines before.
-    ((width == 1)) || await "^${expected:0:width - 1}"
+    # the terminal has made of the lines before, and it must come to rest.
+    if ((width == 1)); then
+        await_rest
+    else
+        await "^${expected:0:width - 1}"
+    fi
     if ((width > 8)); then
         echo "$width columns:"
         show

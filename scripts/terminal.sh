@@ -76,13 +76,14 @@ drain_until() {
     kill $reader
     wait $reader 2>/dev/null || true
 }
-# Lets the next operation begin with an empty pipe. Its status bears its number: a terminal that is
-# made larger shows again what was cleared.
+# Lets the next operation begin with an empty pipe. Its beginning and its status bear its number:
+# until the screen is cleared it shows the one before, and when it is made larger again.
 turn=0
 begin() {
     timeout 0.3 cat <&8 >/dev/null || true
     turn=$((turn + 1))
-    type_line "clear; $1; echo $turn: status \$?"
+    type_line "clear; echo operation $turn; $1; echo $turn: status \$?"
+    await "^operation $turn\$"
 }
 stages() {
     find "$place/home" -name '.kest-*' | sed "s,^$place/home/,,"
